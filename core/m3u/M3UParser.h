@@ -1,0 +1,21 @@
+#pragma once
+
+#include "records/Channel.h"
+
+#include <QList>
+#include <QStringView>
+#include <QUrl>
+
+// Turns the text of an M3U playlist into its channels, in playlist order, in one pass.
+//
+// Entries are "#EXTINF:" lines (title after the first comma outside quotes, "group-title" and
+// "tvg-name" attributes), "#EXTGRP:" groups and "#EXTVLCOPT:" custom-header marks, followed by an
+// address; relative addresses resolve against `baseURL`, only http(s) addresses are kept, and a
+// repeated address keeps its first entry. A text with "#EXT-X-" tags is an HLS stream rather than a
+// list, and becomes one channel pointing at `baseURL`.
+//
+// Throws IPTVError when the text is not a playlist or holds no usable address; never returns an
+// empty list.
+namespace M3UParser {
+QList<Channel> parse(QStringView text, const QUrl &baseURL);
+}

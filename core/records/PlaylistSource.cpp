@@ -1,0 +1,145 @@
+#include "PlaylistSource.h"
+#include "IPTVError.h"
+#include "JsonFields.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+const QString invalidURLMessage()
+{
+    return u"Cal una URL HTTP o HTTPS vàlida. Escriu l’usuari i la contrasenya als camps corresponents."_s;
+}
+} // namespace
+
+PlaylistSource::PlaylistSource(QUuid id, QString name, QString address, QString username, QString password,
+                               Kind kind)
+    : id(id)
+    , name(std::move(name))
+    , address(std::move(address))
+    , username(std::move(username))
+    , password(std::move(password))
+    , kind(kind)
+{
+}
+
+QUrl PlaylistSource::validatedURL() const
+{
+    if (name.trimmed().isEmpty())
+        throw IPTVError(u"Posa un nom a la llista."_s);
+    const QUrl url = httpURL(address.trimmed());
+    if (kind == Kind::m3u)
+        return url;
+    if (username.isEmpty() || password.isEmpty())
+        throw IPTVError(u"Indica l’usuari i la contrasenya del servidor."_s);
+    const QString lastComponent = url.path().section(u'/', -1);
+    if (url.hasQuery() || url.hasFragment() || lastComponent == "player_api.php"_L1
+        || lastComponent == "get.php"_L1)
+        throw IPTVError(u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s);
+    return url;
+}
+
+QUrl PlaylistSource::parseURL(QStringView text)
+{
+    // Tolerant parsing: characters that may not stand in a URL (a blank in a path, letters outside
+    // ASCII) are percent-encoded rather than refused, as playlists written by hand often hold them.
+    return QUrl(text.toString(), QUrl::TolerantMode);
+}
+
+bool PlaylistSource::isAcceptedHttpURL(const QUrl &url)
+{
+    if (!url.isValid())
+        return false;
+    const QString scheme = url.scheme().toLower();
+    if (scheme != "http"_L1 && scheme != "https"_L1)
+        return false;
+    if (url.host().isEmpty())
+        return false;
+    return url.userInfo().isEmpty() && !url.authority().contains(u'@');
+}
+
+QUrl PlaylistSource::httpURL(QStringView text)
+{
+    const QUrl url = parseURL(text);
+    if (!isAcceptedHttpURL(url))
+        throw IPTVError(invalidURLMessage());
+    return url;
+}
+
+QString PlaylistSource::base() const
+{
+    QString trimmed = address.trimmed();
+    qsizetype end = trimmed.size();
+    while (end > 0 && trimmed.at(end - 1) == u'/')
+        --end;
+    trimmed.truncate(end);
+    return trimmed;
+}
+
+QString PlaylistSource::credentials() const
+{
+    return "username="_L1 + encoded(username) + "&password="_L1 + encoded(password);
+}
+
+QString PlaylistSource::encoded(QStringView text)
+{
+    static constexpr char hexDigits[] = "0123456789ABCDEF";
+    const QByteArray utf8 = text.toUtf8();
+    QString result;
+    result.reserve(utf8.size() * 3);
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool unreserved = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z')
+            || (byte >= '0' && byte <= '9') || byte == '-' || byte == '.' || byte == '_' || byte == '~';
+        if (unreserved) {
+            result.append(QLatin1Char(c));
+        } else {
+            result.append(u'%');
+            result.append(QLatin1Char(hexDigits[byte >> 4]));
+            result.append(QLatin1Char(hexDigits[byte & 0x0f]));
+        }
+    }
+    return result;
+}
+
+QJsonObject PlaylistSource::toJson() const
+{
+    return QJsonObject{
+        {"id"_L1, JsonFields::canonicalUuid(id)},
+        {"name"_L1, name},
+        {"address"_L1, address},
+        {"username"_L1, username},
+        {"password"_L1, password},
+        {"kind"_L1, rawValue(kind)},
+    };
+}
+
+PlaylistSource PlaylistSource::fromJson(const QJsonObject &object)
+{
+    const std::optional<Kind> kind = kindFromRawValue(JsonFields::string(object, "kind"_L1));
+    if (!kind)
+        throw JsonError(u"key \"kind\": unknown connection kind"_s);
+    return PlaylistSource(JsonFields::uuid(object, "id"_L1), JsonFields::string(object, "name"_L1),
+                          JsonFields::string(object, "address"_L1), JsonFields::string(object, "username"_L1),
+                          JsonFields::string(object, "password"_L1), *kind);
+}
+
+QString PlaylistSource::rawValue(Kind kind)
+{
+    switch (kind) {
+    case Kind::m3u:
+        return u"m3u"_s;
+    case Kind::xtream:
+        return u"xtream"_s;
+    }
+    Q_UNREACHABLE();
+    return {};
+}
+
+std::optional<PlaylistSource::Kind> PlaylistSource::kindFromRawValue(QStringView raw)
+{
+    if (raw == u"m3u")
+        return Kind::m3u;
+    if (raw == u"xtream")
+        return Kind::xtream;
+    return std::nullopt;
+}
