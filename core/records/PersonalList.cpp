@@ -71,7 +71,7 @@ void PersonalList::migrateCatalogEntriesToGroups()
     for (const PersonalEntry &entry : std::as_const(m_entries)) {
         if (entry.kind() == PersonalContentKind::live)
             continue;
-        const QString name = "Categoria de "_L1 + PersonalContentKinds::title(entry.kind()).toLower() + " · "_L1
+        const QString name = "Categoria de "_L1 + PersonalContentKinds::title(entry.kind()).toLower() + u" · "_s
             + entry.categoryID();
         link(PersonalCategory(entry.sourceID(), entry.kind(), entry.categoryID(), name));
     }

@@ -1,0 +1,200 @@
+#include "m3u/M3UParser.h"
+#include "records/IPTVError.h"
+#include "records/PlaylistSource.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+const QUrl base(u"http://provider.example/lists/tv.m3u"_s);
+const QString notAPlaylist = u"La resposta no és una llista M3U vàlida."_s;
+const QString noChannels = u"No s’han trobat canals HTTP o HTTPS a la llista."_s;
+
+struct Parsed
+{
+    QList<Channel> channels;
+    QString error;
+};
+
+Parsed parsePlaylist(const QString &text, const QUrl &baseURL = base)
+{
+    try {
+        return {M3UParser::parse(text, baseURL), QString()};
+    } catch (const IPTVError &error) {
+        return {{}, error.message()};
+    }
+}
+
+// name|group|url|* (custom headers) for each channel, one per line
+QString describe(const QList<Channel> &channels)
+{
+    QStringList lines;
+    for (const Channel &channel : channels) {
+        lines.append(channel.name() + u'|' + channel.group() + u'|' + QString::fromLatin1(channel.encodedURL())
+                     + (channel.requiresCustomHeaders() ? u"|*"_s : QString()));
+    }
+    return lines.join(u'\n');
+}
+} // namespace
+
+class TestM3UParser : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parse_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected"); // describe() of the result, or the error message
+
+        QTest::newRow("byte-order mark and blank lines before the header")
+            << u"\uFEFF\n\n  #EXTM3U\n#EXTINF:-1,Un\nhttp://h/1\n"_s << u"Un|Sense categoria|http://h/1"_s;
+        QTest::newRow("marks anywhere are dropped")
+            << u"#EXTM3U\n#EXTINF:-1,U\uFEFFn\nhttp://h/\uFEFF1\n"_s << u"Un|Sense categoria|http://h/1"_s;
+        QTest::newRow("header in lower case") << u"#extm3u\nhttp://h/1"_s << notAPlaylist;
+        QTest::newRow("empty text") << QString() << notAPlaylist;
+        QTest::newRow("HTML") << u"<html>#EXTM3U</html>"_s << notAPlaylist;
+        QTest::newRow("header only") << u"#EXTM3U"_s << noChannels;
+        QTest::newRow("title after the first comma, commas kept")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-id=\"x\",Notícies, edició vespre\nhttp://h/1"_s
+            << u"Notícies, edició vespre|Sense categoria|http://h/1"_s;
+        QTest::newRow("comma inside a quoted value is not the separator")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-logo=\"http://l/a,b.png\" group-title=\"Cine, sèries\",Film\nhttp://h/1"_s
+            << u"Film|Cine, sèries|http://h/1"_s;
+        QTest::newRow("tvg-name when there is no title")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"Per nom\"\nhttp://h/1"_s << u"Per nom|Sense categoria|http://h/1"_s;
+        QTest::newRow("tvg-name when the title is blank")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"Per nom\",   \nhttp://h/1"_s
+            << u"Per nom|Sense categoria|http://h/1"_s;
+        QTest::newRow("title wins over tvg-name")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"Per nom\",Títol\nhttp://h/1"_s << u"Títol|Sense categoria|http://h/1"_s;
+        QTest::newRow("attribute spacing and last group-title wins")
+            << u"#EXTM3U\n#EXTINF:-1 group-title = \"A\" group-title=\"B\",N\nhttp://h/1"_s << u"N|B|http://h/1"_s;
+        QTest::newRow("keys are case-sensitive")
+            << u"#EXTM3U\n#EXTINF:-1 Group-Title=\"A\" TVG-NAME=\"X\"\nhttp://h/1"_s
+            << u"Canal 1|Sense categoria|http://h/1"_s;
+        QTest::newRow("key inside another value is not read")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-logo=\"x group-title=\" group-title=\"Real\",N\nhttp://h/1"_s
+            << u"N|Real|http://h/1"_s;
+        QTest::newRow("EXTGRP after group-title wins")
+            << u"#EXTM3U\n#EXTINF:-1 group-title=\"A\",N\n#EXTGRP:  Grup B \nhttp://h/1"_s << u"N|Grup B|http://h/1"_s;
+        QTest::newRow("EXTGRP before EXTINF is cleared")
+            << u"#EXTM3U\n#EXTGRP:Perdut\n#EXTINF:-1,N\nhttp://h/1"_s << u"N|Sense categoria|http://h/1"_s;
+        QTest::newRow("referrer marks one channel only")
+            << u"#EXTM3U\n#EXTINF:-1,A\n#EXTVLCOPT:http-referrer=http://r/\nhttp://h/1\n#EXTINF:-1,B\nhttp://h/2"_s
+            << u"A|Sense categoria|http://h/1|*\nB|Sense categoria|http://h/2"_s;
+        QTest::newRow("user agent marks")
+            << u"#EXTM3U\n#EXTINF:-1,A\n#EXTVLCOPT:http-user-agent=Mozilla\nhttp://h/1"_s
+            << u"A|Sense categoria|http://h/1|*"_s;
+        QTest::newRow("other VLC options do not mark")
+            << u"#EXTM3U\n#EXTINF:-1,A\n#EXTVLCOPT:network-caching=1000\nhttp://h/1"_s
+            << u"A|Sense categoria|http://h/1"_s;
+        QTest::newRow("a mark before EXTINF is reset by it")
+            << u"#EXTM3U\n#EXTVLCOPT:http-referrer=x\n#EXTINF:-1,A\nhttp://h/1"_s << u"A|Sense categoria|http://h/1"_s;
+        QTest::newRow("relative file name resolves against the base")
+            << u"#EXTM3U\n#EXTINF:-1,Rel\nstream.ts\n#EXTINF:-1,Abs path\n/root.ts"_s
+            << u"Rel|Sense categoria|http://provider.example/lists/stream.ts\n"
+               u"Abs path|Sense categoria|http://provider.example/root.ts"_s;
+        QTest::newRow("unusable addresses are skipped and numbering counts channels")
+            << u"#EXTM3U\nrtmp://h/live\nudp://@239.0.0.1:1234\nhttp://u:p@h/x\nhttp://h/1\nhttp://h/1\nhttp://h/2"_s
+            << u"Canal 1|Sense categoria|http://h/1\nCanal 2|Sense categoria|http://h/2"_s;
+        QTest::newRow("three bare addresses, the second repeated")
+            << u"#EXTM3U\nhttp://h/a\nhttp://h/a\nhttp://h/c"_s
+            << u"Canal 1|Sense categoria|http://h/a\nCanal 2|Sense categoria|http://h/c"_s;
+        QTest::newRow("a skipped address clears its entry")
+            << u"#EXTM3U\n#EXTINF:-1 group-title=\"G\",Perdut\nrtmp://h/x\nhttp://h/1"_s
+            << u"Canal 1|Sense categoria|http://h/1"_s;
+        QTest::newRow("duplicate keeps the first name and group")
+            << u"#EXTM3U\n#EXTINF:-1 group-title=\"G1\",Primer\nhttp://h/1\n#EXTINF:-1 group-title=\"G2\",Segon\nhttp://h/1"_s
+            << u"Primer|G1|http://h/1"_s;
+        QTest::newRow("only unusable addresses") << u"#EXTM3U\n#EXTINF:-1,X\nrtmp://h/x\nftp://h/y"_s << noChannels;
+        QTest::newRow("CRLF, tabs and blank lines")
+            << u"#EXTM3U\r\n\r\n\t#EXTINF:-1 group-title=\"G\",Nom\t\r\n\t http://h/1 \t\r\n"_s << u"Nom|G|http://h/1"_s;
+        QTest::newRow("Unicode line separators")
+            << u"#EXTM3U\u2028#EXTINF:-1,A\u2029http://h/1\u0085#EXTINF:-1,B\u000Bhttp://h/2"_s
+            << u"A|Sense categoria|http://h/1\nB|Sense categoria|http://h/2"_s;
+        QTest::newRow("comment lines keep the pending entry")
+            << u"#EXTM3U\n#EXTINF:-1,Nom\n# un comentari\n#KODIPROP:x=y\n\nhttp://h/1"_s
+            << u"Nom|Sense categoria|http://h/1"_s;
+        QTest::newRow("blank group-title gives the default")
+            << u"#EXTM3U\n#EXTINF:-1 group-title=\"\",N\nhttp://h/1"_s << u"N|Sense categoria|http://h/1"_s;
+        QTest::newRow("capital scheme accepted")
+            << u"#EXTM3U\nHTTPS://H.example/x"_s << u"Canal 1|Sense categoria|https://h.example/x"_s;
+        QTest::newRow("blank inside an address is encoded")
+            << u"#EXTM3U\nhttp://h/a b.ts"_s << u"Canal 1|Sense categoria|http://h/a%20b.ts"_s;
+        QTest::newRow("unclosed quote: title needs a comma outside quotes")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"A,B\" x=\"open,Nom\nhttp://h/1"_s << u"A,B|Sense categoria|http://h/1"_s;
+        QTest::newRow("non-ASCII attribute keys")
+            << u"#EXTM3U\n#EXTINF:-1 nom-é=\"x\" group-title=\"Ω\",N\nhttp://h/1"_s << u"N|Ω|http://h/1"_s;
+    }
+    void parse()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        const Parsed result = parsePlaylist(text);
+        QCOMPARE(result.error.isEmpty() ? describe(result.channels) : result.error, expected);
+    }
+
+    void hlsManifestIsOneChannel_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("media playlist") << u"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n"_s;
+        QTest::newRow("master playlist") << u"#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nlow.m3u8\n"_s;
+        QTest::newRow("tag after channels") << u"#EXTM3U\n#EXTINF:-1,A\nhttp://h/1\n  #EXT-X-ENDLIST"_s;
+        QTest::newRow("tag and nothing usable") << u"#EXTM3U\n#EXT-X-VERSION:3"_s;
+    }
+    void hlsManifestIsOneChannel()
+    {
+        QFETCH(QString, text);
+        const QUrl manifest(u"https://cdn.example/live/index.m3u8?token=1"_s);
+        const Parsed result = parsePlaylist(text, manifest);
+        QCOMPARE(result.error, QString());
+        QCOMPARE(result.channels.size(), 1);
+        const Channel &channel = result.channels.first();
+        QCOMPARE(channel.name(), u"Emissió HLS"_s);
+        QCOMPARE(channel.group(), u"Directe"_s);
+        QCOMPARE(channel.url(), manifest);
+        QCOMPARE(channel.id(), Channel(QString(), QString(), manifest, false).id());
+        QVERIFY(!channel.requiresCustomHeaders());
+    }
+
+    void identitiesFollowTheAbsoluteAddress()
+    {
+        const Parsed relative = parsePlaylist(u"#EXTM3U\nstream.ts"_s);
+        const Parsed absolute = parsePlaylist(u"#EXTM3U\nhttp://provider.example/lists/stream.ts"_s);
+        QCOMPARE(relative.channels.first().id(), absolute.channels.first().id());
+        // Relative entries resolve against the address the list finally came from.
+        const Parsed elsewhere = parsePlaylist(u"#EXTM3U\nstream.ts"_s, QUrl(u"https://mirror.example/x/list.m3u"_s));
+        QCOMPARE(elsewhere.channels.first().url(), QUrl(u"https://mirror.example/x/stream.ts"_s));
+    }
+
+    void everyChannelPassesTheAddressRule()
+    {
+        const QString text = u"#EXTM3U\nhttp://h/ok\nhttps://[::1]:8443/v6\n//other.example/proto\n../up.ts\nhttp://h/caf\u00e9"_s;
+        const Parsed result = parsePlaylist(text);
+        QCOMPARE(result.channels.size(), 5);
+        for (const Channel &channel : result.channels) {
+            const QUrl reparsed = PlaylistSource::httpURL(QString::fromLatin1(channel.encodedURL()));
+            QCOMPARE(reparsed, channel.url());
+        }
+    }
+
+    void manyEntriesAreLinear()
+    {
+        // 50,000 entries with every fifth address repeated; the count proves dedup and numbering.
+        QString text = u"#EXTM3U\n"_s;
+        for (int i = 0; i < 50000; ++i) {
+            const int address = i % 5 == 4 ? i - 1 : i;
+            text += u"#EXTINF:-1 group-title=\"G%1\",C%2\nhttp://h/%3\n"_s.arg(i % 40).arg(i).arg(address);
+        }
+        const Parsed result = parsePlaylist(text);
+        QCOMPARE(result.channels.size(), 40000);
+        QCOMPARE(result.channels.last().name(), u"C49998"_s);
+        // Groups are shared, not copied per channel (entry 40, the 33rd channel, is in G0 too).
+        QVERIFY(result.channels[0].group().constData() == result.channels[32].group().constData());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestM3UParser)
+#include "tst_m3u_parser.moc"

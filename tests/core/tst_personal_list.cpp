@@ -1,0 +1,247 @@
+#include "records/JsonError.h"
+#include "records/PersonalList.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+const QUuid sourceA = QUuid::fromString(u"0b0e1c2d-0000-4000-8000-00000000000a"_s);
+const QUuid sourceB = QUuid::fromString(u"0b0e1c2d-0000-4000-8000-00000000000b"_s);
+
+PersonalEntry live(const QString &name, const QString &url, const QUuid &source = sourceA,
+                   const QString &group = u"Esports"_s)
+{
+    return PersonalEntry(source, Channel(name, group, QUrl(url), false));
+}
+
+PersonalEntry title(PersonalContentKind kind, const QString &id, const QString &category, const QString &name = {})
+{
+    return PersonalEntry(sourceA, kind, id, name.isEmpty() ? u"Títol "_s + id : name, category, u"2020"_s, u"7"_s,
+                         u"mp4"_s);
+}
+
+QStringList names(const QList<PersonalEntry> &entries)
+{
+    QStringList result;
+    for (const PersonalEntry &entry : entries)
+        result.append(entry.name());
+    return result;
+}
+} // namespace
+
+class TestPersonalList : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void identities()
+    {
+        const PersonalEntry channel = live(u"Canal"_s, u"http://h/1"_s);
+        QCOMPARE(channel.id(), u"0B0E1C2D-0000-4000-8000-00000000000A:live:"_s + channel.itemID());
+        QCOMPARE(channel.categoryID(), u"Esports"_s);
+        QVERIFY(!channel.catalogItem());
+
+        const PersonalCategory category(sourceA, PersonalContentKind::movies, u"12"_s, u"Acció"_s);
+        QCOMPARE(category.id(), u"0B0E1C2D-0000-4000-8000-00000000000A:movies:12"_s);
+
+        const CatalogItem item{u"77"_s, CatalogKind::series, u"Sèrie"_s, u"5"_s, QUrl(u"http://h/p.jpg"_s),
+                               u"2021"_s, u"8"_s, u"trama"_s, u"mkv"_s, 123};
+        const PersonalEntry fromItem(sourceB, item);
+        QCOMPARE(fromItem.kind(), PersonalContentKind::series);
+        const CatalogItem back = *fromItem.catalogItem();
+        QCOMPARE(back.id, u"77"_s);
+        QCOMPARE(back.kind, CatalogKind::series);
+        QCOMPARE(back.poster, std::nullopt);
+        QCOMPARE(back.plot, QString());
+        QCOMPARE(back.added, 0.0);
+        QCOMPARE(back.fileExtension, u"mkv"_s);
+    }
+
+    void kinds()
+    {
+        QCOMPARE(PersonalContentKinds::title(PersonalContentKind::live), u"TV en directe"_s);
+        QCOMPARE(PersonalContentKinds::symbol(PersonalContentKind::live), u"play.tv"_s);
+        QCOMPARE(PersonalContentKinds::fromRawValue(u"movies"), PersonalContentKind::movies);
+        QVERIFY(!PersonalContentKinds::fromRawValue(u"Live"));
+        QCOMPARE(PersonalContentKinds::fromCatalogKind(CatalogKind::series), PersonalContentKind::series);
+    }
+
+    void addKeepsOneAndLiftsExclusion()
+    {
+        PersonalList list(QUuid::createUuid(), u"Llista"_s);
+        const PersonalEntry a = live(u"A"_s, u"http://h/a"_s);
+        list.add({a, a});
+        list.add({a});
+        QCOMPARE(list.entries().size(), 1);
+        list.remove(a);
+        QVERIFY(list.entries().isEmpty());
+        QVERIFY(list.excludedIDs().contains(a.id()));
+        list.add({a});
+        QCOMPARE(list.entries().size(), 1);
+        QVERIFY(list.excludedIDs().isEmpty());
+    }
+
+    void removingAGroupMemberHidesIt()
+    {
+        PersonalList list(QUuid::createUuid(), u"Llista"_s);
+        const PersonalCategory sports(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
+        list.link(sports);
+        const PersonalEntry member = live(u"Gol"_s, u"http://h/gol"_s);
+        const QHash<QString, QList<PersonalEntry>> members{{sports.id(), {member}}};
+        QCOMPARE(names(list.resolved(members)), QStringList{u"Gol"_s});
+
+        list.remove(member);
+        QVERIFY(list.entries().isEmpty());
+        QVERIFY(list.resolved(members).isEmpty());
+        list.restoreExcluded();
+        QCOMPARE(names(list.resolved(members)), QStringList{u"Gol"_s});
+    }
+
+    void linkUnlinkAndUpdate()
+    {
+        PersonalList list(QUuid::createUuid(), u"Llista"_s);
+        const PersonalCategory group(sourceA, PersonalContentKind::movies, u"5"_s, u"Categoria de pel·lícules · 5"_s);
+        const PersonalEntry single = live(u"A"_s, u"http://h/a"_s);
+        list.add({single});
+        list.remove(live(u"B"_s, u"http://h/b"_s));
+        list.link(group);
+        list.link(group);
+        QCOMPARE(list.categories().size(), 1);
+
+        list.updateCategory(PersonalCategory(sourceA, PersonalContentKind::movies, u"5"_s, u"Acció"_s));
+        QCOMPARE(list.categories().first().name(), u"Acció"_s);
+        list.updateCategory(PersonalCategory(sourceA, PersonalContentKind::series, u"5"_s, u"Altres"_s));
+        QCOMPARE(list.categories().size(), 1);
+
+        list.unlink(group);
+        QVERIFY(list.categories().isEmpty());
+        QCOMPARE(list.entries().size(), 1);
+        QCOMPARE(list.excludedIDs().size(), 1);
+    }
+
+    void resolutionIgnoresMembersOfOtherSourcesAndKinds()
+    {
+        PersonalList list(QUuid::createUuid(), u"Llista"_s);
+        const PersonalCategory group(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
+        list.link(group);
+        const QHash<QString, QList<PersonalEntry>> members{
+            {group.id(),
+             {live(u"Bo"_s, u"http://h/1"_s), live(u"Altra connexió"_s, u"http://h/2"_s, sourceB),
+              title(PersonalContentKind::movies, u"3"_s, u"Esports"_s, u"Pel·lícula"_s)}}};
+        QCOMPARE(names(list.resolved(members)), QStringList{u"Bo"_s});
+        QVERIFY(list.resolved({}).isEmpty());
+    }
+
+    void resolutionPrefersGroupMembersAndSorts()
+    {
+        PersonalList list(QUuid::createUuid(), u"Llista"_s);
+        const PersonalEntry direct = live(u"Nom antic"_s, u"http://h/same"_s);
+        list.add({live(u"Canal 10"_s, u"http://h/10"_s), direct, live(u"canal 2"_s, u"http://h/2"_s)});
+        const PersonalCategory group(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
+        list.link(group);
+        const PersonalEntry renamed = live(u"Nom nou"_s, u"http://h/same"_s);
+        const QList<PersonalEntry> resolved = list.resolved({{group.id(), {renamed}}});
+        QCOMPARE(names(resolved), (QStringList{u"canal 2"_s, u"Canal 10"_s, u"Nom nou"_s}));
+    }
+
+    void equalNamesAreOrderedByID()
+    {
+        PersonalList list(QUuid::createUuid(), u"Llista"_s);
+        const PersonalEntry one = live(u"Igual"_s, u"http://h/one"_s);
+        const PersonalEntry two = live(u"Igual"_s, u"http://h/two"_s);
+        list.add({one, two});
+        const QList<PersonalEntry> resolved = list.resolved({});
+        QCOMPARE(resolved.size(), 2);
+        QVERIFY(resolved[0].id() < resolved[1].id());
+        PersonalList reversed(QUuid::createUuid(), u"Llista"_s);
+        reversed.add({two, one});
+        QCOMPARE(reversed.resolved({}), resolved);
+    }
+
+    void migration()
+    {
+        PersonalList list(QUuid::createUuid(), u"Antiga"_s);
+        const PersonalEntry channel = live(u"Canal"_s, u"http://h/c"_s);
+        const PersonalEntry movieA = title(PersonalContentKind::movies, u"1"_s, u"5"_s);
+        const PersonalEntry movieB = title(PersonalContentKind::movies, u"2"_s, u"5"_s);
+        const PersonalEntry series = title(PersonalContentKind::series, u"3"_s, u"5"_s);
+        list.add({movieA, channel, movieB, series});
+        list.remove(title(PersonalContentKind::movies, u"9"_s, u"5"_s));
+        list.remove(live(u"Amagat"_s, u"http://h/hidden"_s));
+        list.migrateCatalogEntriesToGroups();
+
+        QCOMPARE(list.entries(), QList<PersonalEntry>{channel});
+        QCOMPARE(list.categories().size(), 2);
+        QCOMPARE(list.categories()[0].name(), u"Categoria de pel·lícules · 5"_s);
+        QCOMPARE(list.categories()[0].kind(), PersonalContentKind::movies);
+        QCOMPARE(list.categories()[1].name(), u"Categoria de sèries · 5"_s);
+        QCOMPARE(list.categories()[1].kind(), PersonalContentKind::series);
+        QCOMPARE(list.excludedIDs().size(), 1);
+        QVERIFY(list.excludedIDs().begin()->contains(u":live:"_s));
+
+        // Running it again changes nothing.
+        const PersonalList once = list;
+        list.migrateCatalogEntriesToGroups();
+        QCOMPARE(list, once);
+    }
+
+    void jsonRoundTrip()
+    {
+        PersonalList list(QUuid::createUuid(), u"Preferits de casa"_s);
+        list.add({live(u"A"_s, u"http://h/a"_s), title(PersonalContentKind::movies, u"1"_s, u"5"_s)});
+        list.link(PersonalCategory(sourceB, PersonalContentKind::series, u"7"_s, u"Drama"_s));
+        list.remove(live(u"B"_s, u"http://h/b"_s));
+        const QJsonObject json = list.toJson();
+        QCOMPARE(json.value(u"entries"_s).toArray().first().toObject().keys().size(), 8);
+        QVERIFY(!json.value(u"entries"_s).toArray().first().toObject().contains(u"id"_s));
+        QCOMPARE(PersonalList::fromJson(json), list);
+    }
+
+    void jsonDecodingFailures_data()
+    {
+        QTest::addColumn<QString>("path"); // which object to damage
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QJsonValue>("value"); // undefined = remove the key
+        QTest::newRow("list without name") << u"list"_s << u"name"_s << QJsonValue(QJsonValue::Undefined);
+        QTest::newRow("list id malformed") << u"list"_s << u"id"_s << QJsonValue(u"nope"_s);
+        QTest::newRow("excluded not strings") << u"list"_s << u"excludedIDs"_s << QJsonValue(QJsonArray{1});
+        QTest::newRow("entries not an array") << u"list"_s << u"entries"_s << QJsonValue(QJsonObject());
+        QTest::newRow("entry kind unknown") << u"entry"_s << u"kind"_s << QJsonValue(u"radio"_s);
+        QTest::newRow("entry without year") << u"entry"_s << u"year"_s << QJsonValue(QJsonValue::Undefined);
+        QTest::newRow("category source bad") << u"category"_s << u"sourceID"_s << QJsonValue(5);
+        QTest::newRow("category without name") << u"category"_s << u"name"_s << QJsonValue(QJsonValue::Undefined);
+    }
+    void jsonDecodingFailures()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, key);
+        QFETCH(QJsonValue, value);
+        PersonalList list(QUuid::createUuid(), u"L"_s);
+        list.add({live(u"A"_s, u"http://h/a"_s)});
+        list.link(PersonalCategory(sourceA, PersonalContentKind::live, u"G"_s, u"G"_s));
+        QJsonObject json = list.toJson();
+        const auto damage = [&](QJsonObject &object) {
+            if (value.isUndefined())
+                object.remove(key);
+            else
+                object.insert(key, value);
+        };
+        if (path == u"list"_s) {
+            damage(json);
+        } else {
+            const QString arrayKey = path == u"entry"_s ? u"entries"_s : u"categories"_s;
+            QJsonArray array = json.value(arrayKey).toArray();
+            QJsonObject first = array.first().toObject();
+            damage(first);
+            array.replace(0, first);
+            json.insert(arrayKey, array);
+        }
+        QVERIFY_THROWS_EXCEPTION(JsonError, PersonalList::fromJson(json));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPersonalList)
+#include "tst_personal_list.moc"
