@@ -1,0 +1,74 @@
+#include "PlaylistRepository.h"
+#include "XtreamReaders.h"
+#include "async/Background.h"
+#include "m3u/M3UParser.h"
+#include "records/IPTVError.h"
+
+#include <QStringDecoder>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QCoro::Task<QList<Channel>> loadM3U(HTTPClient::Fetch fetch, PlaylistSource source, QUrl url,
+                                    CancellationToken cancellation)
+{
+    QNetworkRequest request = HTTPClient::providerRequest(url);
+    if (!source.username.isEmpty())
+        request.setRawHeader("Authorization", PlaylistRepository::basicAuthorization(source.username, source.password));
+    HTTPPayload payload = co_await fetch(std::move(request), cancellation);
+    co_return co_await inBackground([payload = std::move(payload)] {
+        QStringDecoder decoder(QStringDecoder::Utf8);
+        const QString text = decoder.decode(payload.data);
+        if (decoder.hasError())
+            throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
+        return M3UParser::parse(text, payload.url);
+    });
+}
+
+QCoro::Task<QByteArray> fetchAPI(HTTPClient::Fetch fetch, QString address, CancellationToken cancellation)
+{
+    const QUrl url = PlaylistSource::httpURL(address);
+    HTTPPayload payload = co_await fetch(HTTPClient::providerRequest(url), cancellation);
+    co_return std::move(payload.data);
+}
+
+QCoro::Task<QList<Channel>> loadXtream(HTTPClient::Fetch fetch, PlaylistSource source,
+                                       CancellationToken cancellation)
+{
+    const QString api = source.base() + u"/player_api.php?"_s + source.credentials();
+
+    const QByteArray account = co_await fetchAPI(fetch, api, cancellation);
+    const QString extension = XtreamReaders::accountStreamExtension(account);
+
+    QByteArray categoriesBody = co_await fetchAPI(fetch, api + u"&action=get_live_categories"_s, cancellation);
+    QHash<QString, QString> categories = co_await inBackground(
+        [body = std::move(categoriesBody)] { return XtreamReaders::liveCategories(body); });
+
+    QByteArray streams = co_await fetchAPI(fetch, api + u"&action=get_live_streams"_s, cancellation);
+    co_return co_await inBackground([body = std::move(streams), source, extension, categories = std::move(categories)] {
+        return XtreamReaders::liveStreams(body, source, extension, categories);
+    });
+}
+
+} // namespace
+
+PlaylistRepository::PlaylistRepository(HTTPClient::Fetch fetch)
+    : m_fetch(std::move(fetch))
+{
+}
+
+QCoro::Task<QList<Channel>> PlaylistRepository::load(PlaylistSource source, CancellationToken cancellation) const
+{
+    // Copied before the first suspension: the repository may go away while the load runs.
+    HTTPClient::Fetch fetch = m_fetch;
+    const QUrl url = source.validatedURL();
+    if (source.kind == PlaylistSource::Kind::m3u)
+        co_return co_await loadM3U(std::move(fetch), std::move(source), url, std::move(cancellation));
+    co_return co_await loadXtream(std::move(fetch), std::move(source), std::move(cancellation));
+}
+
+QByteArray PlaylistRepository::basicAuthorization(const QString &username, const QString &password)
+{
+    return "Basic " + (username + u':' + password).toUtf8().toBase64();
+}

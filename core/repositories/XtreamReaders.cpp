@@ -1,0 +1,304 @@
+#include "XtreamReaders.h"
+#include "XtreamJson.h"
+#include "records/IPTVError.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using namespace XtreamJson;
+
+namespace {
+
+const QString liveGroupDefault = u"Directe"_s;
+
+// An object's rows when the body is an array whose every element is an object, else nothing.
+std::optional<QList<Object>> objectRows(const Element &root)
+{
+    simdjson::dom::array array;
+    if (root.get(array))
+        return std::nullopt;
+    QList<Object> rows;
+    rows.reserve(qsizetype(array.size()));
+    for (const Element element : array) {
+        Object row;
+        if (element.get(row))
+            return std::nullopt;
+        rows.append(row);
+    }
+    return rows;
+}
+
+// A list answer of the catalogue: an array of objects, or an empty object standing for no rows.
+QList<Object> catalogRows(const Element &root)
+{
+    if (std::optional<QList<Object>> rows = objectRows(root))
+        return *rows;
+    Object object;
+    if (!root.get(object) && object.size() == 0)
+        return {};
+    throw IPTVError(u"El servidor no ha retornat un catàleg vàlid."_s);
+}
+
+QList<Object> liveRows(const Element &root)
+{
+    if (std::optional<QList<Object>> rows = objectRows(root))
+        return *rows;
+    throw IPTVError(u"Catàleg Xtream no vàlid."_s);
+}
+
+std::optional<QUrl> optionalHttpURL(const QString &text)
+{
+    const QUrl url = PlaylistSource::parseURL(text);
+    if (text.isEmpty() || !PlaylistSource::isAcceptedHttpURL(url))
+        return std::nullopt;
+    return url;
+}
+
+// The stream of a catalogue title or episode: base/path/user/password/id.ext
+Channel playable(const PlaylistSource &source, const QString &path, const QString &id, const QString &extension,
+                 const QString &name, const QString &group)
+{
+    const bool extensionUsable = !extension.isEmpty() && extension.size() <= 10
+        && std::all_of(extension.begin(), extension.end(), [](QChar c) {
+               const char16_t u = c.unicode();
+               return (u >= u'a' && u <= u'z') || (u >= u'A' && u <= u'Z') || (u >= u'0' && u <= u'9');
+           });
+    if (!numeric(id) || !extensionUsable)
+        throw IPTVError(u"El servidor ha retornat un format de vídeo no vàlid."_s);
+    const QString address = source.base() + path + PlaylistSource::encoded(source.username) + u'/'
+        + PlaylistSource::encoded(source.password) + u'/' + id + u'.' + extension;
+    return Channel(name, group, PlaylistSource::httpURL(address), false);
+}
+
+struct SeasonGroup
+{
+    qint64 season;
+    QList<Object> episodes;
+};
+
+QList<SeasonGroup> seasonGroups(const std::optional<Element> &episodes)
+{
+    QList<SeasonGroup> groups;
+    if (!episodes)
+        return groups;
+    Object bySeason;
+    simdjson::dom::array inOrder;
+    if (!episodes->get(bySeason)) {
+        for (const auto field : bySeason) {
+            if (std::optional<QList<Object>> rows = objectRows(field.value)) {
+                const QString key = QString::fromUtf8(field.key.data(), qsizetype(field.key.size()));
+                groups.append({decimalInteger(key).value_or(0), std::move(*rows)});
+            }
+        }
+    } else if (!episodes->get(inOrder)) {
+        qint64 position = 0;
+        for (const Element element : inOrder) {
+            if (std::optional<QList<Object>> rows = objectRows(element))
+                groups.append({position, std::move(*rows)});
+            ++position;
+        }
+    }
+    return groups;
+}
+
+QList<CatalogEpisode> episodesOf(const Object &root, const PlaylistSource &source, const CatalogItem &item)
+{
+    QList<CatalogEpisode> episodes;
+    QSet<QString> taken;
+    for (const SeasonGroup &group : seasonGroups(value(root, "episodes"))) {
+        for (const Object &episode : group.episodes) {
+            const QString id = text(episode, "id");
+            if (id.isEmpty() || !numeric(id) || taken.contains(id))
+                continue;
+            taken.insert(id);
+            const qint64 season = decimalInteger(text(episode, "season")).value_or(group.season);
+            const qint64 number = decimalInteger(text(episode, "episode_num")).value_or(0);
+            QString title = text(episode, "title");
+            if (title.isEmpty())
+                title = u"Episodi "_s + QString::number(number);
+            const std::optional<Object> info = object(value(episode, "info"));
+            QString extension = text(episode, "container_extension");
+            if (extension.isEmpty())
+                extension = u"mp4"_s;
+            const QString label =
+                item.name + u" · T"_s + QString::number(season) + u" E"_s + QString::number(number);
+            Channel channel = playable(source, u"/series/"_s, id, extension, title, label);
+            episodes.append(CatalogEpisode{id, season, number, title, text(info, "plot"), text(info, "duration"),
+                                           optionalHttpURL(text(info, "movie_image")), std::move(channel)});
+        }
+    }
+    std::stable_sort(episodes.begin(), episodes.end(), [](const CatalogEpisode &a, const CatalogEpisode &b) {
+        if (a.season != b.season)
+            return a.season < b.season;
+        if (a.number != b.number)
+            return a.number < b.number;
+        return a.id < b.id;
+    });
+    return episodes;
+}
+
+} // namespace
+
+namespace XtreamReaders {
+
+QString accountStreamExtension(const QByteArray &body)
+{
+    const Document document(body);
+    Object account;
+    if (document.root().get(account))
+        throw IPTVError(u"Resposta Xtream no vàlida."_s);
+    const QString refused = u"El servidor no ha acceptat l’usuari o la contrasenya."_s;
+    const std::optional<Object> userInfo = object(value(account, "user_info"));
+    if (!userInfo || text(*userInfo, "auth") != u"1"_s)
+        throw IPTVError(refused);
+    if (const std::optional<QString> status = string(value(*userInfo, "status")); status && status->toLower() != u"active"_s)
+        throw IPTVError(u"El compte del servidor no està actiu."_s);
+
+    simdjson::dom::array formats;
+    const std::optional<Element> listed = value(*userInfo, "allowed_output_formats");
+    if (!listed || listed->get(formats))
+        return u"m3u8"_s;
+    bool hls = false;
+    bool ts = false;
+    for (const Element format : formats) {
+        std::string_view name;
+        if (format.get(name))
+            return u"m3u8"_s; // not an array of strings: the default applies
+        hls = hls || name == "m3u8";
+        ts = ts || name == "ts";
+    }
+    if (hls)
+        return u"m3u8"_s;
+    if (ts)
+        return u"ts"_s;
+    throw IPTVError(u"Aquest servidor no ofereix fluxos HLS ni MPEG-TS compatibles."_s);
+}
+
+QHash<QString, QString> liveCategories(const QByteArray &body)
+{
+    const Document document(body);
+    QHash<QString, QString> names;
+    for (const Object &row : liveRows(document.root()))
+        names.insert(text(row, "category_id"), string(value(row, "category_name")).value_or(liveGroupDefault));
+    return names;
+}
+
+QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source, const QString &extension,
+                           const QHash<QString, QString> &categories)
+{
+    const Document document(body);
+    const QList<Object> rows = liveRows(document.root());
+    const QString prefix = source.base() + u"/live/"_s + PlaylistSource::encoded(source.username) + u'/'
+        + PlaylistSource::encoded(source.password) + u'/';
+    const QString suffix = u'.' + extension;
+    QList<Channel> channels;
+    channels.reserve(rows.size());
+    QSet<QString> seen;
+    seen.reserve(rows.size());
+    for (const Object &row : rows) {
+        const QString id = text(row, "stream_id");
+        if (id.isEmpty() || !numeric(id) || seen.contains(id))
+            continue;
+        seen.insert(id);
+        const QUrl url = PlaylistSource::httpURL(prefix + id + suffix);
+        QString name = string(value(row, "name")).value_or(u"Canal "_s + id);
+        const auto category = categories.constFind(text(row, "category_id"));
+        channels.append(Channel(std::move(name), category != categories.constEnd() ? *category : liveGroupDefault,
+                                url, false));
+    }
+    if (channels.isEmpty())
+        throw IPTVError(u"El servidor no ha retornat canals en directe."_s);
+    return channels;
+}
+
+QList<CatalogCategory> catalogCategories(const QByteArray &body)
+{
+    const Document document(body);
+    QList<CatalogCategory> categories;
+    QSet<QString> taken;
+    for (const Object &row : catalogRows(document.root())) {
+        const QString id = text(row, "category_id");
+        if (id.isEmpty() || !numeric(id) || taken.contains(id))
+            continue;
+        taken.insert(id);
+        QString name = text(row, "category_name");
+        if (name.isEmpty())
+            name = u"Sense categoria"_s;
+        categories.append(CatalogCategory{id, name});
+    }
+    return categories;
+}
+
+QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const QString &categoryID)
+{
+    const Document document(body);
+    const QList<Object> rows = catalogRows(document.root());
+    QList<CatalogItem> items;
+    items.reserve(rows.size());
+    QSet<QString> taken;
+    const std::string_view idKey = kind == CatalogKind::series ? "series_id" : "stream_id";
+    for (const Object &row : rows) {
+        const QString id = text(row, idKey);
+        if (id.isEmpty() || !numeric(id) || taken.contains(id))
+            continue;
+        taken.insert(id);
+        QString name = text(row, "name");
+        if (name.isEmpty())
+            name = u"Sense títol"_s;
+        QString extension = text(row, "container_extension");
+        if (extension.isEmpty())
+            extension = u"mp4"_s;
+        items.append(CatalogItem{
+            id,
+            kind,
+            name,
+            categoryID,
+            optionalHttpURL(text(valueOr(row, "cover", "stream_icon"))),
+            text(valueOr(row, "year", "releaseDate", "release_date")).left(4),
+            text(row, "rating"),
+            text(row, "plot"),
+            extension,
+            decimalNumber(text(valueOr(row, "added", "last_modified"))).value_or(0),
+        });
+    }
+    return items;
+}
+
+CatalogDetail catalogDetail(const QByteArray &body, const PlaylistSource &source, const CatalogItem &item)
+{
+    const Document document(body);
+    Object root;
+    if (document.root().get(root))
+        throw IPTVError(u"La fitxa retornada pel servidor no és vàlida."_s);
+    if (!value(root, "info") && !value(root, "movie_data") && !value(root, "episodes"))
+        throw IPTVError(u"El servidor no ha retornat la fitxa d’aquest títol."_s);
+    if (value(root, "user_info") || value(root, "error"))
+        throw IPTVError(u"El servidor no permet accedir a aquesta fitxa."_s);
+    const std::optional<Object> info = object(value(root, "info"));
+
+    CatalogDetail detail;
+    detail.item = item;
+    if (item.kind == CatalogKind::series) {
+        detail.episodes = episodesOf(root, source, item);
+    } else {
+        const std::optional<Object> movieData = object(value(root, "movie_data"));
+        QString extension = movieData ? text(*movieData, "container_extension") : QString();
+        if (extension.isEmpty())
+            extension = item.fileExtension;
+        detail.movie = playable(source, u"/movie/"_s, item.id, extension, item.name, u"Pel·lícules"_s);
+    }
+    detail.plot = text(valueOr(info, "plot", "description"));
+    detail.genre = text(info, "genre");
+    detail.cast = text(valueOr(info, "cast", "actors"));
+    detail.duration = text(info, "duration");
+    detail.poster = optionalHttpURL(text(valueOr(info, "cover", "movie_image")));
+    if (detail.plot.isEmpty())
+        detail.plot = item.plot;
+    if (!detail.poster)
+        detail.poster = item.poster;
+    return detail;
+}
+
+} // namespace XtreamReaders
