@@ -156,6 +156,18 @@ bool isAbsoluteHttpReference(QStringView line)
     return line.startsWith(u"http://", Qt::CaseInsensitive) || line.startsWith(u"https://", Qt::CaseInsensitive);
 }
 
+// An absolute http(s) address is read as the program reads every address, tolerating characters
+// that must be percent-encoded. A relative reference must be valid as written before it is resolved
+// against the list's address: decorations and notes that some lists put where an address belongs
+// ("[NO PUBLIC STREAM]") are not addresses, and encoding them would only make unplayable channels.
+QUrl resolvedAddress(QStringView line, const QUrl &baseURL)
+{
+    if (isAbsoluteHttpReference(line))
+        return PlaylistSource::parseURL(line);
+    const QUrl reference(line.toString(), QUrl::StrictMode);
+    return reference.isValid() ? baseURL.resolved(reference) : QUrl();
+}
+
 } // namespace
 
 namespace M3UParser {
@@ -210,9 +222,7 @@ QList<Channel> parse(QStringView input, const QUrl &baseURL)
         } else if (line.isEmpty() || line.startsWith(u'#')) {
             continue;
         } else {
-            const QUrl reference = PlaylistSource::parseURL(line);
-            // An absolute address resolves to itself; only relative ones need the base.
-            const QUrl resolved = isAbsoluteHttpReference(line) ? reference : baseURL.resolved(reference);
+            const QUrl resolved = resolvedAddress(line, baseURL);
             if (PlaylistSource::isAcceptedHttpURL(resolved)) {
                 QByteArray absolute = resolved.toEncoded();
                 if (!emitted.contains(absolute)) {

@@ -123,6 +123,14 @@ private Q_SLOTS:
             << u"#EXTM3U\nHTTPS://H.example/x"_s << u"Canal 1|Sense categoria|https://h.example/x"_s;
         QTest::newRow("blank inside an address is encoded")
             << u"#EXTM3U\nhttp://h/a b.ts"_s << u"Canal 1|Sense categoria|http://h/a%20b.ts"_s;
+        QTest::newRow("a note where the address belongs is skipped")
+            << u"#EXTM3U\n#EXTINF:-1,Nota\n[NO PUBLIC STREAM]\n#EXTINF:-1,Bo\nhttp://h/1"_s
+            << u"Bo|Sense categoria|http://h/1"_s;
+        QTest::newRow("relative reference with a blank is skipped")
+            << u"#EXTM3U\nmy stream.ts\nhttp://h/1"_s << u"Canal 1|Sense categoria|http://h/1"_s;
+        QTest::newRow("relative reference with a query")
+            << u"#EXTM3U\nlive.m3u8?token=a%20b"_s
+            << u"Canal 1|Sense categoria|http://provider.example/lists/live.m3u8?token=a%20b"_s;
         QTest::newRow("unclosed quote: title needs a comma outside quotes")
             << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"A,B\" x=\"open,Nom\nhttp://h/1"_s << u"A,B|Sense categoria|http://h/1"_s;
         QTest::newRow("non-ASCII attribute keys")

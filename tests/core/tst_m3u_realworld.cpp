@@ -1,0 +1,496 @@
+// The M3U parser against playlists written by other people: every file of the shared fixtures parses
+// and keeps the parser's promises, and what is known about particular files (counted from the files
+// themselves) comes out of the parse.
+
+#include "Fixtures.h"
+#include "m3u/M3UParser.h"
+#include "records/IPTVError.h"
+#include "records/PlaylistSource.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString playlistsFolder()
+{
+    return Fixtures::directory() + u"/m3u"_s;
+}
+
+// The address a playlist is taken to have been downloaded from.
+QUrl addressOf(const QString &relativePath)
+{
+    return QUrl(u"http://example.invalid/lists/"_s + QFileInfo(relativePath).fileName());
+}
+
+QString textOf(const QString &relativePath)
+{
+    return QString::fromUtf8(Fixtures::read(playlistsFolder() + u'/' + relativePath));
+}
+
+// The lines of a text, every line break counted (CRLF as one).
+QStringList linesOf(const QString &text)
+{
+    QString unified = text;
+    unified.replace(u"\r\n"_s, u"\n"_s);
+    unified.replace(u'\r', u'\n');
+    return unified.split(u'\n');
+}
+
+bool isHLSManifest(const QString &text)
+{
+    const QStringList lines = linesOf(text);
+    return std::any_of(lines.begin(), lines.end(),
+        [](const QString &line) { return line.trimmed().startsWith(u"#EXT-X-"); });
+}
+
+const Channel *findByAddress(const QList<Channel> &channels, const QString &address)
+{
+    const QByteArray encoded = PlaylistSource::parseURL(address).toEncoded();
+    for (const Channel &channel : channels) {
+        if (channel.encodedURL() == encoded)
+            return &channel;
+    }
+    return nullptr;
+}
+
+QStringList namesOf(const QList<Channel> &channels)
+{
+    QStringList names;
+    for (const Channel &channel : channels)
+        names.append(channel.name());
+    return names;
+}
+
+bool isLowerHex(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(),
+        [](QChar c) { return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f'); });
+}
+
+} // namespace
+
+class TestM3URealWorld : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Parses a fixture as if downloaded from addressOf(); fails the test on an IPTVError.
+    QList<Channel> parseFixture(const QString &relativePath, const QUrl &address)
+    {
+        const QString text = textOf(relativePath);
+        if (text.isEmpty()) {
+            [&] { QFAIL(qPrintable(u"cannot read "_s + relativePath)); }();
+            return {};
+        }
+        try {
+            return M3UParser::parse(text, address);
+        } catch (const IPTVError &error) {
+            [&] { QFAIL(qPrintable(relativePath + u": "_s + error.message())); }();
+        }
+        return {};
+    }
+
+    QList<Channel> parseFixture(const QString &relativePath)
+    {
+        return parseFixture(relativePath, addressOf(relativePath));
+    }
+
+private Q_SLOTS:
+    void everyPlaylistKeepsThePromises_data()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        QTest::addColumn<QString>("path");
+        const QDir folder(playlistsFolder());
+        const QStringList files = Fixtures::files(u"m3u"_s, {u"*.m3u"_s, u"*.m3u8"_s});
+        QVERIFY(!files.isEmpty());
+        for (const QString &file : files) {
+            const QString relative = folder.relativeFilePath(file);
+            QTest::newRow(qPrintable(relative)) << relative;
+        }
+    }
+
+    void everyPlaylistKeepsThePromises()
+    {
+        QFETCH(QString, path);
+        const QString text = textOf(path);
+        const QUrl address = addressOf(path);
+        const QList<Channel> channels = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+
+        QVERIFY(!channels.isEmpty());
+        QVERIFY(channels.size() <= linesOf(text).size());
+        if (isHLSManifest(text)) {
+            QCOMPARE(channels.size(), qsizetype(1));
+            QCOMPARE(channels.front().name(), u"Emissió HLS"_s);
+            QCOMPARE(channels.front().group(), u"Directe"_s);
+            QCOMPARE(channels.front().url(), address);
+            return;
+        }
+        QSet<QByteArray> addresses;
+        for (const Channel &channel : channels) {
+            const QString where = QString::fromLatin1(channel.encodedURL());
+            QVERIFY2(PlaylistSource::isAcceptedHttpURL(channel.url()), qPrintable(where));
+            QVERIFY2(!addresses.contains(channel.encodedURL()), qPrintable(u"repeated: "_s + where));
+            addresses.insert(channel.encodedURL());
+
+            const QString id = channel.id();
+            QCOMPARE(id.size(), 64);
+            QVERIFY2(isLowerHex(id), qPrintable(id));
+            QCOMPARE(id.toLatin1(),
+                QCryptographicHash::hash(channel.encodedURL(), QCryptographicHash::Sha256).toHex());
+
+            QVERIFY2(!channel.name().isEmpty(), qPrintable(where));
+            QVERIFY2(!channel.group().isEmpty(), qPrintable(where));
+            for (const QString &field : {channel.name(), channel.group(), where}) {
+                QVERIFY2(!field.contains(u'\r') && !field.contains(u'\n') && !field.contains(QChar(0xfeff)),
+                    qPrintable(field));
+                QVERIFY2(!field.contains("%0D"_L1, Qt::CaseInsensitive), qPrintable(field));
+            }
+        }
+    }
+
+    // Counted from each file: distinct http(s) addresses (absolute, or relative to the list's own
+    // address) and how many of those kept carry an #EXTVLCOPT user-agent or referrer line.
+    void channelCounts_data()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("channels");
+        QTest::addColumn<int>("withCustomHeaders");
+
+        const auto row = [](const char *path, int channels, int withCustomHeaders) {
+            QTest::newRow(path) << QString::fromLatin1(path) << channels << withCustomHeaders;
+        };
+        row("community/JustApo-TURKTV-index.m3u", 55, 29);
+        row("community/JustApo-TURKTV-vod.m3u", 719, 0); // 723 entries, 4 repeated addresses
+        row("community/fanmingming-live-tv-ipv6.m3u", 407, 0); // 411 entries, 4 repeated addresses
+        row("community/smolnp-IPTVru.m3u", 308, 10); // 17 entries without address, 5 rtmp
+        // Its nine "[NO PUBLIC STREAM]" placeholders are notes, not addresses: skipped.
+        row("free-tv/playlist.m3u8", 2027, 0);
+        row("free-tv/playlist_andorra.m3u8", 1, 0);
+        row("free-tv/playlist_italy.m3u8", 400, 0);
+        row("free-tv/playlist_spain.m3u8", 51, 0);
+        row("free-tv/playlist_zz_vod_it.m3u8", 154, 0);
+        row("iptv-org-generated-2021/index.m3u", 10446, 89); // "…m3u8" and "…m3u8?" are two addresses
+        row("iptv-org-generated-2023/countries-ad.m3u", 17, 2);
+        row("iptv-org-generated-2023/countries-dz.m3u", 59, 4);
+        row("iptv-org-generated-2023/countries-es.m3u", 321, 34);
+        row("iptv-org-generated-2023/countries-fo.m3u", 1, 0);
+        row("iptv-org-generated-2023/countries-jp.m3u", 64, 1);
+        row("iptv-org-generated-2023/index.country.m3u", 10628, 258); // 15,179 entries
+        row("iptv-org-generated-2023/index.m3u", 10628, 258); // 10,632 entries, 4 not http
+        row("iptv-org-source-2021/index-playlist-of-playlists.m3u", 159, 0);
+        row("iptv-org-source-2021/channels/ad.m3u", 5, 0);
+        row("iptv-org-source-2021/channels/dz.m3u", 26, 0);
+        row("iptv-org-source-2021/channels/es.m3u", 330, 0);
+        row("iptv-org-source-2021/channels/fo.m3u", 6, 0);
+        row("iptv-org-source-2023/streams-ad.m3u", 1, 0);
+        row("iptv-org-source-2023/streams-dz.m3u", 9, 3);
+        row("iptv-org-source-2023/streams-es.m3u", 286, 32);
+        row("iptv-org-source-2023/streams-my.m3u", 18, 7);
+        row("iptv-org-source-2023/streams-us_pluto.m3u", 639, 0);
+        row("parser-tests/iptv-playlist-parser/input/duplicate.m3u", 1, 0);
+        row("parser-tests/iptv-playlist-parser/input/kodi.m3u", 1, 0);
+        row("parser-tests/iptv-playlist-parser/input/pipe.m3u", 2, 1);
+        row("parser-tests/iptv-playlist-parser/input/vlcopt.m3u", 1, 1);
+        row("parser-tests/ipytv/iptv-org.m3u", 4474, 12);
+        row("parser-tests/ipytv/m3u8.m3u", 4, 0);
+        row("parser-tests/ipytv/m3u_plus.m3u", 4, 1);
+        row("parser-tests/ipytv/m3u_plus_unencoded_logo.m3u", 4, 0);
+    }
+
+    void channelCounts()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, channels);
+        QFETCH(int, withCustomHeaders);
+
+        const QList<Channel> parsed = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(parsed.size(), qsizetype(channels));
+        QCOMPARE(qsizetype(std::count_if(parsed.begin(), parsed.end(),
+                     [](const Channel &channel) { return channel.requiresCustomHeaders(); })),
+            qsizetype(withCustomHeaders));
+    }
+
+    // Media manifests hold #EXTINF entries and relative segments: none of them may become channels.
+    void hlsManifestsAreOneStream_data()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        QTest::addColumn<QString>("path");
+        for (const char *name : {"master.m3u8", "master-with-alternatives.m3u8", "wowza-master.m3u8",
+                 "media-playlist-with-byterange.m3u8", "media-playlist-with-program-date-time.m3u8"})
+            QTest::newRow(name) << u"hls-manifests-grafov-m3u8/"_s + QString::fromLatin1(name);
+    }
+
+    void hlsManifestsAreOneStream()
+    {
+        QFETCH(QString, path);
+        const QUrl address(
+            u"https://cdn.example.invalid/live/"_s + QFileInfo(path).fileName() + u"?token=a1"_s);
+        const QList<Channel> channels = parseFixture(path, address);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(channels.size(), qsizetype(1));
+        QCOMPARE(channels.front().name(), u"Emissió HLS"_s);
+        QCOMPARE(channels.front().group(), u"Directe"_s);
+        QCOMPARE(channels.front().url(), address);
+        QVERIFY(!channels.front().requiresCustomHeaders());
+    }
+
+    // Every entry of this list is a relative `channels/xx.m3u`: each resolves against the list's own
+    // address, wherever the list was downloaded from.
+    void playlistOfPlaylistsResolvesAgainstItsAddress_data()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        QTest::addColumn<QUrl>("address");
+        QTest::addColumn<QString>("folder"); // where the entries land
+
+        QTest::newRow("http, file name") << QUrl(u"http://example.invalid/lists/index.m3u"_s)
+                                         << u"http://example.invalid/lists/channels/"_s;
+        QTest::newRow("https, query dropped") << QUrl(u"https://mirror.example.invalid/iptv/index.m3u?v=2"_s)
+                                              << u"https://mirror.example.invalid/iptv/channels/"_s;
+        QTest::newRow("folder address")
+            << QUrl(u"http://example.invalid:8080/a/b/"_s) << u"http://example.invalid:8080/a/b/channels/"_s;
+        QTest::newRow("host only") << QUrl(u"http://example.invalid"_s)
+                                   << u"http://example.invalid/channels/"_s;
+    }
+
+    void playlistOfPlaylistsResolvesAgainstItsAddress()
+    {
+        QFETCH(QUrl, address);
+        QFETCH(QString, folder);
+
+        const QString path = u"iptv-org-source-2021/index-playlist-of-playlists.m3u"_s;
+        const QList<Channel> channels = parseFixture(path, address);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(channels.size(), qsizetype(159));
+        QCOMPARE(channels.front().name(), u"Afghanistan"_s);
+        QCOMPARE(channels.front().url(), QUrl(folder + u"af.m3u"_s));
+
+        // The four lists that exist beside it are found under the names the index gives them, and
+        // parse when downloaded from the resolved address.
+        const QString localFolder = playlistsFolder() + u"/iptv-org-source-2021/channels/"_s;
+        QStringList found;
+        for (const Channel &channel : channels) {
+            const QString url = channel.url().toString();
+            QVERIFY2(url.startsWith(folder) && url.endsWith(u".m3u"_s), qPrintable(url));
+            QCOMPARE(channel.group(), Channel::uncategorizedGroup());
+            const QString fileName = channel.url().fileName();
+            if (!QFileInfo::exists(localFolder + fileName))
+                continue;
+            found.append(channel.name());
+            const QList<Channel> inner
+                = parseFixture(u"iptv-org-source-2021/channels/"_s + fileName, channel.url());
+            if (QTest::currentTestFailed())
+                return;
+            QVERIFY(!inner.isEmpty());
+        }
+        QCOMPARE(found, QStringList({u"Algeria"_s, u"Andorra"_s, u"Faroe Islands"_s, u"Spain"_s}));
+    }
+
+    void ipv6HostsAreKept()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        const QList<Channel> channels = parseFixture(u"community/fanmingming-live-tv-ipv6.m3u"_s);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(channels.size(), qsizetype(407));
+        const Channel &first = channels.front();
+        QCOMPARE(first.name(), u"CCTV-1"_s);
+        QCOMPARE(first.group(), u"央视"_s);
+        QCOMPARE(first.encodedURL(),
+            QByteArray("http://[2409:8087:3869:8021:1001::e5]:6610/PLTV/88888910/224/3221225642/index.m3u8"));
+        QCOMPARE(first.url().host(), u"2409:8087:3869:8021:1001::e5"_s);
+        QCOMPARE(first.url().port(), 6610);
+        // 123 distinct addresses of the file have a bracketed 2409: host.
+        const auto onIPv6 = [](const Channel &channel) {
+            return channel.encodedURL().startsWith("http://[2409:")
+                && channel.url().host().startsWith(u"2409:");
+        };
+        QCOMPARE(qsizetype(std::count_if(channels.begin(), channels.end(), onIPv6)), qsizetype(123));
+    }
+
+    // A byte-order mark before the header and CRLF line ends: names, addresses and the header come
+    // out clean; an address with a blank after it loses the blank.
+    void byteOrderMarkAndCRLF()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        const QString path = u"community/JustApo-TURKTV-vod.m3u"_s;
+        const QByteArray bytes = Fixtures::read(playlistsFolder() + u'/' + path);
+        QVERIFY(bytes.startsWith("\xEF\xBB\xBF#EXTM3U\r\n"));
+        const QList<Channel> channels = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(channels.size(), qsizetype(719));
+        QCOMPARE(channels.at(0).name(), u"10 Yıl Sonra"_s);
+        QCOMPARE(channels.at(0).encodedURL(),
+            QByteArray("http://cdn8.ovid.monster/storage/movie/3/3264/video.mp4?3264"));
+        QCOMPARE(channels.at(1).name(), u"100 Numaralı Adam - 1978"_s);
+        QCOMPARE(
+            channels.at(1).encodedURL(), QByteArray("http://94.20.21.36/storage/movie/13/12972/video.mp4"));
+        QCOMPARE(channels.at(3).name(), u"15 Dakika Savaş"_s);
+        for (const Channel &channel : channels) {
+            QVERIFY2(!channel.name().contains(u'\r') && !channel.name().endsWith(u' '),
+                qPrintable(channel.name()));
+            QCOMPARE(channel.group(), Channel::uncategorizedGroup());
+        }
+    }
+
+    // CRLF, a blank line after every entry, and addresses commented out with '#' before the real one.
+    void commentedOutAddressesAreIgnored()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        const QString path = u"community/JustApo-TURKTV-index.m3u"_s;
+        const QList<Channel> channels = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+        QStringList commented;
+        for (const QString &line : linesOf(textOf(path))) {
+            if (line.startsWith(u"#http"))
+                commented.append(line.sliced(1).trimmed());
+        }
+        QCOMPARE(commented.size(), qsizetype(4));
+        for (const QString &address : std::as_const(commented))
+            QVERIFY2(!findByAddress(channels, address), qPrintable(address));
+
+        const Channel *trt1
+            = findByAddress(channels, u"https://blutv-test-live.ercdn.net/test/trt1_1080p.m3u8"_s);
+        QVERIFY(trt1);
+        QCOMPARE(trt1->name(), u"TRT 1"_s);
+        QVERIFY(trt1->requiresCustomHeaders());
+    }
+
+    // Two #EXTINF lines in a row: the first has no address and is dropped, the second keeps its own.
+    void entriesWithoutAddressAreSkipped()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        const QList<Channel> channels = parseFixture(u"community/smolnp-IPTVru.m3u"_s);
+        if (QTest::currentTestFailed())
+            return;
+        const QStringList names = namesOf(channels);
+        const QStringList withoutAddress = {
+            u"Рен ТВ (HD)"_s,
+            u"Comedy Central (EDTV 576p)"_s,
+            u"Пятница! (HD)"_s,
+            u"Epic Drama (HD)"_s,
+            u"Filmbox (EDTV 576p)"_s,
+            u"Filmbox Arthouse (EDTV 576p)"_s,
+            u"FX Life (EDTV 576p)"_s,
+            u"Trash (HD)"_s,
+            u"Viasat Kino (HD)"_s,
+            u"Viasat Kino Action (EDTV 576p)"_s,
+            u"Viju TV1000 Новелла (HD)"_s,
+            u"Наше Мужское (HD)"_s,
+            u"НТВ Сериал (EDTV 576p)"_s,
+            u"Хоккейный (HD)"_s,
+            u"HGTV (HD)"_s,
+            u"ЕГЭ ТВ (EDTV 576p)"_s,
+            u"АВТО 24 (EDTV 576p)"_s,
+        };
+        for (const QString &name : withoutAddress)
+            QVERIFY2(!names.contains(name), qPrintable(name));
+
+        const Channel *next = findByAddress(channels, u"http://45.159.74.14:80/RenTv/index.m3u8"_s);
+        QVERIFY(next);
+        QCOMPARE(next->name(), u"Рен ТВ Int (EDTV 576p)"_s);
+        QCOMPARE(next->group(), u"Общественные"_s);
+    }
+
+    // #EXTVLCOPT:http-user-agent= / http-referrer= lines mark the entry they stand in, and only it.
+    void customHeaderMarks_data()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("requiresCustomHeaders");
+
+        const QString dz = u"iptv-org-source-2023/streams-dz.m3u"_s;
+        QTest::newRow("referrer")
+            << dz << u"https://echorouk-live-tv.dzsecurity.net/fullres/EchoroukNews_First/playlist.m3u8"_s
+            << u"Echorouk News (576p) [Not 24/7]"_s << true;
+        QTest::newRow("same name, no referrer")
+            << dz << u"https://bledflix-echorouk-news.b-cdn.net/master.m3u8"_s
+            << u"Echorouk News (576p) [Not 24/7]"_s << false;
+        const QString my = u"iptv-org-source-2023/streams-my.m3u"_s;
+        QTest::newRow("referrer, empty tvg-id")
+            << my << u"https://d25tgymtnqzu8s.cloudfront.net/smil:berita/playlist.m3u8?id=5"_s
+            << u"Berita RTM [Geo-blocked]"_s << true;
+        QTest::newRow("entry before a marked one")
+            << my
+            << u"https://d2idp3hzkhjpih.cloudfront.net/out/v1/4b85d9c2bf97413eb0c9fd875599b837/index.m3u8"_s
+            << u"Astro Awani (720p)"_s << false;
+        QTest::newRow("entry after a marked one")
+            << my << u"http://210.210.155.37/dr9445/h/h04/index.m3u8"_s << u"CinemaWorld (576p)"_s << false;
+        const QString es = u"iptv-org-source-2023/streams-es.m3u"_s;
+        QTest::newRow("user agent with commas, also as a quoted attribute")
+            << es << u"https://liveingesta318.cdnmedia.tv/badalonatvlive/smil:live.smil/playlist.m3u8"_s
+            << u"BDNCOM (1080p)"_s << true;
+        QTest::newRow("unmarked neighbour")
+            << es << u"http://cpd.bailen.tv:8080/Playlist_CANAL_24H/playlist.m3u8"_s
+            << u"Bailén TV (720p) [Not 24/7]"_s << false;
+        QTest::newRow("unquoted user agent with commas, CRLF")
+            << u"community/JustApo-TURKTV-index.m3u"_s << u"http://antalya.tvizlehd.com/live/atvavrupa.m3u8"_s
+            << u"ATV Avrupa"_s << true;
+        QTest::newRow("quoted user agent")
+            << u"parser-tests/iptv-playlist-parser/input/vlcopt.m3u"_s
+            << u"http://test.channel.com/iptv/secret/1/index.m3u8"_s << u"Test Channel"_s << true;
+    }
+
+    void customHeaderMarks()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, address);
+        QFETCH(QString, name);
+        QFETCH(bool, requiresCustomHeaders);
+
+        const QList<Channel> channels = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+        const Channel *channel = findByAddress(channels, address);
+        QVERIFY2(channel, qPrintable(address));
+        QCOMPARE(channel->name(), name);
+        QCOMPARE(channel->requiresCustomHeaders(), requiresCustomHeaders);
+    }
+
+    // The largest list's entries three times over: repeats keep the first entry, so the result is the
+    // list of a single copy (a parse that grew with the square of the entries would not finish here).
+    void repeatedListsGiveTheSameChannels()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        const QString path = u"iptv-org-generated-2023/index.country.m3u"_s;
+        const QString text = textOf(path);
+        const qsizetype headerEnd = text.indexOf(u'\n');
+        QVERIFY(text.startsWith(u"#EXTM3U") && headerEnd > 0);
+        const QString entries = text.sliced(headerEnd + 1);
+        const QString threeTimes = text + u'\n' + entries + u'\n' + entries;
+
+        const QList<Channel> once = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+        QList<Channel> repeated;
+        try {
+            repeated = M3UParser::parse(threeTimes, addressOf(path));
+        } catch (const IPTVError &error) {
+            QFAIL(qPrintable(error.message()));
+        }
+        QCOMPARE(once.size(), qsizetype(10628));
+        QCOMPARE(repeated.size(), once.size());
+        QVERIFY(repeated == once);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestM3URealWorld)
+#include "tst_m3u_realworld.moc"
