@@ -18,13 +18,11 @@ if(QUENVO_SANITIZE)
     target_link_options(quenvo_compiler_settings INTERFACE ${quenvo_sanitizers})
 endif()
 
-# libFuzzer needs clang; fuzz targets are only built in the clang sanitizer build, where the core
-# library carries coverage instrumentation (`quenvo_fuzzing_coverage`) so that the fuzzers link it
-# as it is instead of compiling its sources again.
-add_library(quenvo_fuzzing_coverage INTERFACE)
+# libFuzzer needs clang; fuzz targets are only built in the clang sanitizer build, where the code
+# they drive carries coverage instrumentation (see core/CMakeLists.txt) so that the fuzzers link the
+# core library as it is instead of compiling its sources again.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND QUENVO_SANITIZE)
     set(QUENVO_HAVE_LIBFUZZER ON)
-    target_compile_options(quenvo_fuzzing_coverage INTERFACE -fsanitize=fuzzer-no-link)
 else()
     set(QUENVO_HAVE_LIBFUZZER OFF)
 endif()
