@@ -60,7 +60,8 @@ public:
         m_headTimeout = requestTimeout > 0 ? std::chrono::milliseconds(requestTimeout) : limits.head;
         // Our own timers decide; Qt's transfer timeout would end the reply as if cancelled.
         m_request.setTransferTimeout(0);
-        m_request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+        // No cache is installed, so nothing is ever read from one. (Asking for AlwaysNetwork would make Qt
+        // add "Cache-Control: no-cache" and "Pragma: no-cache" to the request's own headers.)
         m_request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
         m_request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
         m_request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
@@ -217,8 +218,25 @@ private:
             fail(TransportError::fromNetworkError(m_reply->error(), m_reply->errorString()));
             return;
         }
+        if (endedEarly()) {
+            qCInfo(lcHttp) << "body shorter than announced:" << HTTPClient::redactedForLog(m_reply->url());
+            fail(TransportError(TransportError::Kind::other, QNetworkReply::RemoteHostClosedError,
+                                u"the connection closed before the announced length"_s));
+            return;
+        }
         payload = HTTPPayload{std::move(m_body), m_reply->url()};
         finish({});
+    }
+
+    // When the server closes the connection right after its last bytes, Qt may finish the reply without
+    // an error even though fewer bytes than the Content-Length arrived. (A compressed body is counted
+    // after decompression, so it cannot be compared with the announced length.)
+    bool endedEarly() const
+    {
+        const QVariant announced = m_reply->header(QNetworkRequest::ContentLengthHeader);
+        const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
+        const bool identity = encoding.isEmpty() || encoding == "identity";
+        return announced.isValid() && identity && m_body.size() < announced.toLongLong();
     }
 
     void timedOut()

@@ -160,12 +160,16 @@ bool isAbsoluteHttpReference(QStringView line)
 // that must be percent-encoded. A relative reference must be valid as written before it is resolved
 // against the list's address: decorations and notes that some lists put where an address belongs
 // ("[NO PUBLIC STREAM]") are not addresses, and encoding them would only make unplayable channels.
-QUrl resolvedAddress(QStringView line, const QUrl &baseURL)
+// The encoded absolute address of a line, or an empty array when it is not a usable address.
+QByteArray acceptedAddress(QStringView line, const QUrl &baseURL)
 {
     if (isAbsoluteHttpReference(line))
-        return PlaylistSource::parseURL(line);
+        return PlaylistSource::acceptedEncodedURL(line);
     const QUrl reference(line.toString(), QUrl::StrictMode);
-    return reference.isValid() ? baseURL.resolved(reference) : QUrl();
+    if (!reference.isValid())
+        return QByteArray();
+    const QUrl resolved = baseURL.resolved(reference);
+    return PlaylistSource::isAcceptedHttpURL(resolved) ? resolved.toEncoded() : QByteArray();
 }
 
 } // namespace
@@ -222,16 +226,13 @@ QList<Channel> parse(QStringView input, const QUrl &baseURL)
         } else if (line.isEmpty() || line.startsWith(u'#')) {
             continue;
         } else {
-            const QUrl resolved = resolvedAddress(line, baseURL);
-            if (PlaylistSource::isAcceptedHttpURL(resolved)) {
-                QByteArray absolute = resolved.toEncoded();
-                if (!emitted.contains(absolute)) {
-                    emitted.insert(std::move(absolute));
-                    QString name = pendingName.isEmpty() ? u"Canal %1"_s.arg(channels.size() + 1)
-                                                         : pendingName.toString();
-                    channels.append(Channel(std::move(name), groups.intern(pendingGroup), resolved,
-                                            pendingCustomHeaders));
-                }
+            const QByteArray absolute = acceptedAddress(line, baseURL);
+            if (!absolute.isEmpty() && !emitted.contains(absolute)) {
+                emitted.insert(absolute); // shares the bytes with the channel
+                QString name = pendingName.isEmpty() ? u"Canal %1"_s.arg(channels.size() + 1)
+                                                     : pendingName.toString();
+                channels.append(Channel(std::move(name), groups.intern(pendingGroup), absolute,
+                                        pendingCustomHeaders));
             }
             pendingName = {};
             pendingGroup = {};

@@ -4,12 +4,18 @@
 #include <QCryptographicHash>
 
 Channel::Channel(QString name, QString group, const QUrl &url, bool requiresCustomHeaders)
+    : Channel(std::move(name), std::move(group), url.toEncoded(), requiresCustomHeaders)
+{
+}
+
+Channel::Channel(QString name, QString group, QByteArray encodedURL, bool requiresCustomHeaders)
     : m_name(std::move(name))
     , m_group(group.isEmpty() ? uncategorizedGroup() : std::move(group))
-    , m_url(url.toEncoded())
+    , m_url(std::move(encodedURL))
     , m_digest(digestOf(m_url))
     , m_requiresCustomHeaders(requiresCustomHeaders)
 {
+    m_url.squeeze();
 }
 
 QString Channel::id() const

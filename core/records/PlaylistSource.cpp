@@ -57,6 +57,124 @@ bool PlaylistSource::isAcceptedHttpURL(const QUrl &url)
     return url.userInfo().isEmpty() && !url.authority().contains(u'@');
 }
 
+namespace {
+
+bool isLowerAlnum(char16_t c)
+{
+    return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9');
+}
+
+// Four decimal numbers 0–255 without leading zeros: the one IPv4 form QUrl writes back unchanged
+// (it rewrites shorthands, octal and hexadecimal forms such as 127.1 or 0x7f.1).
+bool isDottedQuad(QStringView host)
+{
+    int parts = 0;
+    for (QStringView part : host.tokenize(u'.')) {
+        if (++parts > 4 || part.isEmpty() || part.size() > 3 || (part.size() > 1 && part.front() == u'0'))
+            return false;
+        int value = 0;
+        for (const QChar c : part) {
+            if (c < u'0' || c > u'9')
+                return false;
+            value = value * 10 + (c.unicode() - u'0');
+        }
+        if (value > 255)
+            return false;
+    }
+    return parts == 4;
+}
+
+// A host QUrl keeps exactly as written: a plain IPv4 address, or lower-case DNS labels that
+// neither start nor end with a hyphen, without punycode (which QUrl re-validates) and whose last
+// label does not start with a digit (QUrl would read the host as an IPv4 address).
+bool isPlainHost(QStringView host)
+{
+    if (host.isEmpty() || host.size() > 253)
+        return false;
+    if (isDottedQuad(host))
+        return true;
+    QStringView last;
+    for (QStringView label : host.tokenize(u'.')) {
+        if (label.isEmpty() || label.size() > 63 || label.front() == u'-' || label.back() == u'-'
+            || label.startsWith(u"xn--"))
+            return false;
+        for (const QChar c : label) {
+            if (!isLowerAlnum(c.unicode()) && c != u'-')
+                return false;
+        }
+        last = label;
+    }
+    return last.front() < u'0' || last.front() > u'9';
+}
+
+// Characters of a path or query that QUrl leaves untouched when it writes the encoded form.
+bool isPlainPathCharacter(char16_t c)
+{
+    if ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9'))
+        return true;
+    switch (c) {
+    case u'-': case u'.': case u'_': case u'~': case u'/': case u'?': case u'=': case u'&': case u':':
+    case u'@': case u'+': case u',': case u';': case u'!': case u'$': case u'(': case u')': case u'*':
+        return true;
+    default:
+        return false;
+    }
+}
+
+// "http(s)://host[:port][/path][?query]" written so plainly that its encoded form is the text
+// itself; anything else (percent escapes, fragments, IPv6, upper-case hosts, user information,
+// unusual ports or characters) is left to QUrl.
+bool isPlainHttpURL(QStringView text)
+{
+    qsizetype rest;
+    if (text.startsWith(u"http://"))
+        rest = 7;
+    else if (text.startsWith(u"https://"))
+        rest = 8;
+    else
+        return false;
+    qsizetype authorityEnd = rest;
+    while (authorityEnd < text.size() && text[authorityEnd] != u'/' && text[authorityEnd] != u'?')
+        ++authorityEnd;
+    QStringView authority = text.sliced(rest, authorityEnd - rest);
+    const qsizetype colon = authority.indexOf(u':');
+    if (colon >= 0) {
+        const QStringView port = authority.sliced(colon + 1);
+        if (port.isEmpty() || port.size() > 5 || port.front() == u'0')
+            return false;
+        int value = 0;
+        for (const QChar c : port) {
+            if (c < u'0' || c > u'9')
+                return false;
+            value = value * 10 + (c.unicode() - u'0');
+        }
+        if (value > 65535)
+            return false;
+        authority = authority.first(colon);
+    }
+    if (!isPlainHost(authority))
+        return false;
+    for (qsizetype i = authorityEnd; i < text.size(); ++i) {
+        if (!isPlainPathCharacter(text[i].unicode()))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
+{
+    if (isPlainHttpURL(text))
+        return text.toLatin1();
+    const QUrl url = parseURL(text);
+    if (!isAcceptedHttpURL(url))
+        return QByteArray();
+    QByteArray encoded = url.toEncoded();
+    encoded.squeeze();
+    return encoded;
+}
+
 QUrl PlaylistSource::httpURL(QStringView text)
 {
     const QUrl url = parseURL(text);

@@ -33,6 +33,10 @@ struct PlaylistSource
     static bool isAcceptedHttpURL(const QUrl &url);
     // How the program parses address text everywhere (absolute or relative references).
     static QUrl parseURL(QStringView text);
+    // The absolute string (encoded form) of `httpURL(text)`, or an empty array where httpURL would
+    // refuse. Plain addresses — the vast majority in real playlists — are recognised without
+    // building a QUrl; the result is the same byte for byte.
+    static QByteArray acceptedEncodedURL(QStringView text);
 
     // The address trimmed, without trailing slashes: the start of every Xtream URL.
     QString base() const;

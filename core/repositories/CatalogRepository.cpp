@@ -39,7 +39,10 @@ QCoro::Task<QList<CatalogCategory>> CatalogRepository::categories(PlaylistSource
     const QString action = kind == CatalogKind::series ? u"get_series_categories"_s : u"get_vod_categories"_s;
     const QUrl url = requestURL(source, action, {});
     QByteArray body = co_await request(std::move(fetch), url, std::move(cancellation));
-    co_return co_await inBackground([body = std::move(body)] { return XtreamReaders::catalogCategories(body); });
+    // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
+    // expression twice (its captures are released twice).
+    auto read = [body = std::move(body)] { return XtreamReaders::catalogCategories(body); };
+    co_return co_await inBackground(std::move(read));
 }
 
 QCoro::Task<QList<CatalogItem>> CatalogRepository::items(PlaylistSource source, CatalogKind kind, QString categoryID,
@@ -51,9 +54,11 @@ QCoro::Task<QList<CatalogItem>> CatalogRepository::items(PlaylistSource source, 
     const QString action = kind == CatalogKind::series ? u"get_series"_s : u"get_vod_streams"_s;
     const QUrl url = requestURL(source, action, {{u"category_id"_s, categoryID}});
     QByteArray body = co_await request(std::move(fetch), url, std::move(cancellation));
-    co_return co_await inBackground([body = std::move(body), kind, categoryID] {
+    // Named before the co_await: see categories().
+    auto read = [body = std::move(body), kind, categoryID] {
         return XtreamReaders::catalogItems(body, kind, categoryID);
-    });
+    };
+    co_return co_await inBackground(std::move(read));
 }
 
 QCoro::Task<CatalogDetail> CatalogRepository::detail(PlaylistSource source, CatalogItem item,
@@ -66,7 +71,9 @@ QCoro::Task<CatalogDetail> CatalogRepository::detail(PlaylistSource source, Cata
     const QUrl url = requestURL(source, series ? u"get_series_info"_s : u"get_vod_info"_s,
                                 {{series ? u"series_id"_s : u"vod_id"_s, item.id}});
     QByteArray body = co_await request(std::move(fetch), url, std::move(cancellation));
-    co_return co_await inBackground([body = std::move(body), source = std::move(source), item = std::move(item)] {
+    // Named before the co_await: see categories().
+    auto read = [body = std::move(body), source = std::move(source), item = std::move(item)] {
         return XtreamReaders::catalogDetail(body, source, item);
-    });
+    };
+    co_return co_await inBackground(std::move(read));
 }

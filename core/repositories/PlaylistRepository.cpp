@@ -17,13 +17,17 @@ QCoro::Task<QList<Channel>> loadM3U(HTTPClient::Fetch fetch, PlaylistSource sour
     if (!source.username.isEmpty())
         request.setRawHeader("Authorization", PlaylistRepository::basicAuthorization(source.username, source.password));
     HTTPPayload payload = co_await fetch(std::move(request), cancellation);
-    co_return co_await inBackground([payload = std::move(payload)] {
-        QStringDecoder decoder(QStringDecoder::Utf8);
+    // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
+    // expression twice (its captures are released twice).
+    auto parse = [payload = std::move(payload)] {
+        // Stateless: a sequence cut off at the end of the body is an error, not state kept for more input.
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
         const QString text = decoder.decode(payload.data);
         if (decoder.hasError())
             throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
         return M3UParser::parse(text, payload.url);
-    });
+    };
+    co_return co_await inBackground(std::move(parse));
 }
 
 QCoro::Task<QByteArray> fetchAPI(HTTPClient::Fetch fetch, QString address, CancellationToken cancellation)
@@ -42,13 +46,15 @@ QCoro::Task<QList<Channel>> loadXtream(HTTPClient::Fetch fetch, PlaylistSource s
     const QString extension = XtreamReaders::accountStreamExtension(account);
 
     QByteArray categoriesBody = co_await fetchAPI(fetch, api + u"&action=get_live_categories"_s, cancellation);
-    QHash<QString, QString> categories = co_await inBackground(
-        [body = std::move(categoriesBody)] { return XtreamReaders::liveCategories(body); });
+    // The lambdas are named before their co_await: see loadM3U.
+    auto readCategories = [body = std::move(categoriesBody)] { return XtreamReaders::liveCategories(body); };
+    QHash<QString, QString> categories = co_await inBackground(std::move(readCategories));
 
     QByteArray streams = co_await fetchAPI(fetch, api + u"&action=get_live_streams"_s, cancellation);
-    co_return co_await inBackground([body = std::move(streams), source, extension, categories = std::move(categories)] {
+    auto readStreams = [body = std::move(streams), source, extension, categories = std::move(categories)] {
         return XtreamReaders::liveStreams(body, source, extension, categories);
-    });
+    };
+    co_return co_await inBackground(std::move(readStreams));
 }
 
 } // namespace

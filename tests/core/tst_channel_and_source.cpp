@@ -3,6 +3,8 @@
 #include "records/JsonError.h"
 #include "records/PlaylistSource.h"
 
+#include "Fixtures.h"
+
 #include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QTest>
@@ -103,6 +105,58 @@ private Q_SLOTS:
         QFETCH(bool, accepted);
         const QString error = errorOf([&] { PlaylistSource::httpURL(text); });
         QCOMPARE(error, accepted ? QString() : urlMessage);
+    }
+
+    // The QUrl-free reading of plain addresses must give exactly what QUrl gives.
+    void acceptedEncodedURL_data()
+    {
+        QTest::addColumn<QString>("text");
+        const QStringList rows{
+            u"http://example.com/live/1.ts"_s, u"https://cdn.example.net:8443/a/b.m3u8?token=x&y=1"_s,
+            u"http://example.com"_s, u"http://example.com?x"_s, u"http://Example.com/x"_s, u"HTTP://example.com/x"_s,
+            u"http://127.0.0.1/x"_s, u"http://127.1/x"_s, u"http://0x7f.1/x"_s, u"http://10.0.0.255:8080/x"_s,
+            u"http://010.0.0.1/x"_s, u"http://256.1.1.1/x"_s, u"http://1.2.3.4.5/x"_s, u"http://host.123/x"_s,
+            u"http://123.host/x"_s, u"http://a.0x1/x"_s, u"http://a..b/x"_s,
+            u"http://example.com:080/x"_s, u"http://example.com:80/x"_s, u"http://example.com:/x"_s,
+            u"http://example.com:99999/x"_s, u"http://xn--caf-dma.example/x"_s, u"http://-bad.example/x"_s,
+            u"http://example.com/a b"_s, u"http://example.com/%41%2f"_s, u"http://example.com/a#frag"_s,
+            u"http://example.com/a/../b/./c"_s, u"http://u:p@example.com/x"_s, u"http://@example.com/x"_s,
+            u"http://[::1]:8080/x"_s, u"http://example.com/café"_s, u"http://example.com/x|User-Agent=a"_s,
+            u"http://example.com/\"q\""_s, u"http://example.com/[x]"_s, u"http://example.com/a'b"_s,
+            u"http://example.com/!$&()*+,;=:@~"_s, u"http://café.example/x"_s, u"http://ex_ample.com/x"_s,
+            u"https://example.com/"_s + QString(2000, u'a') + u"?t="_s + QString(300, u'Z'),
+            u"ftp://example.com/x"_s, u"http://"_s, u"http:///x"_s, u"http://example.com/\\x"_s,
+            u"http://example.com/{x}"_s, u"http://example.com/x^y`z"_s, u"http://EXAMPLE.com:8080"_s,
+        };
+        for (const QString &row : rows)
+            QTest::newRow(qPrintable(row.left(60))) << row;
+    }
+    void acceptedEncodedURL()
+    {
+        QFETCH(QString, text);
+        const QUrl parsed = PlaylistSource::parseURL(text);
+        const QByteArray expected = PlaylistSource::isAcceptedHttpURL(parsed) ? parsed.toEncoded() : QByteArray();
+        QCOMPARE(PlaylistSource::acceptedEncodedURL(text), expected);
+    }
+
+    void acceptedEncodedURLOnRealPlaylists()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        int compared = 0;
+        for (const QString &path : Fixtures::files(u"m3u"_s, {u"*.m3u"_s, u"*.m3u8"_s})) {
+            const QString text = QString::fromUtf8(Fixtures::read(path));
+            for (QStringView line : QStringView(text).tokenize(u'\n')) {
+                line = line.trimmed();
+                if (line.isEmpty() || line.startsWith(u'#'))
+                    continue;
+                const QUrl parsed = PlaylistSource::parseURL(line);
+                const QByteArray expected =
+                    PlaylistSource::isAcceptedHttpURL(parsed) ? parsed.toEncoded() : QByteArray();
+                QCOMPARE(PlaylistSource::acceptedEncodedURL(line), expected);
+                ++compared;
+            }
+        }
+        QVERIFY2(compared > 20000, qPrintable(QString::number(compared)));
     }
 
     void validatedURL_data()
