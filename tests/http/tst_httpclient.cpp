@@ -1,0 +1,741 @@
+#include "LoopbackServer.h"
+#include "async/Cancellation.h"
+#include "http/HTTPClient.h"
+#include "http/TransportError.h"
+#include "models/LibraryModel.h"
+#include "records/IPTVError.h"
+
+#include <QCoroTask>
+#include <QMetaEnum>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTest>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Response = LoopbackServer::Response;
+using Request = LoopbackServer::Request;
+
+Q_DECLARE_METATYPE(LoopbackServer::Response)
+
+namespace {
+
+const QString succeeded = u"ok"_s;
+const QString accessDenied = u"IPTVError: Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
+const QString tooLarge = u"IPTVError: La llista supera el límit de 25 MB."_s;
+const QString timedOut = u"TransportError: timedOut (TimeoutError)"_s;
+const QString cancelled = u"CancelledError"_s;
+const QString tooSlowText = u"El servidor triga massa a respondre. Torna-ho a provar."_s;
+const QString cannotConnectText = u"No es pot connectar amb el servidor. Revisa l’adreça."_s;
+const QString generalText
+    = u"No s’ha pogut carregar la llista. Revisa l’adreça, les credencials i la resposta del servidor."_s;
+
+constexpr qint64 sizeCap = 26'214'400;
+
+QString statusError(int status)
+{
+    return u"IPTVError: El servidor ha respost amb l’error HTTP %1."_s.arg(status);
+}
+
+struct Outcome
+{
+    std::optional<HTTPPayload> payload;
+    std::exception_ptr error;
+};
+
+// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
+QCoro::Task<Outcome> settled(QCoro::Task<HTTPPayload> download)
+{
+    Outcome outcome;
+    try {
+        outcome.payload = co_await std::move(download);
+    } catch (...) {
+        outcome.error = std::current_exception();
+    }
+    co_return outcome;
+}
+
+Outcome fetchNow(const QNetworkRequest &request, const CancellationToken &cancellation = {},
+    const HTTPClient::Limits &limits = {})
+{
+    return QCoro::waitFor(settled(HTTPClient::fetch(request, cancellation, limits)));
+}
+
+HTTPClient::Limits limits(std::chrono::milliseconds head, std::chrono::milliseconds idle,
+    std::chrono::milliseconds resource, qint64 maximumBytes = HTTPClient::maximumBodyBytes)
+{
+    HTTPClient::Limits result;
+    result.head = head;
+    result.idle = idle;
+    result.resource = resource;
+    result.maximumBytes = maximumBytes;
+    return result;
+}
+
+QString kindName(TransportError::Kind kind)
+{
+    switch (kind) {
+    case TransportError::Kind::notConnectedToInternet:
+        return u"notConnectedToInternet"_s;
+    case TransportError::Kind::timedOut:
+        return u"timedOut"_s;
+    case TransportError::Kind::cannotFindHost:
+        return u"cannotFindHost"_s;
+    case TransportError::Kind::cannotConnectToHost:
+        return u"cannotConnectToHost"_s;
+    case TransportError::Kind::secureConnectionFailed:
+        return u"secureConnectionFailed"_s;
+    case TransportError::Kind::serverCertificateUntrusted:
+        return u"serverCertificateUntrusted"_s;
+    case TransportError::Kind::cancelled:
+        return u"cancelled"_s;
+    case TransportError::Kind::other:
+        return u"other"_s;
+    }
+    return u"?"_s;
+}
+
+// "ok", or the failure: "IPTVError: <message>", "TransportError: <kind> (<Qt error>)", "CancelledError".
+QString describe(const Outcome &outcome)
+{
+    if (!outcome.error)
+        return outcome.payload ? succeeded : u"neither payload nor failure"_s;
+    try {
+        std::rethrow_exception(outcome.error);
+    } catch (const IPTVError &error) {
+        return "IPTVError: "_L1 + error.message();
+    } catch (const TransportError &error) {
+        const char *qtName
+            = QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(error.networkError());
+        return "TransportError: "_L1 + kindName(error.kind()) + " ("_L1 + QLatin1StringView(qtName) + u')';
+    } catch (const CancelledError &) {
+        return cancelled;
+    } catch (const std::exception &error) {
+        return "unexpected: "_L1 + QString::fromUtf8(error.what());
+    }
+}
+
+// The bodies the server generates: no byte repeats with a short period, so a lost or shifted piece
+// shows.
+QByteArray pattern(qint64 offset, qint64 length)
+{
+    QByteArray bytes(length, Qt::Uninitialized);
+    char *out = bytes.data();
+    for (qint64 i = 0; i < length; ++i) {
+        const qint64 at = offset + i;
+        out[i] = char((at * 7 + at / 251) & 0xff);
+    }
+    return bytes;
+}
+
+Response generated(qint64 size)
+{
+    return Response::generated(size, pattern);
+}
+
+QByteArray bodyOf(const Response &response)
+{
+    return response.generator ? response.generator(0, response.generatedSize) : response.body;
+}
+
+QByteArray headerLines(const Request &request)
+{
+    QByteArray lines;
+    for (const LoopbackServer::Header &header : request.headers)
+        lines += header.first + ": " + header.second + '\n';
+    return lines;
+}
+
+// A port on 127.0.0.1 with nothing listening on it.
+quint16 closedPort()
+{
+    QTcpServer probe;
+    if (!probe.listen(QHostAddress::LocalHost, 0))
+        return 0;
+    const quint16 port = probe.serverPort();
+    probe.close();
+    return port;
+}
+
+QByteArray withOrigins(QByteArray location, const LoopbackServer &a, const LoopbackServer *b = nullptr)
+{
+    location.replace("@AUTHORITY@", "127.0.0.1:" + QByteArray::number(a.port()));
+    location.replace("@A@", "http://127.0.0.1:" + QByteArray::number(a.port()));
+    location.replace("@A_LOCALHOST@", "http://localhost:" + QByteArray::number(a.port()));
+    if (b)
+        location.replace("@B@", "http://127.0.0.1:" + QByteArray::number(b->port()));
+    return location;
+}
+
+} // namespace
+
+class TestHTTPClient : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void statusDecidesTheOutcome_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QByteArray>("data");
+
+        QTest::newRow("200") << Response::ok("#EXTM3U\n") << succeeded << QByteArray("#EXTM3U\n");
+        QTest::newRow("201") << Response::withStatus(201, "creat") << succeeded << QByteArray("creat");
+        QTest::newRow("204 without a body") << Response::withStatus(204) << succeeded << QByteArray();
+        QTest::newRow("299") << Response::withStatus(299, "x") << succeeded << QByteArray("x");
+        QTest::newRow("401") << Response::withStatus(401, "no") << accessDenied << QByteArray();
+        QTest::newRow("403") << Response::withStatus(403, "no") << accessDenied << QByteArray();
+        QTest::newRow("400") << Response::withStatus(400, "no") << statusError(400) << QByteArray();
+        QTest::newRow("404") << Response::withStatus(404, "no") << statusError(404) << QByteArray();
+        QTest::newRow("407") << Response::withStatus(407, "no") << statusError(407) << QByteArray();
+        QTest::newRow("500") << Response::withStatus(500, "no") << statusError(500) << QByteArray();
+        QTest::newRow("503") << Response::withStatus(503) << statusError(503) << QByteArray();
+        QTest::newRow("300") << Response::withStatus(300, "tria") << statusError(300) << QByteArray();
+        QTest::newRow("304") << Response::withStatus(304) << statusError(304) << QByteArray();
+        QTest::newRow("302 without a Location")
+            << Response::withStatus(302, "x") << statusError(302) << QByteArray();
+        QTest::newRow("305 with a Location is not followed")
+            << Response::redirect(305, "/elsewhere") << statusError(305) << QByteArray();
+    }
+
+    void statusDecidesTheOutcome()
+    {
+        QFETCH(Response, response);
+        QFETCH(QString, expected);
+        QFETCH(QByteArray, data);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        server.route(u"/elsewhere"_s, Response::ok("followed"));
+
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
+        QCOMPARE(describe(outcome), expected);
+        if (outcome.payload) {
+            QCOMPARE(outcome.payload->data, data);
+            QCOMPARE(outcome.payload->url, server.url(u"/list.m3u"_s));
+        }
+        QCOMPARE(server.requestCount(), 1);
+        QTRY_COMPARE(server.connectionsOpen(), 0);
+    }
+
+    void readsEveryFraming_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<QByteArray>("expected");
+        const QByteArray body = pattern(0, 70'000);
+        const QByteArray text = QByteArray("#EXTM3U\n#EXTINF:-1,Canal\nhttp://h/1\n").repeated(2000);
+        const QByteArray deflated = qCompress(text).mid(4); // the zlib stream without Qt's size prefix
+
+        QTest::newRow("content length") << Response::ok(body) << body;
+        QTest::newRow("chunks of one byte") << Response::ok(body.left(3000)).chunked(1) << body.left(3000);
+        QTest::newRow("chunks of 4 kB") << Response::ok(body).chunked(4096) << body;
+        QTest::newRow("close-delimited") << Response::ok(body).withoutLength() << body;
+        QTest::newRow("trickled in odd pieces")
+            << Response::ok(body.left(5000)).trickled(997, 1ms) << body.left(5000);
+        QTest::newRow("empty and chunked") << Response::ok().chunked(10) << QByteArray();
+        QTest::newRow("empty and close-delimited") << Response::ok().withoutLength() << QByteArray();
+        QTest::newRow("compressed, with its length")
+            << Response::ok(deflated).withHeader("Content-Encoding", "deflate") << text;
+        QTest::newRow("compressed and chunked")
+            << Response::ok(deflated).withHeader("Content-Encoding", "deflate").chunked(1000) << text;
+    }
+
+    void readsEveryFraming()
+    {
+        QFETCH(Response, response);
+        QFETCH(QByteArray, expected);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
+        QCOMPARE(describe(outcome), succeeded);
+        QCOMPARE(outcome.payload->data.size(), expected.size());
+        QVERIFY(outcome.payload->data == expected);
+    }
+
+    void sendsTheHeadersAsGiven()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/player_api.php"_s, Response::ok("{}"));
+
+        QNetworkRequest request(server.url(u"/player_api.php?username=u&password=p"_s));
+        request.setRawHeader("Authorization", "Basic dTpw");
+        request.setRawHeader("Accept", "application/json");
+        request.setRawHeader("Referer", "http://127.0.0.1/");
+        request.setRawHeader("X-Quenvo-Probe", "as given");
+        QCOMPARE(describe(fetchNow(request)), succeeded);
+        const Request viaFetch = server.lastRequest();
+
+        // The same request through a plain network manager: what Qt itself sends.
+        QNetworkAccessManager manager;
+        std::unique_ptr<QNetworkReply> reply(manager.get(request));
+        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+        QVERIFY(finished.wait(5000));
+        const Request viaQt = server.lastRequest();
+        QCOMPARE(viaQt.connection, viaFetch.connection + 1);
+
+        QCOMPARE(headerLines(viaFetch), headerLines(viaQt));
+        QCOMPARE(viaFetch.method, QByteArray("GET"));
+        QCOMPARE(viaFetch.target, QByteArray("/player_api.php?username=u&password=p"));
+        QCOMPARE(viaFetch.headerValues("Authorization"), QList<QByteArray> {"Basic dTpw"});
+        QCOMPARE(viaFetch.headerValues("Accept"), QList<QByteArray> {"application/json"});
+        QCOMPARE(viaFetch.headerValues("Referer"), QList<QByteArray> {"http://127.0.0.1/"});
+        QCOMPARE(viaFetch.headerValues("X-Quenvo-Probe"), QList<QByteArray> {"as given"});
+    }
+
+    void providerRequestsIdentifyTheApp()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/get.php"_s, Response::ok("#EXTM3U"));
+
+        const QNetworkRequest request = HTTPClient::providerRequest(server.url(u"/get.php?type=m3u_plus"_s));
+        QCOMPARE(request.url(), server.url(u"/get.php?type=m3u_plus"_s));
+        QCOMPARE(request.transferTimeout(), 60'000);
+        QCOMPARE(describe(fetchNow(request)), succeeded);
+        const Request received = server.lastRequest();
+        QCOMPARE(received.method, QByteArray("GET"));
+        QCOMPARE(received.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
+        QCOMPARE(received.query, u"type=m3u_plus"_s);
+    }
+
+    void everyFetchHasItsOwnConnection()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, Response::ok("#EXTM3U"));
+
+        QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)))), succeeded);
+        QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)))), succeeded);
+        const QList<Request> requests = server.requests();
+        QCOMPARE(requests.size(), 2);
+        QCOMPARE(requests.at(0).connection, 1);
+        QCOMPARE(requests.at(1).connection, 2);
+        QTRY_COMPARE(server.connectionsOpen(), 0);
+    }
+
+    void neverSendsCookies()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/login"_s,
+            Response::ok("a")
+                .withHeader("Set-Cookie", "session=abc; Path=/")
+                .withHeader("Set-Cookie", "theme=dark; Path=/"));
+        server.route(u"/start"_s, Response::redirect(302, "/next").withHeader("Set-Cookie", "hop=1; Path=/"));
+        server.route(u"/next"_s, Response::ok("b"));
+        server.route(u"/list"_s, Response::ok("c"));
+
+        // Control: Qt's own manager stores these cookies and sends them back, within a redirect chain
+        // and on the next request. (While following a redirect on a reused connection, Qt now and then
+        // sends the redirecting request twice: look the requests up by path.)
+        {
+            QNetworkAccessManager manager;
+            for (const QString &path : {u"/start"_s, u"/login"_s, u"/list"_s}) {
+                std::unique_ptr<QNetworkReply> reply(manager.get(QNetworkRequest(server.url(path))));
+                QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+                QVERIFY(finished.wait(5000));
+                QCOMPARE(reply->error(), QNetworkReply::NoError);
+            }
+            const auto cookieSentTo = [&server](const QString &path) {
+                const QList<Request> requests = server.requests();
+                const auto request = std::find_if(
+                    requests.cbegin(), requests.cend(), [&path](const Request &r) { return r.path == path; });
+                return request != requests.cend() ? request->header("Cookie") : QByteArray("not requested");
+            };
+            QCOMPARE(cookieSentTo(u"/next"_s), "hop=1");
+            QVERIFY(cookieSentTo(u"/list"_s).contains("session=abc"));
+        }
+        server.clearRequests();
+
+        QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/login"_s)))), succeeded);
+        QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/list"_s)))), succeeded);
+        const Outcome redirected = fetchNow(QNetworkRequest(server.url(u"/start"_s)));
+        QCOMPARE(describe(redirected), succeeded);
+        QCOMPARE(redirected.payload->data, "b");
+
+        const QList<Request> requests = server.requests();
+        QCOMPARE(requests.size(), 4);
+        for (const Request &request : requests)
+            QVERIFY2(!request.hasHeader("Cookie"), qPrintable(request.path));
+    }
+
+    void followsRedirects_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("location");
+        QTest::addColumn<QString>("finalTarget");
+
+        for (const int status : {301, 302, 303, 307, 308}) {
+            QTest::addRow("%d to an absolute address", status)
+                << status << QByteArray("@A@/final") << u"/final"_s;
+            QTest::addRow("%d to a path", status) << status << QByteArray("/final") << u"/final"_s;
+        }
+        QTest::newRow("relative to the folder") << 302 << QByteArray("final") << u"/dir/final"_s;
+        QTest::newRow("to the parent folder") << 301 << QByteArray("../final") << u"/final"_s;
+        QTest::newRow("without a scheme") << 307 << QByteArray("//@AUTHORITY@/dir/final") << u"/dir/final"_s;
+        QTest::newRow("with a query")
+            << 302 << QByteArray("/final?username=a&password=b") << u"/final?username=a&password=b"_s;
+        QTest::newRow("blank in the path") << 302 << QByteArray("/dir/my final") << u"/dir/my%20final"_s;
+    }
+
+    void followsRedirects()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, location);
+        QFETCH(QString, finalTarget);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.redirect(u"/dir/start"_s, status, withOrigins(location, server));
+        server.setFallback(
+            [](const Request &request) { return Response::ok("arribat a " + request.target); });
+
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/dir/start"_s)));
+        QCOMPARE(describe(outcome), succeeded);
+        QCOMPARE(outcome.payload->data, "arribat a " + finalTarget.toUtf8());
+        QCOMPARE(outcome.payload->url, server.url(finalTarget));
+        const QList<Request> requests = server.requests();
+        QCOMPARE(requests.size(), 2);
+        QCOMPARE(requests.at(0).target, "/dir/start");
+        QCOMPARE(requests.at(1).target, finalTarget.toUtf8());
+        QCOMPARE(requests.at(1).method, "GET");
+    }
+
+    void followsAtMostFiveRedirects_data()
+    {
+        QTest::addColumn<int>("redirects");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("one") << 1 << 301 << succeeded;
+        QTest::newRow("four") << 4 << 307 << succeeded;
+        QTest::newRow("five") << 5 << 302 << succeeded;
+        QTest::newRow("five permanent") << 5 << 308 << succeeded;
+        QTest::newRow("six") << 6 << 302 << statusError(302);
+        QTest::newRow("six, the sixth a 307") << 6 << 307 << statusError(307);
+        QTest::newRow("nine") << 9 << 301 << statusError(301);
+    }
+
+    void followsAtMostFiveRedirects()
+    {
+        QFETCH(int, redirects);
+        QFETCH(int, status);
+        QFETCH(QString, expected);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        for (int hop = 1; hop <= redirects; ++hop)
+            server.redirect(u"/hop/%1"_s.arg(hop), status, "/hop/" + QByteArray::number(hop - 1));
+        server.route(u"/hop/0"_s, Response::ok("final"));
+
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/hop/%1"_s.arg(redirects))));
+        QCOMPARE(describe(outcome), expected);
+        QCOMPARE(server.requestCount(), std::min(redirects, 5) + 1);
+        QCOMPARE(server.requestCount(u"/hop/0"_s), redirects <= 5 ? 1 : 0);
+        if (outcome.payload)
+            QCOMPARE(outcome.payload->url, server.url(u"/hop/0"_s));
+    }
+
+    void refusesUnsafeRedirects_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("location");
+
+        QTest::newRow("user and password") << 302 << QByteArray("http://u:p@@AUTHORITY@/final");
+        QTest::newRow("user name only") << 301 << QByteArray("http://u@@AUTHORITY@/final");
+        QTest::newRow("user info without a scheme") << 307 << QByteArray("//u:p@@AUTHORITY@/final");
+        QTest::newRow("ftp") << 302 << QByteArray("ftp://@AUTHORITY@/final");
+        QTest::newRow("file") << 308 << QByteArray("file:///final");
+        QTest::newRow("data") << 303 << QByteArray("data:text/plain,final");
+        QTest::newRow("no host") << 302 << QByteArray("http:///final");
+    }
+
+    void refusesUnsafeRedirects()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, location);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.redirect(u"/start"_s, status, withOrigins(location, server));
+        server.route(u"/final"_s, Response::ok("should not be reached"));
+
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/start"_s)));
+        QCOMPARE(describe(outcome), statusError(status));
+        QCOMPARE(server.requestCount(), 1);
+        QCOMPARE(server.requestCount(u"/final"_s), 0);
+    }
+
+    void dropsAuthorizationWhenTheOriginChanges_data()
+    {
+        QTest::addColumn<QByteArray>("location");
+        QTest::addColumn<bool>("endsOnSecond");
+        QTest::addColumn<bool>("keepsAuthorization");
+
+        QTest::newRow("path on the same origin") << QByteArray("/final") << false << true;
+        QTest::newRow("absolute, same origin") << QByteArray("@A@/final") << false << true;
+        QTest::newRow("another port") << QByteArray("@B@/final") << true << false;
+        QTest::newRow("another host name") << QByteArray("@A_LOCALHOST@/final") << false << false;
+        QTest::newRow("away and back again") << QByteArray("@B@/back") << false << false;
+    }
+
+    void dropsAuthorizationWhenTheOriginChanges()
+    {
+        QFETCH(QByteArray, location);
+        QFETCH(bool, endsOnSecond);
+        QFETCH(bool, keepsAuthorization);
+
+        LoopbackServer first;
+        LoopbackServer second;
+        QVERIFY(first.start());
+        QVERIFY(second.start());
+        first.redirect(u"/start"_s, 302, withOrigins(location, first, &second));
+        first.route(u"/final"_s, Response::ok("first"));
+        second.redirect(u"/back"_s, 307, withOrigins("@A@/final", first));
+        second.route(u"/final"_s, Response::ok("second"));
+
+        QNetworkRequest request = HTTPClient::providerRequest(first.url(u"/start"_s));
+        request.setRawHeader("Authorization", "Bearer token");
+        request.setRawHeader("X-Quenvo-Probe", "kept");
+        const Outcome outcome = fetchNow(request);
+        QCOMPARE(describe(outcome), succeeded);
+        QCOMPARE(outcome.payload->data, endsOnSecond ? "second" : "first");
+
+        QCOMPARE(first.requests().first().header("Authorization"), "Bearer token");
+        LoopbackServer &finalServer = endsOnSecond ? second : first;
+        const Request arrived = finalServer.lastRequest();
+        QCOMPARE(arrived.path, u"/final"_s);
+        QCOMPARE(arrived.hasHeader("Authorization"), keepsAuthorization);
+        if (keepsAuthorization)
+            QCOMPARE(arrived.headerValues("Authorization"), QList<QByteArray> {"Bearer token"});
+        QCOMPARE(arrived.headerValues("X-Quenvo-Probe"), QList<QByteArray> {"kept"});
+        QCOMPARE(arrived.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
+        for (const Request &request : second.requests())
+            QVERIFY(!request.hasHeader("Authorization"));
+        QCOMPARE(outcome.payload->url.path(), u"/final"_s);
+        QCOMPARE(outcome.payload->url.port(), int(finalServer.port()));
+    }
+
+    void capsTheSize_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<qint64>("maximumBytes");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<qint64>("receivedBytes");
+
+        const qint64 cap = HTTPClient::maximumBodyBytes;
+        QTest::newRow("announced one byte over, decided before the body")
+            << generated(sizeCap + 1).stallingAfter(0) << cap << tooLarge << qint64(0);
+        QTest::newRow("announced exactly the limit") << generated(sizeCap) << cap << succeeded << sizeCap;
+        QTest::newRow("chunked, exactly the limit")
+            << generated(sizeCap).chunked(64 * 1024) << cap << succeeded << sizeCap;
+        QTest::newRow("chunked, one byte over")
+            << generated(sizeCap + 1).chunked(64 * 1024) << cap << tooLarge << qint64(0);
+        QTest::newRow("close-delimited, exactly the limit")
+            << generated(sizeCap).withoutLength() << cap << succeeded << sizeCap;
+        QTest::newRow("close-delimited, one byte over")
+            << generated(sizeCap + 1).withoutLength() << cap << tooLarge << qint64(0);
+        // Qt reads a response as long as its Content-Length says: what follows never reaches the body.
+        QTest::newRow("length lying low before a body over the limit")
+            << generated(sizeCap + 1).lyingLength(1000) << cap << succeeded << qint64(1000);
+
+        QTest::newRow("small limit, announced over")
+            << generated(1001).stallingAfter(0) << qint64(1000) << tooLarge << qint64(0);
+        QTest::newRow("small limit, exactly") << generated(1000) << qint64(1000) << succeeded << qint64(1000);
+        QTest::newRow("small limit, chunks of 7 over")
+            << generated(1001).chunked(7) << qint64(1000) << tooLarge << qint64(0);
+        QTest::newRow("small limit, trickled over")
+            << generated(1001).chunked(100).trickled(100, 1ms) << qint64(1000) << tooLarge << qint64(0);
+        QTest::newRow("small limit, length lying low")
+            << generated(5000).lyingLength(10) << qint64(1000) << succeeded << qint64(10);
+    }
+
+    void capsTheSize()
+    {
+        QFETCH(Response, response);
+        QFETCH(qint64, maximumBytes);
+        QFETCH(QString, expected);
+        QFETCH(qint64, receivedBytes);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/big.m3u"_s, response);
+        const Outcome outcome
+            = fetchNow(QNetworkRequest(server.url(u"/big.m3u"_s)), {}, limits(10s, 10s, 60s, maximumBytes));
+        QCOMPARE(describe(outcome), expected);
+        if (outcome.payload) {
+            QCOMPARE(outcome.payload->data.size(), receivedBytes);
+            QVERIFY(outcome.payload->data == pattern(0, receivedBytes));
+        } else {
+            QCOMPARE(LibraryModel::safeError(outcome.error), u"La llista supera el límit de 25 MB."_s);
+        }
+        QTRY_COMPARE(server.connectionsOpen(), 0);
+    }
+
+    void timesOut_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<int>("requestTimeout"); // ms, 0 for none
+        QTest::addColumn<int>("head");
+        QTest::addColumn<int>("idle");
+        QTest::addColumn<int>("resource");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("no head") << Response::silence() << 0 << 300 << 20'000 << 20'000 << timedOut;
+        QTest::newRow("no head, the request's own time-out")
+            << Response::silence() << 300 << 60'000 << 20'000 << 20'000 << timedOut;
+        QTest::newRow("late head inside the limit")
+            << Response::ok("x").delayedBy(50ms) << 0 << 5'000 << 20'000 << 20'000 << succeeded;
+        QTest::newRow("body stalls") << generated(10'000).stallingAfter(100) << 0 << 20'000 << 300 << 20'000
+                                     << timedOut;
+        QTest::newRow("chunked body stalls")
+            << generated(10'000).chunked(64).stallingAfter(100) << 0 << 20'000 << 300 << 20'000 << timedOut;
+        QTest::newRow("stalls right after the head")
+            << generated(10'000).stallingAfter(0) << 0 << 20'000 << 300 << 20'000 << timedOut;
+        // 20 pieces, 30 ms apart: twice as long as the idle limit, each gap a tenth of it.
+        QTest::newRow("slow but steady")
+            << generated(200).trickled(10, 30ms) << 0 << 20'000 << 300 << 20'000 << succeeded;
+        QTest::newRow("steady but longer than the whole limit")
+            << generated(1'000'000).trickled(10, 20ms) << 0 << 20'000 << 2'000 << 800 << timedOut;
+    }
+
+    void timesOut()
+    {
+        QFETCH(Response, response);
+        QFETCH(int, requestTimeout);
+        QFETCH(int, head);
+        QFETCH(int, idle);
+        QFETCH(int, resource);
+        QFETCH(QString, expected);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        QNetworkRequest request(server.url(u"/list.m3u"_s));
+        request.setTransferTimeout(requestTimeout);
+        const Outcome outcome = fetchNow(request, {},
+            limits(std::chrono::milliseconds(head), std::chrono::milliseconds(idle),
+                std::chrono::milliseconds(resource)));
+        QCOMPARE(describe(outcome), expected);
+        if (outcome.payload)
+            QVERIFY(outcome.payload->data == bodyOf(response));
+        else
+            QCOMPARE(LibraryModel::safeError(outcome.error), tooSlowText);
+        QTRY_COMPARE(server.connectionsOpen(), 0);
+        QCOMPARE(server.requestCount(), 1);
+    }
+
+    void cancelsTheTransfer_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<qint64>("cancelAfterBytes");
+
+        QTest::newRow("while the body streams")
+            << generated(20 * 1024 * 1024).trickled(4096, 5ms) << qint64(16 * 1024);
+        QTest::newRow("while a chunked body streams")
+            << generated(20 * 1024 * 1024).chunked(1000).trickled(4096, 5ms) << qint64(16 * 1024);
+        QTest::newRow("while waiting for the head") << Response::silence() << qint64(0);
+    }
+
+    void cancelsTheTransfer()
+    {
+        QFETCH(Response, response);
+        QFETCH(qint64, cancelAfterBytes);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        const CancellationToken cancellation = CancellationToken::create();
+        QCoro::Task<Outcome> download = settled(HTTPClient::fetch(
+            QNetworkRequest(server.url(u"/list.m3u"_s)), cancellation, limits(60s, 60s, 60s)));
+        QTRY_VERIFY(server.requestCount() == 1 && server.bodyBytesSent() >= cancelAfterBytes);
+
+        cancellation.cancel();
+        const Outcome outcome = QCoro::waitFor(download);
+        QCOMPARE(describe(outcome), cancelled);
+        QCOMPARE(LibraryModel::safeError(outcome.error), generalText);
+        // The transfer is aborted: the server sees the connection go, long before the body could end.
+        QTRY_COMPARE(server.connectionsOpen(), 0);
+        QVERIFY(server.bodyBytesSent() < response.bodySize() || response.neverAnswer);
+    }
+
+    void cancelledBeforeItStarts()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, Response::ok("#EXTM3U"));
+        const CancellationToken cancellation = CancellationToken::create();
+        cancellation.cancel();
+
+        QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)), cancellation)), cancelled);
+        QCOMPARE(server.connectionsAccepted(), 0);
+        QCOMPARE(server.requestCount(), 0);
+
+        // The same download with a live token does reach the server.
+        QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)), CancellationToken::create())),
+            succeeded);
+        QCOMPARE(server.requestCount(), 1);
+    }
+
+    void transportFailures_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<bool>("nothingListening");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("connection refused")
+            << Response() << true << u"TransportError: cannotConnectToHost (ConnectionRefusedError)"_s
+            << cannotConnectText;
+        QTest::newRow("closed without an answer")
+            << Response::hangingUp() << false << u"TransportError: other (RemoteHostClosedError)"_s
+            << generalText;
+        QTest::newRow("body shorter than its length")
+            << generated(5000).lyingLength(10'000) << false
+            << u"TransportError: other (RemoteHostClosedError)"_s << generalText;
+        QTest::newRow("cut in the middle")
+            << generated(5000).stallingAfter(2500).closing() << false
+            << u"TransportError: other (RemoteHostClosedError)"_s << generalText;
+        // Qt may finish such a reply without an error when the close arrives with the last bytes; the
+        // client compares what arrived with the announced length.
+        QTest::newRow("large body cut in the middle")
+            << generated(500'000).stallingAfter(250'000).closing() << false
+            << u"TransportError: other (RemoteHostClosedError)"_s << generalText;
+    }
+
+    void transportFailures()
+    {
+        QFETCH(Response, response);
+        QFETCH(bool, nothingListening);
+        QFETCH(QString, expected);
+        QFETCH(QString, text);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        QUrl url = server.url(u"/list.m3u"_s);
+        if (nothingListening) {
+            const quint16 port = closedPort();
+            QVERIFY(port != 0);
+            url.setPort(port);
+        }
+        const Outcome outcome = fetchNow(QNetworkRequest(url), {}, limits(10s, 10s, 30s));
+        QCOMPARE(describe(outcome), expected);
+        QCOMPARE(LibraryModel::safeError(outcome.error), text);
+        QVERIFY(!outcome.payload);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestHTTPClient)
+#include "tst_httpclient.moc"

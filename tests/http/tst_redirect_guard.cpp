@@ -1,0 +1,168 @@
+#include "http/RedirectGuard.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QNetworkRequest proposal(const QString &target)
+{
+    QNetworkRequest request {QUrl(target)};
+    request.setRawHeader("Authorization", "Basic dTpw");
+    request.setRawHeader("User-Agent", "Quenvo-macOS/0.1");
+    request.setRawHeader("X-Quenvo-Probe", "kept");
+    return request;
+}
+
+} // namespace
+
+class TestRedirectGuard : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void decidesEachRedirect_data()
+    {
+        QTest::addColumn<QString>("leaving");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<bool>("followed");
+        QTest::addColumn<bool>("keepsAuthorization");
+
+        QTest::newRow("same origin") << u"http://tv.example/a"_s << u"http://tv.example/b?x=1"_s << true
+                                     << true;
+        QTest::newRow("same origin, explicit port")
+            << u"http://tv.example:8080/a"_s << u"http://tv.example:8080/b"_s << true << true;
+        QTest::newRow("https, same origin")
+            << u"https://tv.example/a"_s << u"https://tv.example/b"_s << true << true;
+        QTest::newRow("host letters in another case")
+            << u"http://tv.example/a"_s << u"http://TV.Example/b"_s << true << true;
+        QTest::newRow("scheme in capitals")
+            << u"http://tv.example/a"_s << u"HTTP://tv.example/b"_s << true << true;
+        QTest::newRow("http to https")
+            << u"http://tv.example/a"_s << u"https://tv.example/b"_s << true << false;
+        QTest::newRow("https to http")
+            << u"https://tv.example/a"_s << u"http://tv.example/b"_s << false << false;
+        QTest::newRow("https to http on another host")
+            << u"https://tv.example/a"_s << u"http://cdn.example/b"_s << false << false;
+        QTest::newRow("https to ftp")
+            << u"https://tv.example/a"_s << u"ftp://tv.example/b"_s << false << false;
+        QTest::newRow("another host")
+            << u"http://tv.example/a"_s << u"http://cdn.example/b"_s << true << false;
+        QTest::newRow("a subdomain is another host")
+            << u"http://tv.example/a"_s << u"http://www.tv.example/a"_s << true << false;
+        QTest::newRow("another port")
+            << u"http://tv.example:8080/a"_s << u"http://tv.example:8081/a"_s << true << false;
+        QTest::newRow("explicit default port after none")
+            << u"http://tv.example/a"_s << u"http://tv.example:80/a"_s << true << false;
+        QTest::newRow("no port after an explicit default one")
+            << u"https://tv.example:443/a"_s << u"https://tv.example/a"_s << true << false;
+        QTest::newRow("IP address for its host name")
+            << u"http://localhost:8080/a"_s << u"http://127.0.0.1:8080/a"_s << true << false;
+        QTest::newRow("user and password")
+            << u"http://tv.example/a"_s << u"http://u:p@tv.example/b"_s << false << false;
+        QTest::newRow("user name only")
+            << u"http://tv.example/a"_s << u"http://u@tv.example/b"_s << false << false;
+        QTest::newRow("empty password")
+            << u"http://tv.example/a"_s << u"http://u:@tv.example/b"_s << false << false;
+        QTest::newRow("ftp") << u"http://tv.example/a"_s << u"ftp://tv.example/b"_s << false << false;
+        QTest::newRow("file") << u"http://tv.example/a"_s << u"file:///etc/hosts"_s << false << false;
+        QTest::newRow("no host") << u"http://tv.example/a"_s << u"http:///b"_s << false << false;
+        QTest::newRow("relative, never resolved") << u"http://tv.example/a"_s << u"/b"_s << false << false;
+        QTest::newRow("empty") << u"http://tv.example/a"_s << QString() << false << false;
+    }
+
+    void decidesEachRedirect()
+    {
+        QFETCH(QString, leaving);
+        QFETCH(QString, target);
+        QFETCH(bool, followed);
+        QFETCH(bool, keepsAuthorization);
+
+        RedirectGuard guard;
+        const std::optional<QNetworkRequest> next = guard.willRedirect(QUrl(leaving), proposal(target));
+        QCOMPARE(next.has_value(), followed);
+        QCOMPARE(guard.redirects(), 1);
+        if (!next)
+            return;
+        QCOMPARE(next->url(), QUrl(target));
+        QCOMPARE(next->hasRawHeader("Authorization"), keepsAuthorization);
+        if (keepsAuthorization)
+            QCOMPARE(next->rawHeader("Authorization"), "Basic dTpw");
+        QCOMPARE(next->rawHeader("X-Quenvo-Probe"), "kept");
+        QCOMPARE(next->rawHeader("User-Agent"), "Quenvo-macOS/0.1");
+        QCOMPARE(next->rawHeaderList().size(), keepsAuthorization ? 3 : 2);
+    }
+
+    void countsRedirects_data()
+    {
+        QTest::addColumn<int>("earlier");
+        QTest::addColumn<bool>("followed");
+
+        QTest::newRow("first") << 0 << true;
+        QTest::newRow("fifth") << 4 << true;
+        QTest::newRow("sixth") << 5 << false;
+        QTest::newRow("tenth") << 9 << false;
+    }
+
+    void countsRedirects()
+    {
+        QFETCH(int, earlier);
+        QFETCH(bool, followed);
+
+        RedirectGuard guard;
+        const QUrl page(u"http://tv.example/list"_s);
+        for (int i = 0; i < earlier; ++i) {
+            const bool within = i < RedirectGuard::maximumRedirects;
+            QCOMPARE(guard.willRedirect(page, proposal(u"http://tv.example/list"_s)).has_value(), within);
+        }
+        QCOMPARE(guard.willRedirect(page, proposal(u"http://tv.example/list"_s)).has_value(), followed);
+        QCOMPARE(guard.redirects(), earlier + 1);
+    }
+
+    void refusalsCountToo()
+    {
+        RedirectGuard guard;
+        const QUrl page(u"https://tv.example/list"_s);
+        QVERIFY(!guard.willRedirect(page, proposal(u"http://tv.example/list"_s)));
+        for (int i = 1; i < RedirectGuard::maximumRedirects; ++i)
+            QVERIFY(guard.willRedirect(page, proposal(u"https://tv.example/list"_s)));
+        QVERIFY(!guard.willRedirect(page, proposal(u"https://tv.example/list"_s)));
+        QCOMPARE(guard.redirects(), RedirectGuard::maximumRedirects + 1);
+    }
+
+    void comparesOrigins_data()
+    {
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<bool>("same");
+
+        QTest::newRow("paths and queries do not matter")
+            << u"http://tv.example/a?x=1"_s << u"http://tv.example/b#f"_s << true;
+        QTest::newRow("user information does not matter")
+            << u"http://u:p@tv.example/"_s << u"http://tv.example/"_s << true;
+        QTest::newRow("host case") << u"http://TV.example/"_s << u"http://tv.EXAMPLE/"_s << true;
+        QTest::newRow("host") << u"http://tv.example/"_s << u"http://tv.example.org/"_s << false;
+        QTest::newRow("scheme") << u"http://tv.example/"_s << u"https://tv.example/"_s << false;
+        QTest::newRow("port") << u"http://tv.example:1/"_s << u"http://tv.example:2/"_s << false;
+        QTest::newRow("absent and explicit default port")
+            << u"http://tv.example/"_s << u"http://tv.example:80/"_s << false;
+        QTest::newRow("same explicit port")
+            << u"http://tv.example:80/"_s << u"http://tv.example:80/x"_s << true;
+        QTest::newRow("IPv6 literal") << u"http://[::1]:8080/"_s << u"http://[0:0::1]:8080/"_s << true;
+        QTest::newRow("IPv4 and IPv6 loopback") << u"http://127.0.0.1/"_s << u"http://[::1]/"_s << false;
+    }
+
+    void comparesOrigins()
+    {
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(bool, same);
+
+        QCOMPARE(RedirectGuard::sameOrigin(QUrl(a), QUrl(b)), same);
+        QCOMPARE(RedirectGuard::sameOrigin(QUrl(b), QUrl(a)), same);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRedirectGuard)
+#include "tst_redirect_guard.moc"
