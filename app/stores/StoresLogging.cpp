@@ -1,0 +1,3 @@
+#include "StoresLogging.h"
+
+Q_LOGGING_CATEGORY(lcStores, "quenvo.stores")

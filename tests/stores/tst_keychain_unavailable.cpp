@@ -1,0 +1,107 @@
+// When the keychain cannot be read at start-up: the read message with its status code, no saved
+// connections, saving refused for the rest of the run, while connections used for the session only
+// still work. Run twice by CTest through scripts/with-secret-service.sh: with a keyring that this
+// test locks after saving a connection into it, and with no Secret Service on the bus at all.
+
+#include "StoreTestSupport.h"
+#include "stores/ConnectionRegistry.h"
+#include "stores/KeychainStore.h"
+
+#include <QDBusConnection>
+#include <QDBusInterface>
+#include <QDBusObjectPath>
+#include <QDBusReply>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+const QString service = u"app.quenvo.Quenvo.tests.unavailable"_s;
+
+PlaylistSource m3u(const QString &name)
+{
+    return PlaylistSource(QUuid::createUuid(), name, u"http://127.0.0.1:8080/%1.m3u"_s.arg(name), u"usuari"_s,
+        u"clau"_s, PlaylistSource::Kind::m3u);
+}
+
+// Locks the default collection through the Secret Service's own interface, as the user (or the
+// session's screen lock) would. Returns an error text, or nothing.
+QString lockDefaultCollection()
+{
+    QDBusInterface secrets(u"org.freedesktop.secrets"_s, u"/org/freedesktop/secrets"_s,
+        u"org.freedesktop.Secret.Service"_s, QDBusConnection::sessionBus());
+    const QDBusReply<QDBusObjectPath> collection = secrets.call(u"ReadAlias"_s, u"default"_s);
+    if (!collection.isValid() || collection.value().path() == u"/"_s)
+        return u"no default collection: "_s + collection.error().message();
+    const QDBusMessage locked
+        = secrets.call(u"Lock"_s, QVariant::fromValue(QList<QDBusObjectPath> {collection.value()}));
+    if (locked.type() == QDBusMessage::ErrorMessage)
+        return u"locking failed: "_s + locked.errorMessage();
+    return QString();
+}
+} // namespace
+
+class TestKeychainUnavailable : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readFailureDisablesSaving()
+    {
+        const QString state = qEnvironmentVariable("QUENVO_SECRET_SERVICE");
+        QString readMessage;
+        QString writeMessage;
+        const PlaylistSource saved = m3u(u"Desada"_s);
+        if (state == u"unlocked"_s) {
+            // A keyring that holds the connections, then locked.
+            QCOMPARE(StoreTest::run(KeychainStore(service).write({saved})), QString());
+            QCOMPARE(lockDefaultCollection(), QString());
+            readMessage
+                = u"No s’ha pogut llegir el Clauer (codi -25308). Desbloqueja el Clauer i torna a obrir l’aplicació."_s;
+            writeMessage = u"No s’ha pogut desar la connexió al Clauer (codi -25308)."_s;
+        } else if (state == u"absent"_s) {
+            readMessage
+                = u"No s’ha pogut llegir el Clauer (codi -25291). Desbloqueja el Clauer i torna a obrir l’aplicació."_s;
+            writeMessage = u"No s’ha pogut desar la connexió al Clauer (codi -25291)."_s;
+        } else {
+            QFAIL("run through scripts/with-secret-service.sh (with or without --without-keyring)");
+        }
+
+        StoreTest::Preferences preferences;
+        preferences.settings().setValue(
+            ConnectionRegistry::activeSourceKey(), saved.id.toString(QUuid::WithoutBraces).toUpper());
+        ConnectionRegistry registry(KeychainStore(service), preferences.settings());
+        QSignalSpy canSave(&registry, &ConnectionRegistry::canSaveChanged);
+        const auto startUp = StoreTest::run(registry.readSaved());
+        QCOMPARE(startUp.failure, QString());
+        QCOMPARE(startUp.value->notice, readMessage);
+        QVERIFY(!startUp.value->start);
+        QVERIFY(registry.sources().isEmpty());
+        QVERIFY(!registry.canSave());
+        QCOMPARE(canSave.count(), 1);
+
+        // Saving is refused for the rest of the run, before the keychain is even asked.
+        const PlaylistSource fresh = m3u(u"Nova"_s);
+        QCOMPARE(StoreTest::run(registry.keepLoaded(fresh, true, false)),
+            ConnectionRegistry::unavailableMessage());
+        QCOMPARE(
+            StoreTest::run(registry.keepLoaded(fresh, true, true)), ConnectionRegistry::unavailableMessage());
+        QVERIFY(registry.allSources().isEmpty());
+
+        // The session still works.
+        QCOMPARE(StoreTest::run(registry.keepLoaded(fresh, false, true)), QString());
+        QCOMPARE(registry.allSources(), QList<PlaylistSource>({fresh}));
+        registry.rememberActive(fresh);
+        QCOMPARE(preferences.settings().value(ConnectionRegistry::activeSourceKey()).toString(),
+            saved.id.toString(QUuid::WithoutBraces).toUpper());
+        QCOMPARE(StoreTest::run(registry.remove(fresh)), QString());
+        QVERIFY(registry.allSources().isEmpty());
+
+        // The store itself reports what a write meets.
+        QCOMPARE(StoreTest::run(KeychainStore(service).write({fresh})), writeMessage);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestKeychainUnavailable)
+#include "tst_keychain_unavailable.moc"

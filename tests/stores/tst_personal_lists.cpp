@@ -1,0 +1,303 @@
+// The personal lists store on a preferences file of its own: start-up from either stored format
+// with the conversion of single movie and series entries into linked groups, the rule for list
+// names, and the edits the views make. Refreshing from a provider is in tst_personal_lists_refresh.
+
+#include "StoreTestSupport.h"
+#include "stores/PersonalLists.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+const QUuid sourceA = QUuid::fromString(u"0b0e1c2d-0000-4000-8000-00000000000a"_s);
+const QUuid listID = QUuid::fromString(u"9a8b7c6d-0000-4000-8000-000000000001"_s);
+const QString lengthError = u"Escriu un nom d’entre 1 i 80 caràcters."_s;
+const QString duplicateError = u"Ja tens una llista personal amb aquest nom."_s;
+
+PersonalEntry channel(const QString &name, int number, const QString &group = u"Esports"_s)
+{
+    return PersonalEntry(
+        sourceA, Channel(name, group, QUrl(u"http://127.0.0.1/live/%1.ts"_s.arg(number)), false));
+}
+
+PersonalEntry title(PersonalContentKind kind, const QString &id, const QString &category)
+{
+    return PersonalEntry(sourceA, kind, id, u"Títol "_s + id, category, u"2021"_s, u"7"_s, u"mp4"_s);
+}
+
+QByteArray storedBytes(QSettings &settings)
+{
+    return settings.value(PersonalLists::storageKey()).toByteArray();
+}
+
+// What the first version of the format stored: single movie and series entries, no linked groups.
+QByteArray firstFormat()
+{
+    PersonalList list(listID, u"Per veure"_s);
+    list.add({channel(u"Canal 1"_s, 1), title(PersonalContentKind::movies, u"101"_s, u"12"_s),
+        title(PersonalContentKind::movies, u"102"_s, u"12"_s),
+        title(PersonalContentKind::series, u"7001"_s, u"7"_s)});
+    list.remove(title(PersonalContentKind::movies, u"103"_s, u"12"_s));
+    list.remove(channel(u"Canal 9"_s, 9));
+    QJsonArray array {list.toJson()};
+    return QJsonDocument(array).toJson(QJsonDocument::Indented); // its own formatting, kept as it was
+}
+
+QString nameOf(const QString &base, int count)
+{
+    return base.repeated(count);
+}
+} // namespace
+
+class TestPersonalLists : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void firstStartSavesAnEmptyList()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        QVERIFY(lists.lists().isEmpty());
+        QVERIFY(lists.categoryEntries().isEmpty());
+        QVERIFY(!lists.refreshID().isNull());
+        QCOMPARE(storedBytes(preferences.settings()), QByteArray("[]"));
+        QVERIFY(!preferences.settings().contains(PersonalLists::firstFormatKey()));
+    }
+
+    void firstFormatIsConvertedAndKept()
+    {
+        StoreTest::Preferences preferences;
+        const QByteArray v1 = firstFormat();
+        preferences.settings().setValue(PersonalLists::firstFormatKey(), v1);
+        preferences.restart();
+
+        PersonalLists lists(preferences.settings());
+        QCOMPARE(lists.lists().size(), 1);
+        const PersonalList &list = lists.lists().first();
+        QCOMPARE(list.id(), listID);
+        QCOMPARE(list.name(), u"Per veure"_s);
+        QCOMPARE(list.entries(), QList<PersonalEntry>({channel(u"Canal 1"_s, 1)}));
+        QCOMPARE(list.categories(),
+            QList<PersonalCategory>({PersonalCategory(sourceA, PersonalContentKind::movies, u"12"_s,
+                                         u"Categoria de pel·lícules · 12"_s),
+                PersonalCategory(
+                    sourceA, PersonalContentKind::series, u"7"_s, u"Categoria de sèries · 7"_s)}));
+        QCOMPARE(list.excludedIDs(), QSet<QString>({channel(u"Canal 9"_s, 9).id()}));
+
+        QCOMPARE(storedBytes(preferences.settings()), PersonalLists::encode(lists.lists()));
+        QCOMPARE(preferences.settings().value(PersonalLists::firstFormatKey()).toByteArray(), v1);
+
+        // From then on the current format is read, and the first one is left alone.
+        lists.rename(listID, u"Vist"_s);
+        preferences.restart();
+        PersonalLists again(preferences.settings());
+        QCOMPARE(again.lists().first().name(), u"Vist"_s);
+        QCOMPARE(preferences.settings().value(PersonalLists::firstFormatKey()).toByteArray(), v1);
+    }
+
+    void currentFormatWinsOverTheFirst()
+    {
+        StoreTest::Preferences preferences;
+        preferences.settings().setValue(PersonalLists::firstFormatKey(), firstFormat());
+        preferences.settings().setValue(PersonalLists::storageKey(),
+            PersonalLists::encode({PersonalList(QUuid::createUuid(), u"Actual"_s)}));
+        PersonalLists lists(preferences.settings());
+        QCOMPARE(lists.lists().size(), 1);
+        QCOMPARE(lists.lists().first().name(), u"Actual"_s);
+    }
+
+    void nameRule_data()
+    {
+        QTest::addColumn<QStringList>("existing");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected"); // the stored name, or the error's text
+
+        const QString accented = u"e\u0301"_s; // one letter and a combining accent: one character
+        QTest::newRow("trimmed") << QStringList() << u"  Esports  "_s << u"Esports"_s;
+        QTest::newRow("line breaks and tabs") << QStringList() << u"\n\tCinema\r\n"_s << u"Cinema"_s;
+        QTest::newRow("80 with combining accents")
+            << QStringList() << nameOf(accented, 80) << nameOf(accented, 80);
+        QTest::newRow("81 with combining accents") << QStringList() << nameOf(accented, 81) << lengthError;
+        QTest::newRow("80 and spaces around")
+            << QStringList() << u"  "_s + nameOf(u"é"_s, 80) + u" "_s << nameOf(u"é"_s, 80);
+        QTest::newRow("81 plain") << QStringList() << nameOf(u"a"_s, 81) << lengthError;
+        QTest::newRow("80 with a flag")
+            << QStringList() << nameOf(u"a"_s, 79) + u"🇦🇩"_s << nameOf(u"a"_s, 79) + u"🇦🇩"_s;
+        QTest::newRow("only spaces") << QStringList() << u"     "_s << lengthError;
+        QTest::newRow("only no-break and em spaces") << QStringList() << u"\u00a0\u2003"_s << lengthError;
+        QTest::newRow("empty") << QStringList() << QString() << lengthError;
+        QTest::newRow("same name") << QStringList({u"Esports"_s}) << u"Esports"_s << duplicateError;
+        QTest::newRow("other letter case")
+            << QStringList({u"Esports"_s}) << u"  eSPORTS "_s << duplicateError;
+        QTest::newRow("accented capitals") << QStringList({u"Música"_s}) << u"MÚSICA"_s << duplicateError;
+        QTest::newRow("combining accent")
+            << QStringList({u"Música"_s}) << u"Mu\u0301sica"_s << duplicateError;
+        QTest::newRow("numbers by value") << QStringList({u"Canal 2"_s}) << u"Canal 02"_s << duplicateError;
+        QTest::newRow("accent missing") << QStringList({u"Música"_s}) << u"Musica"_s << u"Musica"_s;
+        QTest::newRow("another name")
+            << QStringList({u"Esports"_s, u"Cinema"_s}) << u"Esports 2"_s << u"Esports 2"_s;
+    }
+
+    void nameRule()
+    {
+        QFETCH(QStringList, existing);
+        QFETCH(QString, name);
+        QFETCH(QString, expected);
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        for (const QString &other : std::as_const(existing))
+            lists.create(other);
+        const QByteArray before = storedBytes(preferences.settings());
+        const QList<PersonalList> listsBefore = lists.lists();
+
+        QString outcome;
+        QUuid created;
+        try {
+            created = lists.create(name);
+            outcome = lists.list(created)->name();
+        } catch (const IPTVError &error) {
+            outcome = error.message();
+        }
+        QCOMPARE(outcome, expected);
+        if (created.isNull()) {
+            QCOMPARE(lists.lists(), listsBefore);
+            QCOMPARE(storedBytes(preferences.settings()), before);
+        } else {
+            QCOMPARE(lists.lists().last().id(), created);
+            QVERIFY(lists.lists().last().entries().isEmpty());
+            QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+        }
+    }
+
+    void renameExcludesTheListItself()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        const QUuid sports = lists.create(u"Esports"_s);
+        lists.create(u"Cinema"_s);
+
+        lists.rename(sports, u" esports "_s);
+        QCOMPARE(lists.list(sports)->name(), u"esports"_s);
+        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())).first().name(), u"esports"_s);
+
+        QSignalSpy changed(&lists, &PersonalLists::listsChanged);
+        try {
+            lists.rename(sports, u"CINEMA"_s);
+            QFAIL("a name taken by another list must be refused");
+        } catch (const IPTVError &error) {
+            QCOMPARE(error.message(), duplicateError);
+        }
+        QCOMPARE(lists.list(sports)->name(), u"esports"_s);
+        QCOMPARE(changed.count(), 0);
+
+        // A list that does not exist: nothing changes, nothing is saved.
+        preferences.settings().setValue(PersonalLists::storageKey(), QByteArray("marker"));
+        lists.rename(QUuid::createUuid(), u"Nou"_s);
+        QCOMPARE(storedBytes(preferences.settings()), QByteArray("marker"));
+        QCOMPARE(changed.count(), 0);
+    }
+
+    void addTakesLiveEntriesAndCatalogueGroups()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        const QUuid id = lists.create(u"Barreja"_s);
+        const PersonalCategory movies(sourceA, PersonalContentKind::movies, u"5"_s, u"Acció"_s);
+        const PersonalCategory liveGroup(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
+
+        lists.add({channel(u"Canal 1"_s, 1), title(PersonalContentKind::movies, u"9"_s, u"5"_s)},
+            {liveGroup, movies}, id);
+        QCOMPARE(lists.list(id)->entries(), QList<PersonalEntry>({channel(u"Canal 1"_s, 1)}));
+        QCOMPARE(lists.list(id)->categories(), QList<PersonalCategory>({movies}));
+        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+
+        // Only things that are ignored: nothing changes, but the list is still saved.
+        preferences.settings().setValue(PersonalLists::storageKey(), QByteArray("marker"));
+        QSignalSpy changed(&lists, &PersonalLists::listsChanged);
+        lists.add({title(PersonalContentKind::series, u"3"_s, u"7"_s)}, {liveGroup}, id);
+        QCOMPARE(changed.count(), 0);
+        QCOMPARE(storedBytes(preferences.settings()), PersonalLists::encode(lists.lists()));
+
+        // No such list: nothing is saved.
+        preferences.settings().setValue(PersonalLists::storageKey(), QByteArray("marker"));
+        lists.add({channel(u"Canal 2"_s, 2)}, {}, QUuid::createUuid());
+        QCOMPARE(storedBytes(preferences.settings()), QByteArray("marker"));
+    }
+
+    void removeUnlinkAndDelete()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        const QUuid id = lists.create(u"Llista"_s);
+        const QUuid other = lists.create(u"Una altra"_s);
+        const PersonalCategory movies(sourceA, PersonalContentKind::movies, u"5"_s, u"Acció"_s);
+        lists.add({channel(u"Canal 1"_s, 1), channel(u"Canal 2"_s, 2)}, {movies}, id);
+
+        lists.remove(channel(u"Canal 1"_s, 1), id);
+        QCOMPARE(lists.list(id)->entries(), QList<PersonalEntry>({channel(u"Canal 2"_s, 2)}));
+        QVERIFY(lists.list(id)->excludedIDs().contains(channel(u"Canal 1"_s, 1).id()));
+        lists.unlink(movies, id);
+        QVERIFY(lists.list(id)->categories().isEmpty());
+        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+
+        lists.deleteList(id);
+        QVERIFY(!lists.list(id));
+        QCOMPARE(lists.lists().size(), 1);
+        QCOMPARE(lists.lists().first().id(), other);
+        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+        QVERIFY(!lists.list(QUuid()));
+    }
+
+    void entriesAreTheResolvedLiveEntries()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        const QUuid id = lists.create(u"Llista"_s);
+        lists.add({channel(u"Zeta"_s, 1), channel(u"alfa"_s, 2), channel(u"Beta"_s, 3)}, {}, id);
+        QStringList names;
+        for (const PersonalEntry &entry : lists.entries(id))
+            names.append(entry.name());
+        QCOMPARE(names, QStringList({u"alfa"_s, u"Beta"_s, u"Zeta"_s}));
+        QVERIFY(lists.entries(QUuid::createUuid()).isEmpty());
+    }
+
+    void listsSurviveARestartAndKindsDoNot()
+    {
+        StoreTest::Preferences preferences;
+        QList<PersonalList> written;
+        QUuid id;
+        {
+            PersonalLists lists(preferences.settings());
+            id = lists.create(u"Esports"_s);
+            lists.add({channel(u"Canal 1"_s, 1)},
+                {PersonalCategory(sourceA, PersonalContentKind::series, u"4"_s, u"Drama"_s)}, id);
+            lists.setSelectedKind(id, PersonalContentKind::series);
+            QCOMPARE(lists.selectedKind(id), PersonalContentKind::series);
+            written = lists.lists();
+        }
+        preferences.restart();
+        PersonalLists lists(preferences.settings());
+        QCOMPARE(lists.lists(), written);
+        QVERIFY(!lists.selectedKind(id));
+    }
+
+    void refreshIDIsPublishedOnlyWhenItChanges()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        QSignalSpy changed(&lists, &PersonalLists::refreshIDChanged);
+        const QUuid next = QUuid::createUuid();
+        lists.setRefreshID(next);
+        lists.setRefreshID(next);
+        QCOMPARE(lists.refreshID(), next);
+        QCOMPARE(changed.count(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPersonalLists)
+#include "tst_personal_lists.moc"
