@@ -11,10 +11,10 @@ configure_build() {
 
 configure_main_build() {
     configure_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUENVO_WARNINGS_AS_ERRORS=ON \
-        -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++
+        -DCMAKE_CXX_COMPILER=g++
 }
 
 configure_sanitizer_build() {
     configure_build build-asan -DCMAKE_BUILD_TYPE=Debug -DQUENVO_SANITIZE=ON -DQUENVO_WARNINGS_AS_ERRORS=ON \
-        -DQUENVO_BUILD_BENCH=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+        -DQUENVO_BUILD_BENCH=OFF -DCMAKE_CXX_COMPILER=clang++
 }

@@ -1,0 +1,883 @@
+// The playlist and catalogue repositories over real HTTP, against a loopback server that records every
+// request: the exact addresses and headers sent, their order and number (none when the connection is
+// refused before any download), redirects, HTTP failures passed through, and cancellation mid-way.
+
+#include "LoopbackServer.h"
+#include "async/Cancellation.h"
+#include "http/TransportError.h"
+#include "records/IPTVError.h"
+#include "records/JsonError.h"
+#include "repositories/CatalogRepository.h"
+#include "repositories/PlaylistRepository.h"
+
+#include <QCoroTask>
+#include <QTest>
+#include <QUrlQuery>
+
+#include <memory>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using Response = LoopbackServer::Response;
+using Request = LoopbackServer::Request;
+
+Q_DECLARE_METATYPE(LoopbackServer::Response)
+Q_DECLARE_METATYPE(CatalogKind)
+
+namespace {
+
+const QString jsonError = u"<JsonError>"_s;
+const QString cancelled = u"<CancelledError>"_s;
+const QString accessDenied = u"Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
+const QString refused = u"El servidor no ha acceptat l’usuari o la contrasenya."_s;
+const QString inactive = u"El compte del servidor no està actiu."_s;
+const QString noFormat = u"Aquest servidor no ofereix fluxos HLS ni MPEG-TS compatibles."_s;
+const QString badLiveCatalogue = u"Catàleg Xtream no vàlid."_s;
+const QString noLiveChannels = u"El servidor no ha retornat canals en directe."_s;
+const QString notUTF8 = u"La llista no utilitza una codificació UTF-8 vàlida."_s;
+const QString notAPlaylist = u"La resposta no és una llista M3U vàlida."_s;
+const QString invalidURL
+    = u"Cal una URL HTTP o HTTPS vàlida. Escriu l’usuari i la contrasenya als camps corresponents."_s;
+const QString needsCredentials = u"Indica l’usuari i la contrasenya del servidor."_s;
+const QString needsBase
+    = u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s;
+const QString needsName = u"Posa un nom a la llista."_s;
+const QString needsXtream = u"El catàleg de pel·lícules i sèries requereix una connexió Xtream Codes."_s;
+const QString badCategory = u"Categoria no vàlida."_s;
+const QString badTitle = u"Títol no vàlid."_s;
+const QString badCatalogue = u"El servidor no ha retornat un catàleg vàlid."_s;
+
+const QByteArray account
+    = R"({"user_info":{"auth":1,"status":"Active","allowed_output_formats":["m3u8","ts"]}})";
+const QByteArray tsAccount
+    = R"({"user_info":{"auth":"1","status":"Active","allowed_output_formats":["ts"]}})";
+const QByteArray liveCategories
+    = R"([{"category_id":"1","category_name":"Esports"},{"category_id":"2","category_name":"Notícies"}])";
+const QByteArray liveStreams =
+    R"([{"stream_id":11,"name":"Esport 1","category_id":"1"},{"stream_id":"12","name":"Notícies 24","category_id":2},
+        {"stream_id":"x","name":"Sense id"},{"stream_id":13,"name":"Altres","category_id":"9"}])";
+
+QString failureOf(const std::exception_ptr &error)
+{
+    if (!error)
+        return QString();
+    try {
+        std::rethrow_exception(error);
+    } catch (const IPTVError &failure) {
+        return failure.message();
+    } catch (const JsonError &) {
+        return jsonError;
+    } catch (const CancelledError &) {
+        return cancelled;
+    } catch (const TransportError &failure) {
+        return u"<TransportError %1>"_s.arg(int(failure.kind()));
+    } catch (const std::exception &failure) {
+        return u"<unexpected: %1>"_s.arg(QString::fromUtf8(failure.what()));
+    }
+}
+
+template<typename T> struct Outcome
+{
+    std::optional<T> value;
+    QString failure; // empty when the task succeeded
+};
+
+// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
+template<typename T> QCoro::Task<Outcome<T>> settled(QCoro::Task<T> task)
+{
+    Outcome<T> outcome;
+    std::exception_ptr error;
+    try {
+        outcome.value = co_await std::move(task);
+    } catch (...) {
+        error = std::current_exception();
+    }
+    outcome.failure = failureOf(error);
+    co_return outcome;
+}
+
+template<typename T> Outcome<T> run(QCoro::Task<T> task)
+{
+    return QCoro::waitFor(settled(std::move(task)));
+}
+
+PlaylistSource xtream(
+    const QString &address, const QString &username = u"user"_s, const QString &password = u"pass"_s)
+{
+    return PlaylistSource(
+        QUuid::createUuid(), u"Proveïdor"_s, address, username, password, PlaylistSource::Kind::xtream);
+}
+
+PlaylistSource m3u(
+    const QString &address, const QString &username = QString(), const QString &password = QString())
+{
+    return PlaylistSource(
+        QUuid::createUuid(), u"Llista"_s, address, username, password, PlaylistSource::Kind::m3u);
+}
+
+QString base(const LoopbackServer &server)
+{
+    return u"http://127.0.0.1:%1"_s.arg(server.port());
+}
+
+// Answers every player_api.php request with the answer of its action ("" for the account check).
+void serveXtream(LoopbackServer &server, const QHash<QString, Response> &answers)
+{
+    server.setFallback([answers](const Request &request) {
+        if (!request.path.endsWith(u"/player_api.php"_s))
+            return Response::withStatus(404, "Not Found");
+        const QString action = QUrlQuery(request.query).queryItemValue(u"action"_s);
+        return answers.value(action, Response::withStatus(404, "Not Found"));
+    });
+}
+
+QHash<QString, Response> workingProvider()
+{
+    return {
+        {QString(), Response::ok(account, "application/json")},
+        {u"get_live_categories"_s, Response::ok(liveCategories, "application/json")},
+        {u"get_live_streams"_s, Response::ok(liveStreams, "application/json")},
+    };
+}
+
+QList<QByteArray> targetsOf(const LoopbackServer &server)
+{
+    QList<QByteArray> targets;
+    for (const Request &request : server.requests())
+        targets.append(request.target);
+    return targets;
+}
+
+QStringList describe(const QList<Channel> &channels)
+{
+    QStringList described;
+    for (const Channel &channel : channels)
+        described.append(channel.name() + u" | "_s + channel.group() + u" | "_s
+            + QString::fromLatin1(channel.encodedURL()));
+    return described;
+}
+
+} // namespace
+
+class TestRepositories : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // ---------------------------------------------------------------------------------------------
+    // Xtream Codes: three requests, in order, with the credentials percent-encoded.
+
+    void xtreamRequests_data()
+    {
+        QTest::addColumn<QString>("address"); // "{base}" stands for http://127.0.0.1:<port>
+        QTest::addColumn<QString>("username");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QByteArray>("api"); // the account request as sent
+        QTest::addColumn<QString>("streams"); // the start of every stream address, after the base
+
+        QTest::newRow("plain") << u"{base}"_s << u"user"_s << u"pass"_s
+                               << QByteArray("/player_api.php?username=user&password=pass")
+                               << u"/live/user/pass/"_s;
+        QTest::newRow("blanks and trailing slashes")
+            << u" \t{base}/// "_s << u"user"_s << u"pass"_s
+            << QByteArray("/player_api.php?username=user&password=pass") << u"/live/user/pass/"_s;
+        QTest::newRow("a path") << u"{base}/panel/c/"_s << u"user"_s << u"pass"_s
+                                << QByteArray("/panel/c/player_api.php?username=user&password=pass")
+                                << u"/panel/c/live/user/pass/"_s;
+        QTest::newRow("ampersand, at sign, blanks")
+            << u"{base}"_s << u"a b&c@d"_s << u" p&w=1 "_s
+            << QByteArray("/player_api.php?username=a%20b%26c%40d&password=%20p%26w%3D1%20")
+            << u"/live/a%20b%26c%40d/%20p%26w%3D1%20/"_s;
+        QTest::newRow("delimiters") << u"{base}"_s << u"x/y?z#"_s << u"%+;:,"_s
+                                    << QByteArray(
+                                           "/player_api.php?username=x%2Fy%3Fz%23&password=%25%2B%3B%3A%2C")
+                                    << u"/live/x%2Fy%3Fz%23/%25%2B%3B%3A%2C/"_s;
+        QTest::newRow("unreserved kept")
+            << u"{base}"_s << u"A-z.0_9~"_s << u"~"_s
+            << QByteArray("/player_api.php?username=A-z.0_9~&password=~") << u"/live/A-z.0_9~/~/"_s;
+        QTest::newRow("letters outside ASCII")
+            << u"{base}"_s << u"jòsep"_s << u"clau€"_s
+            << QByteArray("/player_api.php?username=j%C3%B2sep&password=clau%E2%82%AC")
+            << u"/live/j%C3%B2sep/clau%E2%82%AC/"_s;
+        QTest::newRow("percent sequences re-encoded")
+            << u"{base}"_s << u"%41"_s << u"%zz"_s
+            << QByteArray("/player_api.php?username=%2541&password=%25zz") << u"/live/%2541/%25zz/"_s;
+    }
+
+    void xtreamRequests()
+    {
+        QFETCH(QString, address);
+        QFETCH(QString, username);
+        QFETCH(QString, password);
+        QFETCH(QByteArray, api);
+        QFETCH(QString, streams);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        serveXtream(server, workingProvider());
+        const PlaylistSource source = xtream(address.replace(u"{base}"_s, base(server)), username, password);
+
+        const Outcome<QList<Channel>> outcome = run(PlaylistRepository().load(source));
+        QCOMPARE(outcome.failure, QString());
+
+        QCOMPARE(targetsOf(server),
+            (QList<QByteArray> {api, api + "&action=get_live_categories", api + "&action=get_live_streams"}));
+        for (const Request &request : server.requests()) {
+            QCOMPARE(request.method, QByteArray("GET"));
+            QCOMPARE(request.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
+            QVERIFY(!request.hasHeader("Authorization"));
+        }
+
+        const QString live = base(server) + streams;
+        QCOMPARE(describe(*outcome.value),
+            (QStringList {u"Esport 1 | Esports | "_s + live + u"11.m3u8"_s,
+                u"Notícies 24 | Notícies | "_s + live + u"12.m3u8"_s,
+                u"Altres | Directe | "_s + live + u"13.m3u8"_s}));
+    }
+
+    void xtreamTransportStream()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        QHash<QString, Response> answers = workingProvider();
+        answers.insert(QString(), Response::ok(tsAccount));
+        serveXtream(server, answers);
+
+        const Outcome<QList<Channel>> outcome = run(PlaylistRepository().load(xtream(base(server))));
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(outcome.value->size(), qsizetype(3));
+        for (const Channel &channel : *outcome.value)
+            QVERIFY2(channel.encodedURL().endsWith(".ts"), channel.encodedURL().constData());
+    }
+
+    // Each step's failure passes through unchanged and stops the load: no request after it.
+    void xtreamStopsAtTheFirstFailure_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<Response>("answer");
+        QTest::addColumn<int>("requests");
+        QTest::addColumn<QString>("failure");
+
+        const QString categories = u"get_live_categories"_s;
+        const QString streams = u"get_live_streams"_s;
+        QTest::newRow("account refused")
+            << QString() << Response::ok(R"({"user_info":{"auth":0}})") << 1 << refused;
+        QTest::newRow("account inactive")
+            << QString() << Response::ok(R"({"user_info":{"auth":1,"status":"Expired"}})") << 1 << inactive;
+        QTest::newRow("account without a usable format")
+            << QString() << Response::ok(R"({"user_info":{"auth":1,"allowed_output_formats":["rtmp"]}})") << 1
+            << noFormat;
+        QTest::newRow("account not an object")
+            << QString() << Response::ok("[]") << 1 << u"Resposta Xtream no vàlida."_s;
+        QTest::newRow("account not JSON")
+            << QString() << Response::ok("<html>Bad gateway</html>") << 1 << jsonError;
+        QTest::newRow("account 401") << QString() << Response::withStatus(401, "Unauthorized") << 1
+                                     << accessDenied;
+        QTest::newRow("account 403") << QString() << Response::withStatus(403) << 1 << accessDenied;
+        QTest::newRow("account 500") << QString() << Response::withStatus(500) << 1
+                                     << u"El servidor ha respost amb l’error HTTP 500."_s;
+        QTest::newRow("categories not an array")
+            << categories << Response::ok(R"({"1":"Esports"})") << 2 << badLiveCatalogue;
+        QTest::newRow("categories truncated")
+            << categories << Response::ok(R"([{"category_id":"1")") << 2 << jsonError;
+        QTest::newRow("categories 404") << categories << Response::withStatus(404) << 2
+                                        << u"El servidor ha respost amb l’error HTTP 404."_s;
+        QTest::newRow("streams without usable rows")
+            << streams << Response::ok(R"([{"stream_id":"a"}])") << 3 << noLiveChannels;
+        QTest::newRow("streams an empty list") << streams << Response::ok("[]") << 3 << noLiveChannels;
+        QTest::newRow("streams not an array") << streams << Response::ok("{}") << 3 << badLiveCatalogue;
+        QTest::newRow("streams invalid UTF-8")
+            << streams << Response::ok("[{\"stream_id\":1,\"name\":\"\xff\"}]") << 3 << jsonError;
+        QTest::newRow("streams 401") << streams << Response::withStatus(401) << 3 << accessDenied;
+    }
+
+    void xtreamStopsAtTheFirstFailure()
+    {
+        QFETCH(QString, action);
+        QFETCH(Response, answer);
+        QFETCH(int, requests);
+        QFETCH(QString, failure);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        QHash<QString, Response> answers = workingProvider();
+        answers.insert(action, answer);
+        serveXtream(server, answers);
+
+        const Outcome<QList<Channel>> outcome = run(PlaylistRepository().load(xtream(base(server))));
+        QCOMPARE(outcome.failure, failure);
+        QVERIFY(!outcome.value);
+        const QByteArray api = "/player_api.php?username=user&password=pass";
+        const QList<QByteArray> all {
+            api, api + "&action=get_live_categories", api + "&action=get_live_streams"};
+        QCOMPARE(targetsOf(server), all.first(requests));
+    }
+
+    // ---------------------------------------------------------------------------------------------
+    // Connections refused before any download.
+
+    void refusedBeforeAnyRequest_data()
+    {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("kind"); // "m3u" or "xtream"
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("address"); // "{base}" stands for http://127.0.0.1:<port>
+        QTest::addColumn<QString>("username");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QString>("argument"); // category or title id
+        QTest::addColumn<QString>("failure");
+
+        const auto row = [](const char *rowName, const char *operation, const char *kind, const QString &name,
+                             const QString &address, const QString &username, const QString &password,
+                             const QString &argument, const QString &failure) {
+            QTest::newRow(rowName) << QString::fromLatin1(operation) << QString::fromLatin1(kind) << name
+                                   << address << username << password << argument << failure;
+        };
+        const QString list = u"Llista"_s;
+        const QString ok = u"{base}"_s;
+        // the playlist
+        row("load: no name", "load", "m3u", u" \t"_s, ok + u"/tv.m3u"_s, QString(), QString(), QString(),
+            needsName);
+        row("load: not http", "load", "m3u", list, u"ftp://127.0.0.1/tv.m3u"_s, QString(), QString(),
+            QString(), invalidURL);
+        row("load: no address", "load", "m3u", list, u"  "_s, QString(), QString(), QString(), invalidURL);
+        row("load: no host", "load", "m3u", list, u"http:///tv.m3u"_s, QString(), QString(), QString(),
+            invalidURL);
+        row("load: relative", "load", "m3u", list, u"/tv.m3u"_s, QString(), QString(), QString(), invalidURL);
+        row("load: credentials in the address", "load", "m3u", list, u"http://u:p@127.0.0.1:{port}/tv.m3u"_s,
+            QString(), QString(), QString(), invalidURL);
+        row("load: xtream without password", "load", "xtream", list, ok, u"user"_s, QString(), QString(),
+            needsCredentials);
+        row("load: xtream without user", "load", "xtream", list, ok, QString(), u"pass"_s, QString(),
+            needsCredentials);
+        row("load: xtream with player_api.php", "load", "xtream", list, ok + u"/player_api.php"_s, u"user"_s,
+            u"pass"_s, QString(), needsBase);
+        row("load: xtream with get.php", "load", "xtream", list, ok + u"/get.php"_s, u"user"_s, u"pass"_s,
+            QString(), needsBase);
+        row("load: xtream with a query", "load", "xtream", list, ok + u"/?username=user"_s, u"user"_s,
+            u"pass"_s, QString(), needsBase);
+        row("load: xtream with a fragment", "load", "xtream", list, ok + u"/#live"_s, u"user"_s, u"pass"_s,
+            QString(), needsBase);
+        // the catalogue: the connection first, then the argument
+        row("categories: an M3U connection", "categories", "m3u", list, ok + u"/tv.m3u"_s, u"user"_s,
+            u"pass"_s, QString(), needsXtream);
+        row("items: an M3U connection", "items", "m3u", list, ok + u"/tv.m3u"_s, u"user"_s, u"pass"_s,
+            u"12"_s, needsXtream);
+        row("detail: an M3U connection", "detail", "m3u", list, ok + u"/tv.m3u"_s, u"user"_s, u"pass"_s,
+            u"42"_s, needsXtream);
+        row("categories: no password", "categories", "xtream", list, ok, u"user"_s, QString(), QString(),
+            needsCredentials);
+        row("detail: not http", "detail", "xtream", list, u"rtsp://127.0.0.1/"_s, u"user"_s, u"pass"_s,
+            u"42"_s, invalidURL);
+        row("items: no name", "items", "xtream", QString(), ok, u"user"_s, u"pass"_s, u"12"_s, needsName);
+        row("items: category with a letter", "items", "xtream", list, ok, u"user"_s, u"pass"_s, u"12a"_s,
+            badCategory);
+        row("items: empty category", "items", "xtream", list, ok, u"user"_s, u"pass"_s, QString(),
+            badCategory);
+        row("items: category in Arabic-Indic digits", "items", "xtream", list, ok, u"user"_s, u"pass"_s,
+            u"١٢"_s, badCategory);
+        row("items: category with a blank", "items", "xtream", list, ok, u"user"_s, u"pass"_s, u" 12"_s,
+            badCategory);
+        row("items: negative category", "items", "xtream", list, ok, u"user"_s, u"pass"_s, u"-1"_s,
+            badCategory);
+        row("items: category checked before the connection", "items", "m3u", list, ok + u"/tv.m3u"_s,
+            QString(), QString(), u"x"_s, badCategory);
+        row("detail: empty title id", "detail", "xtream", list, ok, u"user"_s, u"pass"_s, QString(),
+            badTitle);
+        row("detail: title id with a letter", "detail", "xtream", list, ok, u"user"_s, u"pass"_s, u"4x2"_s,
+            badTitle);
+        row("detail: title id in full-width digits", "detail", "xtream", list, ok, u"user"_s, u"pass"_s,
+            u"４２"_s, badTitle);
+        row("detail: title id checked before the connection", "detail", "m3u", list, ok + u"/tv.m3u"_s,
+            QString(), QString(), u"4.2"_s, badTitle);
+    }
+
+    void refusedBeforeAnyRequest()
+    {
+        QFETCH(QString, operation);
+        QFETCH(QString, kind);
+        QFETCH(QString, name);
+        QFETCH(QString, address);
+        QFETCH(QString, username);
+        QFETCH(QString, password);
+        QFETCH(QString, argument);
+        QFETCH(QString, failure);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.setFallback(
+            [](const Request &) { return Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a\n"); });
+        address.replace(u"{base}"_s, base(server)).replace(u"{port}"_s, QString::number(server.port()));
+        const PlaylistSource source(QUuid::createUuid(), name, address, username, password,
+            kind == u"m3u"_s ? PlaylistSource::Kind::m3u : PlaylistSource::Kind::xtream);
+
+        QString outcome;
+        for (const CatalogKind catalogKind : CatalogKinds::allCases) {
+            if (operation == u"load"_s) {
+                outcome = run(PlaylistRepository().load(source)).failure;
+            } else if (operation == u"categories"_s) {
+                outcome = run(CatalogRepository().categories(source, catalogKind)).failure;
+            } else if (operation == u"items"_s) {
+                outcome = run(CatalogRepository().items(source, catalogKind, argument)).failure;
+            } else {
+                CatalogItem item {argument, catalogKind, u"Títol"_s, u"1"_s, std::nullopt, QString(),
+                    QString(), QString(), u"mp4"_s, 0};
+                outcome = run(CatalogRepository().detail(source, item)).failure;
+            }
+            QCOMPARE(outcome, failure);
+        }
+        QCOMPARE(server.requestCount(), 0);
+    }
+
+    // ---------------------------------------------------------------------------------------------
+    // M3U playlists.
+
+    void m3uRequest_data()
+    {
+        QTest::addColumn<QString>("username");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QByteArray>("authorization"); // null: no header
+
+        QTest::newRow("no user") << QString() << QString() << QByteArray();
+        QTest::newRow("password without user") << QString() << u"secret"_s << QByteArray();
+        QTest::newRow("user, empty password") << u"a"_s << QString() << QByteArray("Basic YTo=");
+        QTest::newRow("blank user kept") << u" "_s << QString() << QByteArray("Basic IDo=");
+        QTest::newRow("user and password")
+            << u"Aladdin"_s << u"open sesame"_s << QByteArray("Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ==");
+        QTest::newRow("UTF-8 and colons")
+            << u"Jo@n"_s << u"p:ss wörd"_s << QByteArray("Basic Sm9AbjpwOnNzIHfDtnJk");
+    }
+
+    void m3uRequest()
+    {
+        QFETCH(QString, username);
+        QFETCH(QString, password);
+        QFETCH(QByteArray, authorization);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/lists/tv.m3u"_s,
+            Response::ok("#EXTM3U\n#EXTINF:-1 group-title=\"Cinema\",Un\nhttp://cdn.test/1.m3u8\n"
+                         "#EXTINF:-1,Dos\n../streams/2.ts\n"));
+        const PlaylistSource source
+            = m3u(base(server) + u"/lists/tv.m3u?type=m3u_plus&output=ts "_s, username, password);
+
+        const Outcome<QList<Channel>> outcome = run(PlaylistRepository().load(source));
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(describe(*outcome.value),
+            (QStringList {u"Un | Cinema | http://cdn.test/1.m3u8"_s,
+                u"Dos | Sense categoria | "_s + base(server) + u"/streams/2.ts"_s}));
+
+        QCOMPARE(server.requestCount(), 1);
+        const Request request = server.lastRequest();
+        QCOMPARE(request.method, QByteArray("GET"));
+        QCOMPARE(request.target, QByteArray("/lists/tv.m3u?type=m3u_plus&output=ts"));
+        QCOMPARE(request.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
+        QCOMPARE(request.hasHeader("Authorization"), !authorization.isNull());
+        QCOMPARE(request.header("Authorization"), authorization);
+        QCOMPARE(request.headerValues("Authorization").size(), authorization.isNull() ? 0 : 1);
+    }
+
+    // Relative entries resolve against the address the playlist finally came from.
+    void m3uRedirectGivesTheBase_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::newRow("301") << 301;
+        QTest::newRow("302") << 302;
+        QTest::newRow("303") << 303;
+        QTest::newRow("307") << 307;
+        QTest::newRow("308") << 308;
+    }
+
+    void m3uRedirectGivesTheBase()
+    {
+        QFETCH(int, status);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.redirect(u"/old.m3u"_s, status, "/moved/here/");
+        server.redirect(u"/moved/here/"_s, 302, "/final/dir/tv.m3u?v=2");
+        server.route(u"/final/dir/tv.m3u"_s,
+            Response::ok("#EXTM3U\n#EXTINF:-1,Relatiu\nstream/1.m3u8\n#EXTINF:-1,Amunt\n../up.ts\n"
+                         "#EXTINF:-1,Arrel\n/root.ts\n#EXTINF:-1,Absolut\nhttps://cdn.test/a.m3u8\n"));
+
+        const Outcome<QList<Channel>> outcome
+            = run(PlaylistRepository().load(m3u(base(server) + u"/old.m3u"_s, u"a"_s)));
+        QCOMPARE(outcome.failure, QString());
+        const QString host = base(server);
+        QCOMPARE(describe(*outcome.value),
+            (QStringList {u"Relatiu | Sense categoria | "_s + host + u"/final/dir/stream/1.m3u8"_s,
+                u"Amunt | Sense categoria | "_s + host + u"/final/up.ts"_s,
+                u"Arrel | Sense categoria | "_s + host + u"/root.ts"_s,
+                u"Absolut | Sense categoria | https://cdn.test/a.m3u8"_s}));
+        QCOMPARE(
+            targetsOf(server), (QList<QByteArray> {"/old.m3u", "/moved/here/", "/final/dir/tv.m3u?v=2"}));
+        for (const Request &request : server.requests()) {
+            QCOMPARE(request.header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
+            QCOMPARE(request.header("Authorization"), QByteArray("Basic YTo=")); // same origin throughout
+        }
+    }
+
+    void m3uFailures_data()
+    {
+        QTest::addColumn<Response>("answer");
+        QTest::addColumn<QString>("failure");
+
+        QTest::newRow("invalid UTF-8")
+            << Response::ok("#EXTM3U\n#EXTINF:-1,Caf\xe9\nhttp://h/a.ts\n") << notUTF8;
+        QTest::newRow("a truncated UTF-8 sequence")
+            << Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n\xc3") << notUTF8;
+        QTest::newRow("an encoded surrogate")
+            << Response::ok("#EXTM3U\n#EXTINF:-1,\xed\xa0\x80\nhttp://h/a.ts\n") << notUTF8;
+        QTest::newRow("not a playlist") << Response::ok("<html>login</html>") << notAPlaylist;
+        QTest::newRow("empty") << Response::ok("") << notAPlaylist;
+        QTest::newRow("401") << Response::withStatus(401, "#EXTM3U\n") << accessDenied;
+        QTest::newRow("403") << Response::withStatus(403) << accessDenied;
+        QTest::newRow("404") << Response::withStatus(404)
+                             << u"El servidor ha respost amb l’error HTTP 404."_s;
+        QTest::newRow("503") << Response::withStatus(503)
+                             << u"El servidor ha respost amb l’error HTTP 503."_s;
+    }
+
+    void m3uFailures()
+    {
+        QFETCH(Response, answer);
+        QFETCH(QString, failure);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/tv.m3u"_s, answer);
+        const Outcome<QList<Channel>> outcome
+            = run(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s)));
+        QCOMPARE(outcome.failure, failure);
+        QVERIFY(!outcome.value);
+        QCOMPARE(server.requestCount(), 1);
+    }
+
+    void m3uWithBOMAndCRLF()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(
+            u"/tv.m3u"_s, Response::ok("\xef\xbb\xbf#EXTM3U\r\n#EXTINF:-1,Còmode\r\nhttp://h/a.ts\r\n"));
+        const Outcome<QList<Channel>> outcome
+            = run(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s)));
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(describe(*outcome.value), QStringList {u"Còmode | Sense categoria | http://h/a.ts"_s});
+    }
+
+    // ---------------------------------------------------------------------------------------------
+    // The catalogue.
+
+    void catalogRequests_data()
+    {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<CatalogKind>("kind");
+        QTest::addColumn<QString>("argument");
+        QTest::addColumn<QByteArray>("query"); // after the credentials
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QStringList>("result");
+
+        const QByteArray categories
+            = R"([{"category_id":"10","category_name":"Acció"},{"category_id":11,"category_name":null}])";
+        const QByteArray titles
+            = R"([{"stream_id":5,"series_id":6,"name":"Cinc","container_extension":"mkv"},{"stream_id":"7","series_id":"8","name":"Set"}])";
+        const QByteArray movie = R"({"info":{"plot":"Trama"},"movie_data":{"container_extension":"avi"}})";
+        const QByteArray series
+            = R"({"info":{"plot":"Trama"},"episodes":{"1":[{"id":"91","episode_num":1,"title":"Pilot"}]}})";
+        QTest::newRow("movie categories")
+            << u"categories"_s << CatalogKind::movies << QString() << QByteArray("&action=get_vod_categories")
+            << categories << QStringList {u"10 Acció"_s, u"11 Sense categoria"_s};
+        QTest::newRow("series categories") << u"categories"_s << CatalogKind::series << QString()
+                                           << QByteArray("&action=get_series_categories") << categories
+                                           << QStringList {u"10 Acció"_s, u"11 Sense categoria"_s};
+        QTest::newRow("movies of a category")
+            << u"items"_s << CatalogKind::movies << u"12"_s
+            << QByteArray("&action=get_vod_streams&category_id=12") << titles
+            << QStringList {u"5 Cinc mkv 12"_s, u"7 Set mp4 12"_s};
+        QTest::newRow("series of a category") << u"items"_s << CatalogKind::series << u"007"_s
+                                              << QByteArray("&action=get_series&category_id=007") << titles
+                                              << QStringList {u"6 Cinc mkv 007"_s, u"8 Set mp4 007"_s};
+        QTest::newRow("movie detail")
+            << u"detail"_s << CatalogKind::movies << u"42"_s << QByteArray("&action=get_vod_info&vod_id=42")
+            << movie << QStringList {u"Trama"_s, u"{base}/movie/u%20s%26r/p%40ss/42.avi"_s};
+        QTest::newRow("series detail")
+            << u"detail"_s << CatalogKind::series << u"1234"_s
+            << QByteArray("&action=get_series_info&series_id=1234") << series
+            << QStringList {u"Trama"_s, u"{base}/series/u%20s%26r/p%40ss/91.mp4"_s};
+    }
+
+    void catalogRequests()
+    {
+        QFETCH(QString, operation);
+        QFETCH(CatalogKind, kind);
+        QFETCH(QString, argument);
+        QFETCH(QByteArray, query);
+        QFETCH(QByteArray, answer);
+        QFETCH(QStringList, result);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/xc/player_api.php"_s, Response::ok(answer, "application/json"));
+        const PlaylistSource source = xtream(base(server) + u"/xc//"_s, u"u s&r"_s, u"p@ss"_s);
+        const CatalogRepository repository;
+
+        QStringList described;
+        QString failure;
+        if (operation == u"categories"_s) {
+            const auto outcome = run(repository.categories(source, kind));
+            failure = outcome.failure;
+            for (const CatalogCategory &category : outcome.value.value_or(QList<CatalogCategory>()))
+                described.append(category.id + u' ' + category.name);
+        } else if (operation == u"items"_s) {
+            const auto outcome = run(repository.items(source, kind, argument));
+            failure = outcome.failure;
+            for (const CatalogItem &item : outcome.value.value_or(QList<CatalogItem>())) {
+                QCOMPARE(item.kind, kind);
+                described.append(
+                    item.id + u' ' + item.name + u' ' + item.fileExtension + u' ' + item.categoryID);
+            }
+        } else {
+            CatalogItem item {argument, kind, u"Títol"_s, u"1"_s, std::nullopt, QString(), QString(),
+                QString(), u"mp4"_s, 0};
+            const auto outcome = run(repository.detail(source, item));
+            failure = outcome.failure;
+            if (outcome.value) {
+                described.append(outcome.value->plot);
+                if (outcome.value->movie)
+                    described.append(QString::fromLatin1(outcome.value->movie->encodedURL()));
+                for (const CatalogEpisode &episode : outcome.value->episodes)
+                    described.append(QString::fromLatin1(episode.channel.encodedURL()));
+            }
+        }
+        QCOMPARE(failure, QString());
+        result.replaceInStrings(u"{base}"_s, base(server) + u"/xc"_s);
+        QCOMPARE(described, result);
+
+        QCOMPARE(targetsOf(server),
+            QList<QByteArray> {"/xc/player_api.php?username=u%20s%26r&password=p%40ss" + query});
+        const Request request = server.lastRequest();
+        QCOMPARE(request.method, QByteArray("GET"));
+        QCOMPARE(request.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
+        QVERIFY(!request.hasHeader("Authorization"));
+    }
+
+    void catalogFailuresPassThrough_data()
+    {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<Response>("answer");
+        QTest::addColumn<QString>("failure");
+
+        for (const char *operation : {"categories", "items", "detail"}) {
+            const QString name = QString::fromLatin1(operation);
+            QTest::addRow("%s: 401", operation) << name << Response::withStatus(401) << accessDenied;
+            QTest::addRow("%s: 500", operation)
+                << name << Response::withStatus(500) << u"El servidor ha respost amb l’error HTTP 500."_s;
+            QTest::addRow("%s: truncated JSON", operation)
+                << name << Response::ok(R"([{"category_id":)") << jsonError;
+        }
+        QTest::newRow("categories: an object")
+            << u"categories"_s << Response::ok(R"({"error":"x"})") << badCatalogue;
+        QTest::newRow("items: a row not an object") << u"items"_s << Response::ok("[1]") << badCatalogue;
+        QTest::newRow("detail: an array")
+            << u"detail"_s << Response::ok("[]") << u"La fitxa retornada pel servidor no és vàlida."_s;
+        QTest::newRow("detail: an account answer")
+            << u"detail"_s << Response::ok(R"({"user_info":{"auth":0}})")
+            << u"El servidor no ha retornat la fitxa d’aquest títol."_s;
+        QTest::newRow("detail: refused")
+            << u"detail"_s << Response::ok(R"({"info":[],"user_info":{"auth":0}})")
+            << u"El servidor no permet accedir a aquesta fitxa."_s;
+        QTest::newRow("detail: bad extension")
+            << u"detail"_s << Response::ok(R"({"movie_data":{"container_extension":"mp4/x"}})")
+            << u"El servidor ha retornat un format de vídeo no vàlid."_s;
+    }
+
+    void catalogFailuresPassThrough()
+    {
+        QFETCH(QString, operation);
+        QFETCH(Response, answer);
+        QFETCH(QString, failure);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/player_api.php"_s, answer);
+        const PlaylistSource source = xtream(base(server));
+        const CatalogRepository repository;
+        QString outcome;
+        if (operation == u"categories"_s)
+            outcome = run(repository.categories(source, CatalogKind::movies)).failure;
+        else if (operation == u"items"_s)
+            outcome = run(repository.items(source, CatalogKind::series, u"3"_s)).failure;
+        else
+            outcome = run(repository.detail(source,
+                              CatalogItem {u"9"_s, CatalogKind::movies, u"T"_s, u"3"_s, std::nullopt,
+                                  QString(), QString(), QString(), u"mp4"_s, 0}))
+                          .failure;
+        QCOMPARE(outcome, failure);
+        QCOMPARE(server.requestCount(), 1);
+    }
+
+    void requestURL_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QStringList>("parameters"); // "key=value"
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("no parameters")
+            << u"get_vod_categories"_s << QStringList()
+            << u"http://h.test/player_api.php?username=u&password=p&action=get_vod_categories"_s;
+        QTest::newRow("sorted by key")
+            << u"x"_s << QStringList {u"vod_id=1"_s, u"b=2"_s, u"a=3"_s}
+            << u"http://h.test/player_api.php?username=u&password=p&action=x&a=3&b=2&vod_id=1"_s;
+        QTest::newRow("values percent-encoded")
+            << u"x"_s << QStringList {u"q=a b&c=d/é~"_s}
+            << u"http://h.test/player_api.php?username=u&password=p&action=x&q=a%20b%26c%3Dd%2F%C3%A9~"_s;
+        QTest::newRow("empty value")
+            << u"x"_s << QStringList {u"category_id="_s}
+            << u"http://h.test/player_api.php?username=u&password=p&action=x&category_id="_s;
+    }
+
+    void requestURL()
+    {
+        QFETCH(QString, action);
+        QFETCH(QStringList, parameters);
+        QFETCH(QString, expected);
+
+        QMap<QString, QString> map;
+        for (const QString &parameter : std::as_const(parameters))
+            map.insert(parameter.section(u'=', 0, 0), parameter.section(u'=', 1));
+        const QUrl url
+            = CatalogRepository::requestURL(xtream(u" http://h.test/ "_s, u"u"_s, u"p"_s), action, map);
+        QCOMPARE(QString::fromLatin1(url.toEncoded()), expected);
+    }
+
+    void requestURLValidatesFirst()
+    {
+        const auto failureFor = [](const PlaylistSource &source) {
+            try {
+                CatalogRepository::requestURL(source, u"get_vod_categories"_s, {});
+            } catch (const IPTVError &error) {
+                return error.message();
+            }
+            return QString();
+        };
+        QCOMPARE(failureFor(xtream(u"http://h.test/player_api.php"_s)), needsBase);
+        QCOMPARE(failureFor(xtream(u"http://h.test"_s, u"u"_s, QString())), needsCredentials);
+        QCOMPARE(failureFor(m3u(u"http://h.test/tv.m3u"_s)), needsXtream);
+        QCOMPARE(failureFor(m3u(u"mailto:a@h.test"_s)), invalidURL);
+        QCOMPARE(failureFor(xtream(u"http://h.test"_s)), QString());
+    }
+
+    // ---------------------------------------------------------------------------------------------
+    // Cancellation.
+
+    // Cancelled while the server holds back one answer: the load ends with CancelledError at once and
+    // asks for nothing more.
+    void cancellingAnXtreamLoad_data()
+    {
+        QTest::addColumn<QString>("heldBack"); // the action whose answer never comes
+        QTest::addColumn<Response>("answer");
+        QTest::addColumn<int>("requests");
+
+        QTest::newRow("account, no answer") << QString() << Response::silence() << 1;
+        QTest::newRow("categories, no answer") << u"get_live_categories"_s << Response::silence() << 2;
+        QTest::newRow("streams, body stalled")
+            << u"get_live_streams"_s << Response::ok(liveStreams).stallingAfter(20) << 3;
+    }
+
+    void cancellingAnXtreamLoad()
+    {
+        QFETCH(QString, heldBack);
+        QFETCH(Response, answer);
+        QFETCH(int, requests);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        QHash<QString, Response> answers = workingProvider();
+        answers.insert(heldBack, answer);
+        serveXtream(server, answers);
+
+        const CancellationToken token = CancellationToken::create();
+        QCoro::Task<Outcome<QList<Channel>>> load
+            = settled(PlaylistRepository().load(xtream(base(server)), token));
+        QTRY_COMPARE(server.requestCount(), requests);
+        QVERIFY(!load.isReady());
+        token.cancel();
+        const Outcome<QList<Channel>> outcome = QCoro::waitFor(std::move(load));
+        QCOMPARE(outcome.failure, cancelled);
+        QVERIFY(!outcome.value);
+        QCOMPARE(server.requestCount(), requests);
+    }
+
+    void cancelledBeforeStarting()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        serveXtream(server, workingProvider());
+        server.route(u"/tv.m3u"_s, Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n"));
+        const CancellationToken token = CancellationToken::create();
+        token.cancel();
+
+        QCOMPARE(run(PlaylistRepository().load(xtream(base(server)), token)).failure, cancelled);
+        QCOMPARE(run(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s), token)).failure, cancelled);
+        QCOMPARE(
+            run(CatalogRepository().categories(xtream(base(server)), CatalogKind::movies, token)).failure,
+            cancelled);
+        QCOMPARE(server.requestCount(), 0);
+        // A token that is not cancelled lets the same load through.
+        QCOMPARE(run(PlaylistRepository().load(xtream(base(server)), CancellationToken::create())).failure,
+            QString());
+        QCOMPARE(server.requestCount(), 3);
+    }
+
+    void cancellingAnM3ULoad()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/tv.m3u"_s, Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n").stallingAfter(10));
+        const CancellationToken token = CancellationToken::create();
+        QCoro::Task<Outcome<QList<Channel>>> load
+            = settled(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s, u"a"_s), token));
+        QTRY_COMPARE(server.requestCount(), 1);
+        token.cancel();
+        QCOMPARE(QCoro::waitFor(std::move(load)).failure, cancelled);
+        QCOMPARE(server.requestCount(), 1);
+    }
+
+    void cancellingACatalogueDetail()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/player_api.php"_s, Response::silence());
+        const CancellationToken token = CancellationToken::create();
+        const CatalogItem item {u"42"_s, CatalogKind::series, u"T"_s, u"1"_s, std::nullopt, QString(),
+            QString(), QString(), u"mp4"_s, 0};
+        QCoro::Task<Outcome<CatalogDetail>> detail
+            = settled(CatalogRepository().detail(xtream(base(server)), item, token));
+        QTRY_COMPARE(server.requestCount(), 1);
+        token.cancel();
+        QCOMPARE(QCoro::waitFor(std::move(detail)).failure, cancelled);
+        QCOMPARE(server.lastRequest().target,
+            QByteArray("/player_api.php?username=user&password=pass&action=get_series_info&series_id=42"));
+    }
+
+    // The repository may go away while its load runs.
+    void repositoryGoneWhileLoading()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        serveXtream(server, workingProvider());
+        std::optional<QCoro::Task<Outcome<QList<Channel>>>> load;
+        {
+            const auto repository = std::make_unique<PlaylistRepository>();
+            load.emplace(settled(repository->load(xtream(base(server)))));
+        }
+        const Outcome<QList<Channel>> outcome = QCoro::waitFor(std::move(*load));
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(outcome.value->size(), qsizetype(3));
+        QCOMPARE(server.requestCount(), 3);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRepositories)
+#include "tst_repositories.moc"

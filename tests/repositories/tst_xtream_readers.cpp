@@ -1,0 +1,1276 @@
+// The Xtream Codes readers straight from bytes: how each answer becomes records, how loosely provider
+// JSON is read (ids as numbers or strings, wrong types, missing keys), the exact text of every refusal,
+// and answers written to hurt (garbage types, deep nesting, huge numbers, truncated or invalid bodies,
+// a million rows).
+
+#include "records/IPTVError.h"
+#include "records/JsonError.h"
+#include "records/PlaylistSource.h"
+#include "repositories/XtreamReaders.h"
+
+#include <QTest>
+
+#include <algorithm>
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString notAnAccount = u"Resposta Xtream no vàlida."_s;
+const QString refused = u"El servidor no ha acceptat l’usuari o la contrasenya."_s;
+const QString inactive = u"El compte del servidor no està actiu."_s;
+const QString noFormat = u"Aquest servidor no ofereix fluxos HLS ni MPEG-TS compatibles."_s;
+const QString badLiveCatalogue = u"Catàleg Xtream no vàlid."_s;
+const QString noLiveChannels = u"El servidor no ha retornat canals en directe."_s;
+const QString badCatalogue = u"El servidor no ha retornat un catàleg vàlid."_s;
+const QString badDetail = u"La fitxa retornada pel servidor no és vàlida."_s;
+const QString noDetail = u"El servidor no ha retornat la fitxa d’aquest títol."_s;
+const QString detailRefused = u"El servidor no permet accedir a aquesta fitxa."_s;
+const QString badVideoFormat = u"El servidor ha retornat un format de vídeo no vàlid."_s;
+// Stands for a JsonError where a row expects a failure.
+const QString jsonError = u"<JsonError>"_s;
+// Stands for an absent value where a row expects a text.
+const QString none = u"<none>"_s;
+
+const QString providerBase = u"http://provider.test:8080"_s;
+
+PlaylistSource provider(const QString &address = providerBase + u'/', const QString &username = u"user"_s,
+    const QString &password = u"pass"_s)
+{
+    return PlaylistSource(QUuid(), u"Proveïdor"_s, address, username, password, PlaylistSource::Kind::xtream);
+}
+
+// Runs `read`, stores what it returns in `result`, and answers how it failed: the IPTVError's message,
+// `jsonError`, or an empty text when it succeeded.
+template<typename Result, typename Read> QString attempt(Result &result, Read read)
+{
+    try {
+        result = read();
+        return QString();
+    } catch (const IPTVError &error) {
+        return error.message();
+    } catch (const JsonError &) {
+        return jsonError;
+    }
+}
+
+QString urlText(const std::optional<QUrl> &url)
+{
+    return url ? QString::fromLatin1(url->toEncoded()) : none;
+}
+
+QString describe(const Channel &channel)
+{
+    return channel.name() + u" | "_s + channel.group() + u" | "_s + QString::fromLatin1(channel.encodedURL());
+}
+
+QHash<QString, QString> categoryMap(const QStringList &pairs)
+{
+    QHash<QString, QString> map;
+    for (const QString &pair : pairs)
+        map.insert(pair.section(u'=', 0, 0), pair.section(u'=', 1));
+    return map;
+}
+
+QStringList pairsOf(const QHash<QString, QString> &map)
+{
+    QStringList pairs;
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        pairs.append(it.key() + u'=' + it.value());
+    pairs.sort();
+    return pairs;
+}
+
+QByteArray nested(int depth, const QByteArray &inside)
+{
+    return QByteArray(depth, '[') + inside + QByteArray(depth, ']');
+}
+
+CatalogItem title(CatalogKind kind, const QString &id = u"42"_s)
+{
+    return CatalogItem {id, kind, u"Títol"_s, u"3"_s, QUrl(u"http://provider.test/llista.jpg"_s), u"2020"_s,
+        u"6.5"_s, u"Sinopsi de la llista"_s, u"mkv"_s, 0};
+}
+
+// One episode as the rows expect it: "S<season> E<number> #<id> <title> | <group> | <address>".
+QString episodeLine(qint64 season, qint64 number, const QString &id, const QString &name,
+    const QString &extension = u"mp4"_s, const QString &series = u"Títol"_s)
+{
+    return u"S%1 E%2 #%3 %4 | %5 · T%1 E%2 | %6/series/user/pass/%3.%7"_s.arg(season).arg(number).arg(
+        id, name, series, providerBase, extension);
+}
+
+QString describe(const CatalogEpisode &episode)
+{
+    return u"S%1 E%2 #%3 "_s.arg(episode.season).arg(episode.number).arg(episode.id) + episode.title
+        + u" | "_s + episode.channel.group() + u" | "_s + QString::fromLatin1(episode.channel.encodedURL());
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(CatalogKind)
+
+class TestXtreamReaders : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // ---------------------------------------------------------------------------------------------
+    // The account answer.
+    void account_data();
+    void account();
+
+    // ---------------------------------------------------------------------------------------------
+    // Live categories and live streams.
+    void liveCategories_data();
+    void liveCategories();
+    void liveStreams_data();
+    void liveStreams();
+
+    // The stream address: base without blanks and trailing slashes, then the credentials with every
+    // byte but A–Z a–z 0–9 - . _ ~ percent-encoded.
+    void liveStreamAddress_data();
+    void liveStreamAddress();
+
+    // ---------------------------------------------------------------------------------------------
+    // Movie and series categories.
+    void catalogCategories_data();
+    void catalogCategories();
+
+    // ---------------------------------------------------------------------------------------------
+    // The titles of a category.
+    void catalogItemRows_data();
+    void catalogItemRows();
+
+    // One field of the single title of an answer.
+    void catalogItemField_data();
+    void catalogItemField();
+
+    // ---------------------------------------------------------------------------------------------
+    // The detail of a title.
+    void detailFailure_data();
+    void detailFailure();
+    void movieStream_data();
+    void movieStream();
+    void movieStreamAddress();
+
+    // The texts of a detail: from "info" when it is an object, with the title's own plot and poster as
+    // fallbacks. Same rules for movies and series.
+    void detailField_data();
+    void detailField();
+    void detailWithoutTitleFallbacks();
+    void seriesEpisodes_data();
+    void seriesEpisodes();
+    void seriesEpisodeAddress();
+
+    // An episode's plot, duration and image, from its own "info" object.
+    void episodeInfo_data();
+    void episodeInfo();
+
+    // ---------------------------------------------------------------------------------------------
+    // Answers written to hurt, through every reader: each one either reads or fails with its own text.
+    void hostile_data();
+    void hostile();
+
+    // Numbers at the edges, read as text where an id, a season or a name belongs.
+    void hugeNumbers();
+
+    // A million rows, generated here, read whole (no time is asserted).
+    void millionRows();
+
+    // A single body read twice gives equal records: the readers keep no state.
+    void readersKeepNoState();
+};
+
+void TestXtreamReaders::account_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("extension");
+    QTest::addColumn<QString>("failure");
+
+    const auto row
+        = [](const char *name, const char *body, const QString &extension, const QString &failure) {
+              QTest::newRow(name) << QByteArray(body) << extension << failure;
+          };
+    const QString ok;
+    // auth reads as text and must be exactly "1"
+    row("auth 1", R"({"user_info":{"auth":1}})", u"m3u8"_s, ok);
+    row("auth \"1\"", R"({"user_info":{"auth":"1"}})", u"m3u8"_s, ok);
+    row("auth true", R"({"user_info":{"auth":true}})", u"m3u8"_s, ok);
+    row("auth 1.0", R"({"user_info":{"auth":1.0}})", u"m3u8"_s, ok);
+    row("auth 0", R"({"user_info":{"auth":0}})", ok, refused);
+    row("auth \"0\"", R"({"user_info":{"auth":"0"}})", ok, refused);
+    row("auth false", R"({"user_info":{"auth":false}})", ok, refused);
+    row("auth missing", R"({"user_info":{"status":"Active"}})", ok, refused);
+    row("auth null", R"({"user_info":{"auth":null}})", ok, refused);
+    row("auth 2", R"({"user_info":{"auth":2}})", ok, refused);
+    row("auth \" 1\"", R"({"user_info":{"auth":" 1"}})", ok, refused);
+    row("auth \"01\"", R"({"user_info":{"auth":"01"}})", ok, refused);
+    row("auth [1]", R"({"user_info":{"auth":[1]}})", ok, refused);
+    row("auth {}", R"({"user_info":{"auth":{}}})", ok, refused);
+    row("no user_info", R"({"server_info":{"url":"x"}})", ok, refused);
+    row("user_info null", R"({"user_info":null})", ok, refused);
+    row("user_info an array", R"({"user_info":[{"auth":1}]})", ok, refused);
+    row("user_info a string", R"({"user_info":"auth"})", ok, refused);
+    row("account fields at the top level", R"({"auth":1,"status":"Active"})", ok, refused);
+    row("empty object", "{}", ok, refused);
+    // status: only a string that is not "active" in any case refuses
+    row("status Active", R"({"user_info":{"auth":1,"status":"Active"}})", u"m3u8"_s, ok);
+    row("status active", R"({"user_info":{"auth":1,"status":"active"}})", u"m3u8"_s, ok);
+    row("status ACTIVE", R"({"user_info":{"auth":1,"status":"ACTIVE"}})", u"m3u8"_s, ok);
+    row("status Expired", R"({"user_info":{"auth":1,"status":"Expired"}})", ok, inactive);
+    row("status Banned", R"({"user_info":{"auth":1,"status":"Banned"}})", ok, inactive);
+    row("status empty", R"({"user_info":{"auth":1,"status":""}})", ok, inactive);
+    row("status with blanks", R"({"user_info":{"auth":1,"status":" Active"}})", ok, inactive);
+    row("status a number", R"({"user_info":{"auth":1,"status":0}})", u"m3u8"_s, ok);
+    row("status null", R"({"user_info":{"auth":1,"status":null}})", u"m3u8"_s, ok);
+    row("status false", R"({"user_info":{"auth":1,"status":false}})", u"m3u8"_s, ok);
+    row("status an array", R"({"user_info":{"auth":1,"status":["Expired"]}})", u"m3u8"_s, ok);
+    row("refusal before status", R"({"user_info":{"auth":0,"status":"Expired"}})", ok, refused);
+    row("status before formats",
+        R"({"user_info":{"auth":1,"status":"Disabled","allowed_output_formats":["rtmp"]}})", ok, inactive);
+    // allowed_output_formats
+    row("m3u8 ts rtmp", R"({"user_info":{"auth":1,"allowed_output_formats":["m3u8","ts","rtmp"]}})",
+        u"m3u8"_s, ok);
+    row("ts then m3u8", R"({"user_info":{"auth":1,"allowed_output_formats":["ts","m3u8"]}})", u"m3u8"_s, ok);
+    row("ts only", R"({"user_info":{"auth":1,"allowed_output_formats":["ts"]}})", u"ts"_s, ok);
+    row("rtmp and ts", R"({"user_info":{"auth":1,"allowed_output_formats":["rtmp","ts"]}})", u"ts"_s, ok);
+    row("rtmp only", R"({"user_info":{"auth":1,"allowed_output_formats":["rtmp"]}})", ok, noFormat);
+    row("no format listed", R"({"user_info":{"auth":1,"allowed_output_formats":[]}})", ok, noFormat);
+    row("upper-case formats", R"({"user_info":{"auth":1,"allowed_output_formats":["M3U8","TS"]}})", ok,
+        noFormat);
+    row("format with a blank", R"({"user_info":{"auth":1,"allowed_output_formats":["m3u8 "]}})", ok,
+        noFormat);
+    row("formats with a number", R"({"user_info":{"auth":1,"allowed_output_formats":["ts",1]}})", u"m3u8"_s,
+        ok);
+    row("formats with null", R"({"user_info":{"auth":1,"allowed_output_formats":["rtmp",null]}})", u"m3u8"_s,
+        ok);
+    row("formats nested", R"({"user_info":{"auth":1,"allowed_output_formats":[["ts"]]}})", u"m3u8"_s, ok);
+    row("formats a string", R"({"user_info":{"auth":1,"allowed_output_formats":"ts"}})", u"m3u8"_s, ok);
+    row("formats null", R"({"user_info":{"auth":1,"allowed_output_formats":null}})", u"m3u8"_s, ok);
+    row("formats an object", R"({"user_info":{"auth":1,"allowed_output_formats":{"0":"ts"}}})", u"m3u8"_s,
+        ok);
+    row("formats beside user_info", R"({"user_info":{"auth":1},"allowed_output_formats":["rtmp"]})",
+        u"m3u8"_s, ok);
+    // not an object
+    row("an array", R"([{"user_info":{"auth":1}}])", ok, notAnAccount);
+    row("a string", R"("Active")", ok, notAnAccount);
+    row("a number", "1", ok, notAnAccount);
+    row("null", "null", ok, notAnAccount);
+    row("true", "true", ok, notAnAccount);
+    // not JSON
+    row("empty body", "", ok, jsonError);
+    row("blank body", " \n", ok, jsonError);
+    row("html", "<html><body>Forbidden</body></html>", ok, jsonError);
+    row("truncated", "{\"user_info\":{\"auth\":1,\"status\":\"Act", ok, jsonError);
+    row("trailing comma", R"({"user_info":{"auth":1,},})", ok, jsonError);
+    row("two documents", R"({"user_info":{"auth":1}} {})", ok, jsonError);
+    row("single quotes", R"({'user_info':{'auth':1}})", ok, jsonError);
+    row("invalid UTF-8 in a value", "{\"user_info\":{\"auth\":1,\"message\":\"caf\xe9\"}}", ok, jsonError);
+    row("invalid UTF-8 in a key", "{\"user_info\":{\"auth\":1,\"\xff\":0}}", ok, jsonError);
+    row("NaN", R"({"user_info":{"auth":NaN}})", ok, jsonError);
+    row("number out of range", R"({"user_info":{"auth":1,"exp_date":1e400}})", ok, jsonError);
+}
+
+void TestXtreamReaders::account()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, extension);
+    QFETCH(QString, failure);
+
+    QString result;
+    QCOMPARE(attempt(result, [&] { return XtreamReaders::accountStreamExtension(body); }), failure);
+    QCOMPARE(result, extension);
+}
+
+void TestXtreamReaders::liveCategories_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("categories"); // "id=name", sorted
+    QTest::addColumn<QString>("failure");
+
+    const auto row
+        = [](const char *name, const QByteArray &body, const QStringList &categories,
+              const QString &failure = QString()) { QTest::newRow(name) << body << categories << failure; };
+    row("strings",
+        R"([{"category_id":"1","category_name":"Esports"},{"category_id":"2","category_name":"Notícies"}])",
+        {u"1=Esports"_s, u"2=Notícies"_s});
+    row("id a number", R"([{"category_id":7,"category_name":"Cinema"}])", {u"7=Cinema"_s});
+    row("id 7.0", R"([{"category_id":7.0,"category_name":"Cinema"}])", {u"7=Cinema"_s});
+    row("id 7.5", R"([{"category_id":7.5,"category_name":"Cinema"}])", {u"7.5=Cinema"_s});
+    row("id true", R"([{"category_id":true,"category_name":"Cinema"}])", {u"1=Cinema"_s});
+    row("id not digits kept", R"([{"category_id":"esp","category_name":"Esports"}])", {u"esp=Esports"_s});
+    row("id null", R"([{"category_id":null,"category_name":"Sense id"}])", {u"=Sense id"_s});
+    row("id missing", R"([{"category_name":"Sense id"}])", {u"=Sense id"_s});
+    row("name a number", R"([{"category_id":"1","category_name":5}])", {u"1=Directe"_s});
+    row("name null", R"([{"category_id":"1","category_name":null}])", {u"1=Directe"_s});
+    row("name missing", R"([{"category_id":"1"}])", {u"1=Directe"_s});
+    row("name an array", R"([{"category_id":"1","category_name":["Esports"]}])", {u"1=Directe"_s});
+    row("name empty", R"([{"category_id":"1","category_name":""}])", {u"1="_s});
+    row("name untrimmed", R"([{"category_id":"1","category_name":"  Esports "}])", {u"1=  Esports "_s});
+    row("name escaped", R"([{"category_id":"1","category_name":"Pel\u00b7l\u00edcules \/ \uD83D\uDD1E"}])",
+        {u"1=Pel·lícules / 🔞"_s});
+    row("later rows replace earlier",
+        R"([{"category_id":"1","category_name":"A"},{"category_id":1,"category_name":"B"},{"category_id":"2","category_name":"C"}])",
+        {u"1=B"_s, u"2=C"_s});
+    row("extra keys ignored", R"([{"category_id":"1","category_name":"A","parent_id":0,"x":[{}]}])",
+        {u"1=A"_s});
+    row("no rows", "[]", {});
+    row("rows without keys", "[{},{}]", {u"=Directe"_s});
+    row("an object", R"({"1":"Esports"})", {}, badLiveCatalogue);
+    row("an empty object", "{}", {}, badLiveCatalogue);
+    row("a number in the array", R"([{"category_id":"1","category_name":"A"},1])", {}, badLiveCatalogue);
+    row("null in the array", R"([null])", {}, badLiveCatalogue);
+    row("an array in the array", R"([[{"category_id":"1"}]])", {}, badLiveCatalogue);
+    row("a string", R"("[]")", {}, badLiveCatalogue);
+    row("null", "null", {}, badLiveCatalogue);
+    row("truncated", R"([{"category_id":"1","category_name":"A"},{"category_id")", {}, jsonError);
+    row("invalid UTF-8", "[{\"category_id\":\"1\",\"category_name\":\"\xc3\x28\"}]", {}, jsonError);
+    row("empty body", "", {}, jsonError);
+}
+
+void TestXtreamReaders::liveCategories()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, categories);
+    QFETCH(QString, failure);
+
+    QHash<QString, QString> result;
+    QCOMPARE(attempt(result, [&] { return XtreamReaders::liveCategories(body); }), failure);
+    QCOMPARE(pairsOf(result), categories);
+}
+
+void TestXtreamReaders::liveStreams_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("categories"); // "id=name"
+    QTest::addColumn<QString>("extension");
+    QTest::addColumn<QStringList>("channels"); // "name | group | address", in order
+    QTest::addColumn<QString>("failure");
+
+    const QString live = providerBase + u"/live/user/pass/"_s;
+    const QStringList sports {u"1=Esports"_s};
+    const auto row = [](const char *name, const QByteArray &body, const QStringList &categories,
+                         const QStringList &channels, const QString &failure = QString(),
+                         const QString &extension = u"m3u8"_s) {
+        QTest::newRow(name) << body << categories << extension << channels << failure;
+    };
+
+    row("ids as numbers and strings",
+        R"([{"stream_id":123,"name":"U","category_id":"1"},{"stream_id":"124","name":"Dos","category_id":"1"}])",
+        sports, {u"U | Esports | "_s + live + u"123.m3u8"_s, u"Dos | Esports | "_s + live + u"124.m3u8"_s});
+    row("ts extension", R"([{"stream_id":5,"name":"Cinc"}])", {}, {u"Cinc | Directe | "_s + live + u"5.ts"_s},
+        QString(), u"ts"_s);
+    row("answer order kept",
+        R"([{"stream_id":30,"name":"C"},{"stream_id":10,"name":"A"},{"stream_id":20,"name":"B"}])", {},
+        {u"C | Directe | "_s + live + u"30.m3u8"_s, u"A | Directe | "_s + live + u"10.m3u8"_s,
+            u"B | Directe | "_s + live + u"20.m3u8"_s});
+    row("id 12.0 reads as 12", R"([{"stream_id":12.0,"name":"Dotze"}])", {},
+        {u"Dotze | Directe | "_s + live + u"12.m3u8"_s});
+    row("id true reads as 1", R"([{"stream_id":true,"name":"U"}])", {},
+        {u"U | Directe | "_s + live + u"1.m3u8"_s});
+    row("leading zeros kept", R"([{"stream_id":"007","name":"Set"}])", {},
+        {u"Set | Directe | "_s + live + u"007.m3u8"_s});
+    row("largest unsigned id", R"([{"stream_id":18446744073709551615,"name":"Gran"}])", {},
+        {u"Gran | Directe | "_s + live + u"18446744073709551615.m3u8"_s});
+    row("unusable ids skipped",
+        R"([{"stream_id":12.5,"name":"a"},{"stream_id":"12a","name":"b"},{"stream_id":"","name":"c"},)"
+        R"({"name":"d"},{"stream_id":null,"name":"e"},{"stream_id":-5,"name":"f"},{"stream_id":" 12","name":"g"},)"
+        R"({"stream_id":"١٢","name":"h"},{"stream_id":[12],"name":"i"},{"stream_id":{"id":12},"name":"j"},)"
+        R"({"stream_id":"12 ","name":"k"},{"stream_id":"+12","name":"l"},{"stream_id":"１２","name":"n"},)"
+        R"({"stream_id":-1e308,"name":"o"},{"stream_id":1e-7,"name":"p"},{"stream_id":99,"name":"Bo"}])",
+        {}, {u"Bo | Directe | "_s + live + u"99.m3u8"_s});
+    row("id false reads as 0", R"([{"stream_id":false,"name":"Zero"}])", {},
+        {u"Zero | Directe | "_s + live + u"0.m3u8"_s});
+    row("id 1e3 reads as 1000", R"([{"stream_id":1e3,"name":"Mil"}])", {},
+        {u"Mil | Directe | "_s + live + u"1000.m3u8"_s});
+    row("first of repeated ids wins",
+        R"([{"stream_id":5,"name":"Primer","category_id":"1"},{"stream_id":"5","name":"Segon"},{"stream_id":5.0,"name":"Tercer"}])",
+        sports, {u"Primer | Esports | "_s + live + u"5.m3u8"_s});
+    row("repeated id after an unusable row",
+        R"([{"stream_id":"x5","name":"No"},{"stream_id":"5","name":"Primer"},{"stream_id":5,"name":"Segon"}])",
+        {}, {u"Primer | Directe | "_s + live + u"5.m3u8"_s});
+    row("name a number", R"([{"stream_id":9,"name":5}])", {},
+        {u"Canal 9 | Directe | "_s + live + u"9.m3u8"_s});
+    row("name null", R"([{"stream_id":9,"name":null}])", {},
+        {u"Canal 9 | Directe | "_s + live + u"9.m3u8"_s});
+    row("name missing", R"([{"stream_id":"9"}])", {}, {u"Canal 9 | Directe | "_s + live + u"9.m3u8"_s});
+    row("name an object", R"([{"stream_id":9,"name":{"ca":"Nou"}}])", {},
+        {u"Canal 9 | Directe | "_s + live + u"9.m3u8"_s});
+    row("name untrimmed", R"([{"stream_id":9,"name":"  Nou  "}])", {},
+        {u"  Nou   | Directe | "_s + live + u"9.m3u8"_s});
+    row("name empty", R"([{"stream_id":9,"name":""}])", {}, {u" | Directe | "_s + live + u"9.m3u8"_s});
+    row("name escaped", "[{\"stream_id\":9,\"name\":\"TV3 \\u00e0 la carta \\/ \\\"HD\\\"\"}]", {},
+        {u"TV3 à la carta / \"HD\" | Directe | "_s + live + u"9.m3u8"_s});
+    row("category by numeric id", R"([{"stream_id":1,"name":"a","category_id":1}])", sports,
+        {u"a | Esports | "_s + live + u"1.m3u8"_s});
+    row("category unknown", R"([{"stream_id":1,"name":"a","category_id":"2"}])", sports,
+        {u"a | Directe | "_s + live + u"1.m3u8"_s});
+    row("category missing", R"([{"stream_id":1,"name":"a"}])", sports,
+        {u"a | Directe | "_s + live + u"1.m3u8"_s});
+    row("category null", R"([{"stream_id":1,"name":"a","category_id":null}])", sports,
+        {u"a | Directe | "_s + live + u"1.m3u8"_s});
+    row("category null meets a category without id", R"([{"stream_id":1,"name":"a","category_id":null}])",
+        {u"=Sense id"_s}, {u"a | Sense id | "_s + live + u"1.m3u8"_s});
+    row("category with an empty name", R"([{"stream_id":1,"name":"a","category_id":"1"}])", {u"1="_s},
+        {u"a | Sense categoria | "_s + live + u"1.m3u8"_s});
+    row("category ids as given", R"([{"stream_id":1,"name":"a","category_id":"01"}])", sports,
+        {u"a | Directe | "_s + live + u"1.m3u8"_s});
+    row("other keys ignored",
+        R"([{"num":1,"stream_id":1,"name":"a","stream_type":"radio_streams","url":"http://elsewhere/x","direct_source":"rtmp://x"}])",
+        {}, {u"a | Directe | "_s + live + u"1.m3u8"_s});
+    row("no rows", "[]", {}, {}, noLiveChannels);
+    row("only unusable rows", R"([{},{"stream_id":"abc"},{"stream_id":null,"name":"x"}])", {}, {},
+        noLiveChannels);
+    row("an object", R"({"1":{"stream_id":1}})", {}, {}, badLiveCatalogue);
+    row("an empty object", "{}", {}, {}, badLiveCatalogue);
+    row("a row that is not an object", R"([{"stream_id":1,"name":"a"},"b"])", {}, {}, badLiveCatalogue);
+    row("a nested array", R"([[{"stream_id":1}]])", {}, {}, badLiveCatalogue);
+    row("null", "null", {}, {}, badLiveCatalogue);
+    row("a number", "0", {}, {}, badLiveCatalogue);
+    row("truncated", "[{\"stream_id\":1,\"name\":\"a\"},{\"stream_id\":2,\"na", {}, {}, jsonError);
+    row("invalid UTF-8", "[{\"stream_id\":1,\"name\":\"\xed\xa0\x80\"}]", {}, {}, jsonError);
+    row("unescaped control character", "[{\"stream_id\":1,\"name\":\"a\tb\"}]", {}, {}, jsonError);
+}
+
+void TestXtreamReaders::liveStreams()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, categories);
+    QFETCH(QString, extension);
+    QFETCH(QStringList, channels);
+    QFETCH(QString, failure);
+
+    QList<Channel> result;
+    QCOMPARE(
+        attempt(result,
+            [&] { return XtreamReaders::liveStreams(body, provider(), extension, categoryMap(categories)); }),
+        failure);
+    QStringList described;
+    for (const Channel &channel : result) {
+        described.append(describe(channel));
+        QVERIFY(!channel.requiresCustomHeaders());
+        QVERIFY(PlaylistSource::isAcceptedHttpURL(channel.url()));
+    }
+    QCOMPARE(described, channels);
+}
+
+void TestXtreamReaders::liveStreamAddress_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("username");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QByteArray>("expected");
+
+    QTest::newRow("plain") << u"http://provider.test:8080"_s << u"user"_s << u"pass"_s
+                           << QByteArray("http://provider.test:8080/live/user/pass/7.m3u8");
+    QTest::newRow("blanks and trailing slashes")
+        << u"  http://provider.test:8080///  "_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test:8080/live/user/pass/7.m3u8");
+    QTest::newRow("path kept") << u"https://provider.test/panel/"_s << u"user"_s << u"pass"_s
+                               << QByteArray("https://provider.test/panel/live/user/pass/7.m3u8");
+    QTest::newRow("reserved characters")
+        << providerBase << u"a b&c@d"_s << u"p/q?r#s%t"_s
+        << QByteArray("http://provider.test:8080/live/a%20b%26c%40d/p%2Fq%3Fr%23s%25t/7.m3u8");
+    QTest::newRow("unreserved characters")
+        << providerBase << u"A-z.0_9~"_s << u"~._-"_s
+        << QByteArray("http://provider.test:8080/live/A-z.0_9~/~._-/7.m3u8");
+    QTest::newRow("plus, equals, colon")
+        << providerBase << u"a+b=c"_s << u"x:y;z,"_s
+        << QByteArray("http://provider.test:8080/live/a%2Bb%3Dc/x%3Ay%3Bz%2C/7.m3u8");
+    QTest::newRow("letters outside ASCII") << providerBase << u"jòsep"_s << u"contrasenya€😀"_s
+                                           << QByteArray("http://provider.test:8080/live/j%C3%B2sep/"
+                                                         "contrasenya%E2%82%AC%F0%9F%98%80/7.m3u8");
+    QTest::newRow("blanks in credentials kept")
+        << providerBase << u" user "_s << u"\tpass"_s
+        << QByteArray("http://provider.test:8080/live/%20user%20/%09pass/7.m3u8");
+    QTest::newRow("percent sequences re-encoded")
+        << providerBase << u"%41"_s << u"%2F"_s
+        << QByteArray("http://provider.test:8080/live/%2541/%252F/7.m3u8");
+    QTest::newRow("IPv6 host") << u"http://[2001:db8::1]:8000/"_s << u"user"_s << u"pass"_s
+                               << QByteArray("http://[2001:db8::1]:8000/live/user/pass/7.m3u8");
+}
+
+void TestXtreamReaders::liveStreamAddress()
+{
+    QFETCH(QString, address);
+    QFETCH(QString, username);
+    QFETCH(QString, password);
+    QFETCH(QByteArray, expected);
+
+    const QList<Channel> channels = XtreamReaders::liveStreams(
+        R"([{"stream_id":7,"name":"Set"}])", provider(address, username, password), u"m3u8"_s, {});
+    QCOMPARE(channels.size(), qsizetype(1));
+    QCOMPARE(channels.front().encodedURL(), expected);
+    QVERIFY(PlaylistSource::isAcceptedHttpURL(channels.front().url()));
+}
+
+void TestXtreamReaders::catalogCategories_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("categories"); // "id=name", in order
+    QTest::addColumn<QString>("failure");
+
+    const auto row
+        = [](const char *name, const QByteArray &body, const QStringList &categories,
+              const QString &failure = QString()) { QTest::newRow(name) << body << categories << failure; };
+    row("ids as strings and numbers",
+        R"([{"category_id":"10","category_name":"Acció"},{"category_id":11,"category_name":"Comèdia"}])",
+        {u"10=Acció"_s, u"11=Comèdia"_s});
+    row("answer order kept",
+        R"([{"category_id":"3","category_name":"C"},{"category_id":"1","category_name":"A"}])",
+        {u"3=C"_s, u"1=A"_s});
+    row("name a number", R"([{"category_id":"1","category_name":2024}])", {u"1=2024"_s});
+    row("name a fraction", R"([{"category_id":"1","category_name":7.5}])", {u"1=7.5"_s});
+    row("name true", R"([{"category_id":"1","category_name":true}])", {u"1=1"_s});
+    row("name null", R"([{"category_id":"1","category_name":null}])", {u"1=Sense categoria"_s});
+    row("name missing", R"([{"category_id":"1"}])", {u"1=Sense categoria"_s});
+    row("name empty", R"([{"category_id":"1","category_name":""}])", {u"1=Sense categoria"_s});
+    row("name an array", R"([{"category_id":"1","category_name":["A"]}])", {u"1=Sense categoria"_s});
+    row("name untrimmed", R"([{"category_id":"1","category_name":" A "}])", {u"1= A "_s});
+    row("unusable ids skipped",
+        R"([{"category_id":"","category_name":"a"},{"category_id":null,"category_name":"b"},)"
+        R"({"category_id":"1a","category_name":"c"},{"category_id":1.5,"category_name":"d"},)"
+        R"({"category_id":-1,"category_name":"e"},{"category_id":" 1","category_name":"f"},)"
+        R"({"category_name":"g"},{"category_id":"١","category_name":"h"},{"category_id":[1],"category_name":"i"},)"
+        R"({"category_id":"8","category_name":"Bo"}])",
+        {u"8=Bo"_s});
+    row("id 4.0 reads as 4", R"([{"category_id":4.0,"category_name":"Quatre"}])", {u"4=Quatre"_s});
+    row("first of repeated ids wins",
+        R"([{"category_id":"1","category_name":"Primer"},{"category_id":1,"category_name":"Segon"}])",
+        {u"1=Primer"_s});
+    row("no rows", "[]", {});
+    row("an empty object means no rows", "{}", {});
+    row("rows without ids", "[{},{}]", {});
+    row("a non-empty object", R"({"1":{"category_id":"1"}})", {}, badCatalogue);
+    row("an object holding an error", R"({"user_info":{"auth":0}})", {}, badCatalogue);
+    row("a number in the array", R"([{"category_id":"1","category_name":"A"},1])", {}, badCatalogue);
+    row("null in the array", "[null]", {}, badCatalogue);
+    row("an array in the array", "[[]]", {}, badCatalogue);
+    row("a string", R"("")", {}, badCatalogue);
+    row("null", "null", {}, badCatalogue);
+    row("false", "false", {}, badCatalogue);
+    row("truncated", R"([{"category_id":"1")", {}, jsonError);
+    row("invalid UTF-8", "[{\"category_id\":\"1\",\"category_name\":\"\xf8\x88\x80\x80\x80\"}]", {},
+        jsonError);
+}
+
+void TestXtreamReaders::catalogCategories()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, categories);
+    QFETCH(QString, failure);
+
+    QList<CatalogCategory> result;
+    QCOMPARE(attempt(result, [&] { return XtreamReaders::catalogCategories(body); }), failure);
+    QStringList described;
+    for (const CatalogCategory &category : std::as_const(result))
+        described.append(category.id + u'=' + category.name);
+    QCOMPARE(described, categories);
+}
+
+void TestXtreamReaders::catalogItemRows_data()
+{
+    QTest::addColumn<CatalogKind>("kind");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("items"); // "id name", in order
+    QTest::addColumn<QString>("failure");
+
+    const auto row = [](const char *name, CatalogKind kind, const QByteArray &body, const QStringList &items,
+                         const QString &failure = QString()) {
+        QTest::newRow(name) << kind << body << items << failure;
+    };
+    const CatalogKind movies = CatalogKind::movies;
+    const CatalogKind series = CatalogKind::series;
+    row("movies by stream_id", movies,
+        R"([{"stream_id":10,"series_id":90,"name":"A"},{"stream_id":"11","name":"B"},{"series_id":12,"name":"C"}])",
+        {u"10 A"_s, u"11 B"_s});
+    row("series by series_id", series,
+        R"([{"series_id":20,"stream_id":80,"name":"A"},{"series_id":"21","name":"B"},{"stream_id":22,"name":"C"}])",
+        {u"20 A"_s, u"21 B"_s});
+    row("answer order kept", movies, R"([{"stream_id":3,"name":"C"},{"stream_id":1,"name":"A"}])",
+        {u"3 C"_s, u"1 A"_s});
+    row("unusable ids skipped", movies,
+        R"([{"stream_id":"","name":"a"},{"stream_id":null,"name":"b"},{"stream_id":"1a","name":"c"},)"
+        R"({"stream_id":1.5,"name":"d"},{"stream_id":-1,"name":"e"},{"stream_id":" 1","name":"f"},)"
+        R"({"name":"g"},{"stream_id":"١٢","name":"h"},{"stream_id":{},"name":"i"},{"stream_id":7,"name":"Bo"}])",
+        {u"7 Bo"_s});
+    row("first of repeated ids wins", series,
+        R"([{"series_id":5,"name":"Primer"},{"series_id":"5","name":"Segon"}])", {u"5 Primer"_s});
+    row("name reads as text", movies, R"([{"stream_id":1,"name":1984},{"stream_id":2,"name":true}])",
+        {u"1 1984"_s, u"2 1"_s});
+    row("name missing, null or empty", movies,
+        R"([{"stream_id":1},{"stream_id":2,"name":null},{"stream_id":3,"name":""},{"stream_id":4,"name":[]}])",
+        {u"1 Sense títol"_s, u"2 Sense títol"_s, u"3 Sense títol"_s, u"4 Sense títol"_s});
+    row("no rows", movies, "[]", {});
+    row("an empty object means no rows", series, "{}", {});
+    row("a non-empty object", movies, R"({"error":"no category"})", {}, badCatalogue);
+    row("a row that is not an object", series, R"([{"series_id":1},[]])", {}, badCatalogue);
+    row("a string", movies, R"("[]")", {}, badCatalogue);
+    row("null", series, "null", {}, badCatalogue);
+    row("truncated", movies, R"([{"stream_id":1,"name":"A"})", {}, jsonError);
+    row("invalid UTF-8", series, "[{\"series_id\":1,\"name\":\"\x80\"}]", {}, jsonError);
+}
+
+void TestXtreamReaders::catalogItemRows()
+{
+    QFETCH(CatalogKind, kind);
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, items);
+    QFETCH(QString, failure);
+
+    QList<CatalogItem> result;
+    QCOMPARE(attempt(result, [&] { return XtreamReaders::catalogItems(body, kind, u"77"_s); }), failure);
+    QStringList described;
+    for (const CatalogItem &item : std::as_const(result)) {
+        described.append(item.id + u' ' + item.name);
+        QCOMPARE(item.kind, kind);
+        QCOMPARE(item.categoryID, u"77"_s);
+    }
+    QCOMPARE(described, items);
+}
+
+void TestXtreamReaders::catalogItemField_data()
+{
+    QTest::addColumn<QByteArray>("row"); // the object's members after "stream_id":1
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char *name, const char *members, const char *field, const QString &expected) {
+        QTest::newRow(name) << QByteArray(members) << QString::fromLatin1(field) << expected;
+    };
+    // poster: "cover" when the key is there, whatever it holds; else "stream_icon"
+    row("poster from cover", R"("cover":"http://img.test/c.jpg","stream_icon":"http://img.test/i.jpg")",
+        "poster", u"http://img.test/c.jpg"_s);
+    row("poster from stream_icon", R"("stream_icon":"https://img.test/i.png")", "poster",
+        u"https://img.test/i.png"_s);
+    row("poster: null cover hides stream_icon", R"("cover":null,"stream_icon":"http://img.test/i.jpg")",
+        "poster", none);
+    row("poster: empty cover hides stream_icon", R"("cover":"","stream_icon":"http://img.test/i.jpg")",
+        "poster", none);
+    row("poster: empty stream_icon", R"("stream_icon":"")", "poster", none);
+    row("poster missing", R"("name":"x")", "poster", none);
+    row("poster not http", R"("cover":"ftp://img.test/c.jpg")", "poster", none);
+    row("poster relative", R"("cover":"/images/c.jpg")", "poster", none);
+    row("poster without scheme", R"("cover":"//img.test/c.jpg")", "poster", none);
+    row("poster with user information", R"("cover":"http://u:p@img.test/c.jpg")", "poster", none);
+    row("poster a number", R"("cover":12)", "poster", none);
+    row("poster an array", R"("cover":["http://img.test/c.jpg"])", "poster", none);
+    row("poster escaped slashes", R"("stream_icon":"http:\/\/img.test:8080\/images\/c.jpg")", "poster",
+        u"http://img.test:8080/images/c.jpg"_s);
+    row("poster with a blank", R"("cover":"http://img.test/a b.jpg")", "poster",
+        u"http://img.test/a%20b.jpg"_s);
+    // year: "year", else "releaseDate", else "release_date", by presence; four characters
+    row("year", R"("year":"2019","releaseDate":"2018-01-01")", "year", u"2019"_s);
+    row("year a number", R"("year":2019)", "year", u"2019"_s);
+    row("year from releaseDate", R"("releaseDate":"2018-05-04","release_date":"2017-01-01")", "year",
+        u"2018"_s);
+    row("year from release_date", R"("release_date":"2017-01-01")", "year", u"2017"_s);
+    row("empty year hides the dates", R"("year":"","releaseDate":"2018-05-04")", "year", QString());
+    row("null year hides the dates", R"("year":null,"release_date":"2017-01-01")", "year", QString());
+    row("empty releaseDate hides release_date", R"("releaseDate":"","release_date":"2017-01-01")", "year",
+        QString());
+    row("year shorter than four", R"("year":"99")", "year", u"99"_s);
+    row("year cut to four characters", R"("year":"1999-2003")", "year", u"1999"_s);
+    row("year no date", R"("name":"x")", "year", QString());
+    // rating and plot unchanged
+    row("rating text", R"("rating":"6.3")", "rating", u"6.3"_s);
+    row("rating a number", R"("rating":7.8)", "rating", u"7.8"_s);
+    row("rating a whole number", R"("rating":5.0)", "rating", u"5"_s);
+    row("rating an integer", R"("rating":7)", "rating", u"7"_s);
+    row("rating negative", R"("rating":-2.5)", "rating", u"-2.5"_s);
+    row("rating true", R"("rating":true)", "rating", u"1"_s);
+    row("rating false", R"("rating":false)", "rating", u"0"_s);
+    row("rating null", R"("rating":null)", "rating", QString());
+    row("rating an object", R"("rating":{"imdb":7})", "rating", QString());
+    row("rating untrimmed", R"("rating":" 7 ")", "rating", u" 7 "_s);
+    row("plot unchanged", R"("plot":"  Dues línies\n\nsegona  ")", "plot", u"  Dues línies\n\nsegona  "_s);
+    row("plot missing", R"("name":"x")", "plot", QString());
+    // extension
+    row("extension", R"("container_extension":"mkv")", "fileExtension", u"mkv"_s);
+    row("extension missing", R"("name":"x")", "fileExtension", u"mp4"_s);
+    row("extension empty", R"("container_extension":"")", "fileExtension", u"mp4"_s);
+    row("extension null", R"("container_extension":null)", "fileExtension", u"mp4"_s);
+    row("extension as given", R"("container_extension":"MKV")", "fileExtension", u"MKV"_s);
+    // added: "added", else "last_modified", as a whole decimal number
+    row("added", R"("added":"1535126376")", "added", u"1535126376"_s);
+    row("added a number", R"("added":1535126376)", "added", u"1535126376"_s);
+    row("added a fraction", R"("added":"12.5")", "added", u"12.5"_s);
+    row("added from last_modified", R"("last_modified":"1530853152")", "added", u"1530853152"_s);
+    row("empty added hides last_modified", R"("added":"","last_modified":"1530853152")", "added", u"0"_s);
+    row("added with a blank", R"("added":" 123")", "added", u"0"_s);
+    row("added with a trailing blank", R"("added":"123 ")", "added", u"0"_s);
+    row("added with letters", R"("added":"123abc")", "added", u"0"_s);
+    row("added a date", R"("added":"2018-08-25")", "added", u"0"_s);
+    row("added null", R"("added":null)", "added", u"0"_s);
+    row("added missing", R"("name":"x")", "added", u"0"_s);
+    row("added infinite", R"("added":"1e999")", "added", u"0"_s);
+    // the argument, not the row, gives the category
+    row("category from the request", R"("category_id":"5")", "categoryID", u"77"_s);
+}
+
+void TestXtreamReaders::catalogItemField()
+{
+    QFETCH(QByteArray, row);
+    QFETCH(QString, field);
+    QFETCH(QString, expected);
+
+    const QByteArray body = "[{\"stream_id\":1," + row + "}]";
+    const QList<CatalogItem> items = XtreamReaders::catalogItems(body, CatalogKind::movies, u"77"_s);
+    QCOMPARE(items.size(), qsizetype(1));
+    const CatalogItem &item = items.front();
+    const QHash<QString, QString> fields {
+        {u"poster"_s, urlText(item.poster)},
+        {u"year"_s, item.year},
+        {u"rating"_s, item.rating},
+        {u"plot"_s, item.plot},
+        {u"fileExtension"_s, item.fileExtension},
+        {u"added"_s, QString::number(item.added, 'g', 17)},
+        {u"categoryID"_s, item.categoryID},
+    };
+    QVERIFY(fields.contains(field));
+    QCOMPARE(fields.value(field), expected);
+}
+
+void TestXtreamReaders::detailFailure_data()
+{
+    QTest::addColumn<CatalogKind>("kind");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("failure");
+
+    const auto row = [](const char *name, CatalogKind kind, const char *body, const QString &failure) {
+        QTest::newRow(name) << kind << QByteArray(body) << failure;
+    };
+    const CatalogKind movies = CatalogKind::movies;
+    const CatalogKind series = CatalogKind::series;
+    row("an array", movies, R"([{"info":{}}])", badDetail);
+    row("a string", series, R"("info")", badDetail);
+    row("null", movies, "null", badDetail);
+    row("a number", series, "404", badDetail);
+    row("an empty object", movies, "{}", noDetail);
+    row("only seasons", series, R"({"seasons":[]})", noDetail);
+    row("an account answer", movies, R"({"user_info":{"auth":0}})", noDetail);
+    row("an error alone", series, R"({"error":"not found"})", noDetail);
+    row("info with user_info", movies, R"({"info":{},"user_info":{"auth":1}})", detailRefused);
+    row("info with error", series, R"({"info":{"name":"x"},"error":"denied"})", detailRefused);
+    row("null info with error", movies, R"({"info":null,"error":null})", detailRefused);
+    row("movie_data with user_info", movies, R"({"movie_data":{"stream_id":42},"user_info":[]})",
+        detailRefused);
+    row("episodes with error", series, R"({"episodes":{},"error":false})", detailRefused);
+    row("movie extension with a dot", movies, R"({"movie_data":{"container_extension":"m.p4"}})",
+        badVideoFormat);
+    row("movie extension with a blank", movies, R"({"movie_data":{"container_extension":"mp4 "}})",
+        badVideoFormat);
+    row("movie extension of eleven characters", movies,
+        R"({"movie_data":{"container_extension":"abcdefghijk"}})", badVideoFormat);
+    row("movie extension with a query", movies, R"({"movie_data":{"container_extension":"mp4?a=1"}})",
+        badVideoFormat);
+    row("movie extension with a slash", movies, R"({"movie_data":{"container_extension":"..\/x"}})",
+        badVideoFormat);
+    row("movie extension outside ASCII", movies, R"({"movie_data":{"container_extension":"mpé"}})",
+        badVideoFormat);
+    row("movie extension negative", movies, R"({"movie_data":{"container_extension":-4}})", badVideoFormat);
+    row("episode extension bad", series,
+        R"({"episodes":{"1":[{"id":"1","container_extension":"mp4"},{"id":"2","container_extension":"m p4"}]}})",
+        badVideoFormat);
+    row("episode extension of eleven characters", series,
+        R"({"episodes":[[{"id":"1","container_extension":"12345678901"}]]})", badVideoFormat);
+    row("truncated", series, R"({"info":{"plot":"a"},"episodes":{"1":[{"id":"1")", jsonError);
+    row("invalid UTF-8", movies, "{\"info\":{\"plot\":\"\xc0\xaf\"}}", jsonError);
+    row("empty body", series, "", jsonError);
+}
+
+void TestXtreamReaders::detailFailure()
+{
+    QFETCH(CatalogKind, kind);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, failure);
+
+    CatalogDetail result;
+    QCOMPARE(attempt(result, [&] { return XtreamReaders::catalogDetail(body, provider(), title(kind)); }),
+        failure);
+}
+
+void TestXtreamReaders::movieStream_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("itemExtension");
+    QTest::addColumn<QString>("address"); // after the base, or the failure
+    QTest::addColumn<QString>("failure");
+
+    const auto row = [](const char *name, const char *body, const QString &itemExtension,
+                         const QString &address, const QString &failure = QString()) {
+        QTest::newRow(name) << QByteArray(body) << itemExtension << address << failure;
+    };
+    row("extension from movie_data", R"({"movie_data":{"container_extension":"avi"}})", u"mkv"_s,
+        u"/movie/user/pass/42.avi"_s);
+    row("extension from the title", R"({"info":{}})", u"mkv"_s, u"/movie/user/pass/42.mkv"_s);
+    row("empty extension in movie_data", R"({"movie_data":{"container_extension":""}})", u"mkv"_s,
+        u"/movie/user/pass/42.mkv"_s);
+    row("null extension in movie_data", R"({"movie_data":{"container_extension":null}})", u"mkv"_s,
+        u"/movie/user/pass/42.mkv"_s);
+    row("movie_data an array", R"({"movie_data":[{"container_extension":"avi"}]})", u"mkv"_s,
+        u"/movie/user/pass/42.mkv"_s);
+    row("extension a number", R"({"movie_data":{"container_extension":3}})", u"mkv"_s,
+        u"/movie/user/pass/42.3"_s);
+    row("extension in upper case", R"({"movie_data":{"container_extension":"MKV"}})", u"mp4"_s,
+        u"/movie/user/pass/42.MKV"_s);
+    row("extension of ten characters", R"({"movie_data":{"container_extension":"abcdefghij"}})", u"mp4"_s,
+        u"/movie/user/pass/42.abcdefghij"_s);
+    row("stream_id of movie_data ignored", R"({"movie_data":{"stream_id":1167019}})", u"mp4"_s,
+        u"/movie/user/pass/42.mp4"_s);
+    row("no extension anywhere", R"({"info":{}})", QString(), QString(), badVideoFormat);
+    row("bad extension of the title", R"({"info":{}})", u"mp4;rm"_s, QString(), badVideoFormat);
+}
+
+void TestXtreamReaders::movieStream()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, itemExtension);
+    QFETCH(QString, address);
+    QFETCH(QString, failure);
+
+    CatalogItem item = title(CatalogKind::movies);
+    item.fileExtension = itemExtension;
+    CatalogDetail detail;
+    QCOMPARE(attempt(detail, [&] { return XtreamReaders::catalogDetail(body, provider(), item); }), failure);
+    if (!failure.isEmpty())
+        return;
+    QVERIFY(detail.movie);
+    QVERIFY(detail.episodes.isEmpty());
+    QCOMPARE(detail.item, item);
+    QCOMPARE(detail.movie->name(), u"Títol"_s);
+    QCOMPARE(detail.movie->group(), u"Pel·lícules"_s);
+    QCOMPARE(QString::fromLatin1(detail.movie->encodedURL()), providerBase + address);
+    QVERIFY(!detail.movie->requiresCustomHeaders());
+}
+
+void TestXtreamReaders::movieStreamAddress()
+{
+    const PlaylistSource source
+        = provider(u" https://provider.test:8443/p// "_s, u"nom usuari"_s, u"clau&1"_s);
+    const CatalogDetail detail
+        = XtreamReaders::catalogDetail(R"({"info":{}})", source, title(CatalogKind::movies));
+    QVERIFY(detail.movie);
+    QCOMPARE(detail.movie->encodedURL(),
+        QByteArray("https://provider.test:8443/p/movie/nom%20usuari/clau%261/42.mkv"));
+}
+
+void TestXtreamReaders::detailField_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char *name, const char *body, const char *field, const QString &expected) {
+        QTest::newRow(name) << QByteArray(body) << QString::fromLatin1(field) << expected;
+    };
+    row("plot", R"({"info":{"plot":"Trama","description":"Descripció"}})", "plot", u"Trama"_s);
+    row("plot from description", R"({"info":{"description":"Descripció"}})", "plot", u"Descripció"_s);
+    row("empty plot falls back to the title", R"({"info":{"plot":"","description":"Descripció"}})", "plot",
+        u"Sinopsi de la llista"_s);
+    row("null plot falls back to the title", R"({"info":{"plot":null,"description":"Descripció"}})", "plot",
+        u"Sinopsi de la llista"_s);
+    row("no plot falls back to the title", R"({"info":{"name":"x"}})", "plot", u"Sinopsi de la llista"_s);
+    row("plot a number", R"({"info":{"plot":42}})", "plot", u"42"_s);
+    row("plot untrimmed", R"({"info":{"plot":" a\nb "}})", "plot", u" a\nb "_s);
+    row("cast", R"({"info":{"cast":"A, B","actors":"C"}})", "cast", u"A, B"_s);
+    row("cast from actors", R"({"info":{"actors":"C, D"}})", "cast", u"C, D"_s);
+    row("empty cast hides actors", R"({"info":{"cast":"","actors":"C"}})", "cast", QString());
+    row("genre", R"({"info":{"genre":"Drama \/ Crim"}})", "genre", u"Drama / Crim"_s);
+    row("genre missing", R"({"info":{}})", "genre", QString());
+    row("duration", R"({"info":{"duration":"01:42:00","duration_secs":6120}})", "duration", u"01:42:00"_s);
+    row("duration a number", R"({"info":{"duration":95}})", "duration", u"95"_s);
+    row("poster from cover",
+        R"({"info":{"cover":"http://img.test/c.jpg","movie_image":"http://img.test/m.jpg"}})", "poster",
+        u"http://img.test/c.jpg"_s);
+    row("poster from movie_image", R"({"info":{"movie_image":"https:\/\/img.test\/m.jpg"}})", "poster",
+        u"https://img.test/m.jpg"_s);
+    row("empty cover hides movie_image, title's poster",
+        R"({"info":{"cover":"","movie_image":"http://img.test/m.jpg"}})", "poster",
+        u"http://provider.test/llista.jpg"_s);
+    row("unusable poster, title's poster", R"({"info":{"cover":"img/c.jpg"}})", "poster",
+        u"http://provider.test/llista.jpg"_s);
+    row("no poster, title's poster", R"({"info":{}})", "poster", u"http://provider.test/llista.jpg"_s);
+    row("info an array", R"({"info":[{"plot":"x","genre":"y"}]})", "plot", u"Sinopsi de la llista"_s);
+    row("info an array, genre", R"({"info":[{"plot":"x","genre":"y"}]})", "genre", QString());
+    row("info null", R"({"info":null})", "poster", u"http://provider.test/llista.jpg"_s);
+    row("info a string", R"({"info":"plot"})", "cast", QString());
+    row("fields outside info ignored",
+        R"({"info":{},"plot":"x","genre":"y","cover":"http://img.test/c.jpg"})", "plot",
+        u"Sinopsi de la llista"_s);
+    row("movie_data fields ignored", R"({"movie_data":{"plot":"x","name":"Nom"}})", "plot",
+        u"Sinopsi de la llista"_s);
+}
+
+void TestXtreamReaders::detailField()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, field);
+    QFETCH(QString, expected);
+
+    for (const CatalogKind kind : CatalogKinds::allCases) {
+        const CatalogItem item = title(kind);
+        const CatalogDetail detail = XtreamReaders::catalogDetail(body, provider(), item);
+        QCOMPARE(detail.item, item);
+        QCOMPARE(detail.movie.has_value(), kind == CatalogKind::movies);
+        const QHash<QString, QString> fields {
+            {u"plot"_s, detail.plot},
+            {u"cast"_s, detail.cast},
+            {u"genre"_s, detail.genre},
+            {u"duration"_s, detail.duration},
+            {u"poster"_s, urlText(detail.poster)},
+        };
+        QVERIFY(fields.contains(field));
+        QCOMPARE(fields.value(field), expected);
+    }
+}
+
+void TestXtreamReaders::detailWithoutTitleFallbacks()
+{
+    CatalogItem item = title(CatalogKind::series);
+    item.plot.clear();
+    item.poster.reset();
+    const CatalogDetail detail = XtreamReaders::catalogDetail(R"({"info":{"cover":"x"}})", provider(), item);
+    QCOMPARE(detail.plot, QString());
+    QVERIFY(!detail.poster);
+    QVERIFY(detail.episodes.isEmpty());
+    QVERIFY(!detail.movie);
+}
+
+void TestXtreamReaders::seriesEpisodes_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("episodes");
+
+    const auto row = [](const char *name, const char *body, const QStringList &episodes) {
+        QTest::newRow(name) << QByteArray(body) << episodes;
+    };
+    row("seasons keyed by number",
+        R"({"episodes":{"1":[{"id":"101","episode_num":1,"title":"Pilot","container_extension":"mkv"},)"
+        R"({"id":"102","episode_num":"2","title":"Segon"}],)"
+        R"("2":[{"id":"201","episode_num":1,"title":"Tornada","container_extension":"avi"}]}})",
+        {episodeLine(1, 1, u"101"_s, u"Pilot"_s, u"mkv"_s), episodeLine(1, 2, u"102"_s, u"Segon"_s),
+            episodeLine(2, 1, u"201"_s, u"Tornada"_s, u"avi"_s)});
+    row("episode season wins over the key",
+        R"({"episodes":{"1":[{"id":"5","season":3,"episode_num":1,"title":"a"},{"id":"6","season":"2","episode_num":1,"title":"b"}]}})",
+        {episodeLine(2, 1, u"6"_s, u"b"_s), episodeLine(3, 1, u"5"_s, u"a"_s)});
+    row("unreadable episode season falls back to the key",
+        R"({"episodes":{"4":[{"id":"1","season":"T1","episode_num":1,"title":"a"},{"id":"2","season":null,"episode_num":2,"title":"b"},)"
+        R"({"id":"3","season":1.5,"episode_num":3,"title":"c"},{"id":"4","season":"","episode_num":4,"title":"d"}]}})",
+        {episodeLine(4, 1, u"1"_s, u"a"_s), episodeLine(4, 2, u"2"_s, u"b"_s),
+            episodeLine(4, 3, u"3"_s, u"c"_s), episodeLine(4, 4, u"4"_s, u"d"_s)});
+    row("season keys as signed integers",
+        R"({"episodes":{"-1":[{"id":"1","episode_num":1,"title":"a"}],"+2":[{"id":"2","episode_num":1,"title":"b"}],)"
+        R"("03":[{"id":"3","episode_num":1,"title":"c"}]}})",
+        {episodeLine(-1, 1, u"1"_s, u"a"_s), episodeLine(2, 1, u"2"_s, u"b"_s),
+            episodeLine(3, 1, u"3"_s, u"c"_s)});
+    row("unreadable season keys read as 0",
+        R"({"episodes":{"Especials":[{"id":"1","episode_num":2,"title":"a"}]," 5":[{"id":"2","episode_num":1,"title":"b"}],)"
+        R"("99999999999999999999":[{"id":"3","episode_num":3,"title":"c"}],"":[{"id":"4","episode_num":4,"title":"d"}]}})",
+        {episodeLine(0, 1, u"2"_s, u"b"_s), episodeLine(0, 2, u"1"_s, u"a"_s),
+            episodeLine(0, 3, u"3"_s, u"c"_s), episodeLine(0, 4, u"4"_s, u"d"_s)});
+    row("seasons that are not arrays of objects skipped",
+        R"({"episodes":{"1":null,"2":7,"3":{"id":"30"},"4":[{"id":"40","title":"a"},1],"5":[],"6":[{"id":"60","episode_num":1,"title":"Bo"}]}})",
+        {episodeLine(6, 1, u"60"_s, u"Bo"_s)});
+    row("array of arrays: position is the season",
+        R"({"episodes":[[{"id":"1","episode_num":1,"title":"a"}],[{"id":"2","episode_num":1,"title":"b"}],)"
+        R"([{"id":"3","season":7,"episode_num":1,"title":"c"}]]})",
+        {episodeLine(0, 1, u"1"_s, u"a"_s), episodeLine(1, 1, u"2"_s, u"b"_s),
+            episodeLine(7, 1, u"3"_s, u"c"_s)});
+    row("array of arrays: unusable positions still count",
+        R"({"episodes":[null,{"id":"9"},[1],[{"id":"4","episode_num":1,"title":"d"}]]})",
+        {episodeLine(3, 1, u"4"_s, u"d"_s)});
+    row("episodes null", R"({"episodes":null})", {});
+    row("episodes a number", R"({"episodes":3})", {});
+    row("episodes an empty array", R"({"episodes":[]})", {});
+    row("episodes a flat array of episodes", R"({"episodes":[{"id":"1","title":"a"}]})", {});
+    row("no episodes key", R"({"info":{"name":"x"}})", {});
+    row("unusable episode ids skipped",
+        R"({"episodes":{"1":[{"id":"","title":"a"},{"id":null,"title":"b"},{"title":"c"},{"id":"1a","title":"d"},)"
+        R"({"id":1.5,"title":"e"},{"id":"-1","title":"f"},{"id":"١","title":"g"},{"id":[1],"title":"h"},)"
+        R"({"id":77,"episode_num":1,"title":"Bo"}]}})",
+        {episodeLine(1, 1, u"77"_s, u"Bo"_s)});
+    row("first of repeated ids wins across seasons",
+        R"({"episodes":{"1":[{"id":"5","episode_num":1,"title":"Primer"}],"2":[{"id":5,"episode_num":1,"title":"Segon"}]}})",
+        {episodeLine(1, 1, u"5"_s, u"Primer"_s)});
+    row("episode number unreadable reads as 0",
+        R"({"episodes":{"1":[{"id":"1","episode_num":"u","title":"a"},{"id":"2","title":"b"},{"id":"3","episode_num":2.5,"title":"c"}]}})",
+        {episodeLine(1, 0, u"1"_s, u"a"_s), episodeLine(1, 0, u"2"_s, u"b"_s),
+            episodeLine(1, 0, u"3"_s, u"c"_s)});
+    row("title missing or empty",
+        R"({"episodes":{"1":[{"id":"1","episode_num":3},{"id":"2","episode_num":4,"title":""},{"id":"3","title":null}]}})",
+        {episodeLine(1, 0, u"3"_s, u"Episodi 0"_s), episodeLine(1, 3, u"1"_s, u"Episodi 3"_s),
+            episodeLine(1, 4, u"2"_s, u"Episodi 4"_s)});
+    row("title a number", R"({"episodes":{"1":[{"id":"1","episode_num":1,"title":24}]}})",
+        {episodeLine(1, 1, u"1"_s, u"24"_s)});
+    row("extension missing, empty or null",
+        R"({"episodes":{"1":[{"id":"1","episode_num":1,"title":"a"},{"id":"2","episode_num":2,"title":"b","container_extension":""},)"
+        R"({"id":"3","episode_num":3,"title":"c","container_extension":null}]}})",
+        {episodeLine(1, 1, u"1"_s, u"a"_s), episodeLine(1, 2, u"2"_s, u"b"_s),
+            episodeLine(1, 3, u"3"_s, u"c"_s)});
+    row("sorted by season, number, then id as text",
+        R"({"episodes":{"2":[{"id":"8","episode_num":1,"title":"d"}],)"
+        R"("1":[{"id":"99","episode_num":2,"title":"c"},{"id":"100","episode_num":2,"title":"b"},)"
+        R"({"id":"7","episode_num":1,"title":"a"}]}})",
+        {episodeLine(1, 1, u"7"_s, u"a"_s), episodeLine(1, 2, u"100"_s, u"b"_s),
+            episodeLine(1, 2, u"99"_s, u"c"_s), episodeLine(2, 1, u"8"_s, u"d"_s)});
+    row("ids do not follow the order",
+        R"({"episodes":{"5":[{"id":"1208034","episode_num":9,"title":"S05E09"},{"id":"1208110","episode_num":8,"title":"S05E08"}]}})",
+        {episodeLine(5, 8, u"1208110"_s, u"S05E08"_s), episodeLine(5, 9, u"1208034"_s, u"S05E09"_s)});
+}
+
+void TestXtreamReaders::seriesEpisodes()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, episodes);
+
+    const CatalogDetail detail = XtreamReaders::catalogDetail(body, provider(), title(CatalogKind::series));
+    QVERIFY(!detail.movie);
+    QStringList described;
+    for (const CatalogEpisode &episode : detail.episodes) {
+        described.append(describe(episode));
+        QCOMPARE(episode.channel.name(), episode.title);
+        QVERIFY(!episode.channel.requiresCustomHeaders());
+    }
+    QCOMPARE(described, episodes);
+}
+
+void TestXtreamReaders::seriesEpisodeAddress()
+{
+    const PlaylistSource source = provider(u"http://provider.test:8080//"_s, u"a@b"_s, u"c d"_s);
+    CatalogItem item = title(CatalogKind::series);
+    item.name = u"La sèrie"_s;
+    const CatalogDetail detail = XtreamReaders::catalogDetail(
+        R"({"episodes":{"2":[{"id":"31","episode_num":4,"title":"Quart","container_extension":"mkv"}]}})",
+        source, item);
+    QCOMPARE(detail.episodes.size(), qsizetype(1));
+    const CatalogEpisode &episode = detail.episodes.front();
+    QCOMPARE(episode.channel.encodedURL(), QByteArray("http://provider.test:8080/series/a%40b/c%20d/31.mkv"));
+    QCOMPARE(episode.channel.group(), u"La sèrie · T2 E4"_s);
+}
+
+void TestXtreamReaders::episodeInfo_data()
+{
+    QTest::addColumn<QByteArray>("info");
+    QTest::addColumn<QString>("plot");
+    QTest::addColumn<QString>("duration");
+    QTest::addColumn<QString>("image");
+
+    QTest::newRow("all") << QByteArray(
+        R"({"plot":"Comença.","duration":"00:45:00","movie_image":"http://img.test/e1.jpg"})")
+                         << u"Comença."_s << u"00:45:00"_s << u"http://img.test/e1.jpg"_s;
+    QTest::newRow("numbers") << QByteArray(R"({"plot":1,"duration":2700,"movie_image":3})") << u"1"_s
+                             << u"2700"_s << none;
+    QTest::newRow("image not http") << QByteArray(R"({"movie_image":"file:///etc/passwd"})") << QString()
+                                    << QString() << none;
+    QTest::newRow("image escaped") << QByteArray(
+        R"({"movie_image":"https:\/\/image.test\/t\/p\/w400\/a.jpg"})")
+                                   << QString() << QString() << u"https://image.test/t/p/w400/a.jpg"_s;
+    QTest::newRow("cover ignored") << QByteArray(
+        R"({"cover_big":"http://img.test/big.jpg","cover":"http://img.test/c.jpg"})")
+                                   << QString() << QString() << none;
+    QTest::newRow("description ignored")
+        << QByteArray(R"({"description":"x"})") << QString() << QString() << none;
+    QTest::newRow("empty") << QByteArray("{}") << QString() << QString() << none;
+    QTest::newRow("an array") << QByteArray(R"([{"plot":"x"}])") << QString() << QString() << none;
+    QTest::newRow("null") << QByteArray("null") << QString() << QString() << none;
+    QTest::newRow("a string") << QByteArray(R"("plot")") << QString() << QString() << none;
+}
+
+void TestXtreamReaders::episodeInfo()
+{
+    QFETCH(QByteArray, info);
+    QFETCH(QString, plot);
+    QFETCH(QString, duration);
+    QFETCH(QString, image);
+
+    const QByteArray body
+        = R"({"episodes":{"1":[{"id":"1","episode_num":1,"title":"a","info":)" + info + "}]}}";
+    const CatalogDetail detail = XtreamReaders::catalogDetail(body, provider(), title(CatalogKind::series));
+    QCOMPARE(detail.episodes.size(), qsizetype(1));
+    const CatalogEpisode &episode = detail.episodes.front();
+    QCOMPARE(episode.plot, plot);
+    QCOMPARE(episode.duration, duration);
+    QCOMPARE(urlText(episode.image), image);
+}
+
+void TestXtreamReaders::hostile_data()
+{
+    QTest::addColumn<QString>("reader");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("failure"); // empty: reads without failing
+
+    const auto row = [](const QString &name, const QString &reader, const QByteArray &body,
+                         const QString &failure = QString()) {
+        QTest::newRow(qPrintable(reader + u": "_s + name)) << reader << body << failure;
+    };
+    const QStringList readers {u"account"_s, u"liveCategories"_s, u"liveStreams"_s, u"catalogCategories"_s,
+        u"movieItems"_s, u"seriesItems"_s, u"movieDetail"_s, u"seriesDetail"_s};
+    const QByteArray deep = nested(100000, "1");
+    QByteArray objects;
+    for (int i = 0; i < 50000; ++i)
+        objects += "{\"a\":";
+    objects += "1" + QByteArray(50000, '}');
+    for (const QString &reader : readers) {
+        // Beyond the parser's nesting limit: refused as JSON, never a crash.
+        row(u"arrays nested 100,000 deep"_s, reader, deep, jsonError);
+        row(u"objects nested 50,000 deep"_s, reader, objects, jsonError);
+        row(u"only opening brackets"_s, reader, QByteArray(100000, '['), jsonError);
+        row(u"a lone surrogate escape"_s, reader, R"([{"stream_id":1,"name":"\ud800"}])", jsonError);
+        row(u"a NUL byte outside strings"_s, reader, QByteArray("[{\"stream_id\":1}]\0", 16), jsonError);
+        row(u"a byte-order mark"_s, reader, "\xef\xbb\xbf[]", jsonError);
+        row(u"overlong UTF-8"_s, reader, "[{\"name\":\"\xc0\x80\"}]", jsonError);
+        row(u"number beyond double"_s, reader, R"([{"stream_id":1e400}])", jsonError);
+        row(u"minus alone"_s, reader, R"([{"stream_id":-}])", jsonError);
+        row(u"leading zero"_s, reader, R"([{"stream_id":012}])", jsonError);
+        row(u"cut inside an escape"_s, reader, "[{\"name\":\"\\u00", jsonError);
+    }
+
+    // Garbage of every type where values belong: nothing usable, no crash.
+    const QByteArray garbage
+        = R"({"user_info":[],"info":[1,{"plot":[]}],"movie_data":"x","episodes":{"1":[{"id":{"id":"1"}},{"id":[["1"]]}],"2":{"0":{"id":"2"}}},)"
+          R"("stream_id":{},"series_id":[],"category_id":null,"name":{"x":[null,true,1.5e300]},"allowed_output_formats":[{}]})";
+    row(u"garbage object"_s, u"account"_s, garbage, refused);
+    row(u"garbage object"_s, u"liveCategories"_s, garbage, badLiveCatalogue);
+    row(u"garbage object"_s, u"liveStreams"_s, garbage, badLiveCatalogue);
+    row(u"garbage object"_s, u"catalogCategories"_s, garbage, badCatalogue);
+    row(u"garbage object"_s, u"movieItems"_s, garbage, badCatalogue);
+    row(u"garbage object"_s, u"movieDetail"_s, garbage, detailRefused);
+    const QByteArray garbageRows
+        = R"([{"stream_id":{"stream_id":1},"series_id":[1],"category_id":{"category_id":"1"},"name":[["x"]],"id":[]},)"
+          R"({"stream_id":[],"series_id":null,"category_id":[],"cover":{},"year":[],"added":{},"container_extension":[]}])";
+    row(u"garbage rows"_s, u"account"_s, garbageRows, notAnAccount);
+    row(u"garbage rows"_s, u"liveCategories"_s, garbageRows);
+    row(u"garbage rows"_s, u"liveStreams"_s, garbageRows, noLiveChannels);
+    row(u"garbage rows"_s, u"catalogCategories"_s, garbageRows);
+    row(u"garbage rows"_s, u"movieItems"_s, garbageRows);
+    row(u"garbage rows"_s, u"seriesItems"_s, garbageRows);
+    row(u"garbage rows"_s, u"seriesDetail"_s, garbageRows, badDetail);
+    // Deep but within the parser's limit, where a value belongs.
+    const QByteArray deepValue = "[{\"stream_id\":1,\"category_id\":" + nested(500, "\"1\"")
+        + ",\"name\":" + nested(500, "{}") + ",\"category_name\":" + nested(500, "null") + "}]";
+    row(u"values nested 500 deep"_s, u"liveCategories"_s, deepValue);
+    row(u"values nested 500 deep"_s, u"liveStreams"_s, deepValue);
+    row(u"values nested 500 deep"_s, u"catalogCategories"_s, deepValue);
+    row(u"values nested 500 deep"_s, u"movieItems"_s, deepValue);
+    row(u"episodes nested 500 deep"_s, u"seriesDetail"_s,
+        "{\"episodes\":" + nested(500, "{\"id\":\"1\"}") + "}");
+    // Huge numbers where ids and dates belong.
+    const QByteArray huge
+        = R"([{"stream_id":-1e308,"series_id":1e308,"category_id":18446744073709551615,"added":1.7976931348623157e308,)"
+          R"("year":-9223372036854775808,"name":4.9e-324,"rating":1e-7}])";
+    row(u"huge numbers"_s, u"liveStreams"_s, huge, noLiveChannels);
+    row(u"huge numbers"_s, u"liveCategories"_s, huge);
+    row(u"huge numbers"_s, u"movieItems"_s, huge);
+    row(u"huge numbers"_s, u"seriesItems"_s, huge);
+    row(u"huge numbers"_s, u"account"_s, R"({"user_info":{"auth":1e308,"status":-0.0}})", refused);
+    row(u"huge season and episode numbers"_s, u"seriesDetail"_s,
+        R"({"episodes":{"9223372036854775807":[{"id":"1","episode_num":"-9223372036854775808","season":"9223372036854775808"}],)"
+        R"("-9223372036854775809":[{"id":"2","episode_num":1e300}]}})");
+}
+
+void TestXtreamReaders::hostile()
+{
+    QFETCH(QString, reader);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, failure);
+
+    const PlaylistSource source = provider();
+    const QHash<QString, std::function<void()>> readers {
+        {u"account"_s, [&] { XtreamReaders::accountStreamExtension(body); }},
+        {u"liveCategories"_s, [&] { XtreamReaders::liveCategories(body); }},
+        {u"liveStreams"_s,
+            [&] {
+                XtreamReaders::liveStreams(body, source, u"ts"_s, {{u"1"_s, u"U"_s}});
+            }},
+        {u"catalogCategories"_s, [&] { XtreamReaders::catalogCategories(body); }},
+        {u"movieItems"_s, [&] { XtreamReaders::catalogItems(body, CatalogKind::movies, u"1"_s); }},
+        {u"seriesItems"_s, [&] { XtreamReaders::catalogItems(body, CatalogKind::series, u"1"_s); }},
+        {u"movieDetail"_s, [&] { XtreamReaders::catalogDetail(body, source, title(CatalogKind::movies)); }},
+        {u"seriesDetail"_s, [&] { XtreamReaders::catalogDetail(body, source, title(CatalogKind::series)); }},
+    };
+    QVERIFY(readers.contains(reader));
+    bool done = false;
+    QCOMPARE(attempt(done,
+                 [&] {
+                     readers.value(reader)();
+                     return true;
+                 }),
+        failure);
+    QCOMPARE(done, failure.isEmpty());
+}
+
+void TestXtreamReaders::hugeNumbers()
+{
+    const QList<CatalogItem> items = XtreamReaders::catalogItems(
+        R"([{"stream_id":9223372036854775807,"name":-9223372036854775808,"rating":1e-7,"year":123456789,)"
+        R"("added":1.7976931348623157e308},)"
+        R"({"stream_id":18446744073709551615,"name":0.5,"added":"-0"}])",
+        CatalogKind::movies, u"1"_s);
+    QCOMPARE(items.size(), qsizetype(2));
+    QCOMPARE(items[0].id, u"9223372036854775807"_s);
+    QCOMPARE(items[0].name, u"-9223372036854775808"_s);
+    QCOMPARE(items[0].year, u"1234"_s);
+    QCOMPARE(items[0].added, 1.7976931348623157e308);
+    QCOMPARE(items[1].id, u"18446744073709551615"_s);
+    QCOMPARE(items[1].name, u"0.5"_s);
+    QCOMPARE(items[1].added, 0.0);
+
+    const CatalogDetail detail = XtreamReaders::catalogDetail(
+        R"({"episodes":{"9223372036854775807":[{"id":"1","episode_num":"-9223372036854775808"}],)"
+        R"("9223372036854775808":[{"id":"2","season":"-9223372036854775809","episode_num":"+7"}]}})",
+        provider(), title(CatalogKind::series));
+    QCOMPARE(detail.episodes.size(), qsizetype(2));
+    // Out of range: the key reads as 0, the episode's season falls back to it.
+    QCOMPARE(detail.episodes[0].id, u"2"_s);
+    QCOMPARE(detail.episodes[0].season, qint64(0));
+    QCOMPARE(detail.episodes[0].number, qint64(7));
+    QCOMPARE(detail.episodes[1].id, u"1"_s);
+    QCOMPARE(detail.episodes[1].season, std::numeric_limits<qint64>::max());
+    QCOMPARE(detail.episodes[1].number, std::numeric_limits<qint64>::min());
+    QCOMPARE(detail.episodes[1].channel.group(), u"Títol · T9223372036854775807 E-9223372036854775808"_s);
+}
+
+void TestXtreamReaders::millionRows()
+{
+    // Every row a category of its own; only the last one is also a live stream.
+    constexpr int rows = 1000000;
+    QByteArray body;
+    body.reserve(rows * 20 + 64);
+    body += '[';
+    for (int i = 0; i < rows - 1; ++i) {
+        body += "{\"category_id\":";
+        body += QByteArray::number(i);
+        body += "},";
+    }
+    body += R"({"category_id":999999,"category_name":"Darrera","stream_id":7,"name":"Darrer"}])";
+
+    const QList<CatalogCategory> catalogue = XtreamReaders::catalogCategories(body);
+    QCOMPARE(catalogue.size(), qsizetype(rows));
+    QCOMPARE(catalogue.front(), (CatalogCategory {u"0"_s, u"Sense categoria"_s}));
+    QCOMPARE(catalogue.at(123456), (CatalogCategory {u"123456"_s, u"Sense categoria"_s}));
+    QCOMPARE(catalogue.back(), (CatalogCategory {u"999999"_s, u"Darrera"_s}));
+
+    const QList<Channel> channels = XtreamReaders::liveStreams(body, provider(), u"ts"_s, {});
+    QCOMPARE(channels.size(), qsizetype(1));
+    QCOMPARE(describe(channels.front()), u"Darrer | Directe | "_s + providerBase + u"/live/user/pass/7.ts"_s);
+}
+
+void TestXtreamReaders::readersKeepNoState()
+{
+    const QByteArray body
+        = R"([{"stream_id":1,"series_id":2,"name":"A","category_id":"1","category_name":"X"}])";
+    QCOMPARE(XtreamReaders::liveStreams(body, provider(), u"ts"_s, XtreamReaders::liveCategories(body)),
+        XtreamReaders::liveStreams(body, provider(), u"ts"_s, XtreamReaders::liveCategories(body)));
+    QCOMPARE(XtreamReaders::liveStreams(body, provider(), u"ts"_s, XtreamReaders::liveCategories(body))
+                 .front()
+                 .group(),
+        u"X"_s);
+    QCOMPARE(XtreamReaders::catalogItems(body, CatalogKind::series, u"1"_s),
+        XtreamReaders::catalogItems(body, CatalogKind::series, u"1"_s));
+}
+
+QTEST_GUILESS_MAIN(TestXtreamReaders)
+#include "tst_xtream_readers.moc"
