@@ -1,5 +1,4 @@
 #include "CatalogFavorites.h"
-#include "StoredValueBackup.h"
 
 #include "records/JsonError.h"
 #include "records/JsonFields.h"
@@ -14,17 +13,9 @@ using namespace Qt::StringLiterals;
 
 CatalogFavorites::CatalogFavorites(QSettings &preferences, QObject *parent)
     : QObject(parent)
-    , m_preferences(preferences)
+    , m_stored(preferences, storageKey())
+    , m_records(m_stored.read(&CatalogFavorites::decode))
 {
-    if (!m_preferences.contains(storageKey()))
-        return;
-    const QByteArray data = m_preferences.value(storageKey()).toByteArray();
-    try {
-        m_records = decode(data);
-    } catch (const JsonError &) {
-        if (!data.isEmpty())
-            m_unreadable = data;
-    }
 }
 
 QString CatalogFavorites::storageKey()
@@ -99,11 +90,7 @@ void CatalogFavorites::setPoster(const QString &favoriteID, const std::optional<
 
 void CatalogFavorites::save()
 {
-    if (m_unreadable) {
-        StoredValueBackup::keep(m_preferences, storageKey(), *m_unreadable);
-        m_unreadable.reset();
-    }
-    m_preferences.setValue(storageKey(), encode(m_records));
+    m_stored.write(encode(m_records));
 }
 
 QByteArray CatalogFavorites::encode(const QList<CatalogFavorite> &records)

@@ -3,6 +3,8 @@
 #include "records/CatalogFavorite.h"
 #include "records/CatalogItem.h"
 
+#include "StoredValueBackup.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QList>
@@ -59,8 +61,7 @@ Q_SIGNALS:
 private:
     void setPoster(const QString &favoriteID, const std::optional<QUrl> &url);
 
-    QSettings &m_preferences;
+    StoredJsonValue m_stored;
     QList<CatalogFavorite> m_records;
     QHash<QString, QUrl> m_artwork;
-    std::optional<QByteArray> m_unreadable; // what was stored when it could not be read
 };

@@ -32,3 +32,12 @@ QStringList keys(const QSettings &preferences, const QString &key)
 }
 
 } // namespace StoredValueBackup
+
+void StoredJsonValue::write(const QByteArray &bytes)
+{
+    if (m_unreadable) {
+        StoredValueBackup::keep(m_preferences, m_key, *m_unreadable);
+        m_unreadable.reset();
+    }
+    m_preferences.setValue(m_key, bytes);
+}

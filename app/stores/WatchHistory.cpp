@@ -1,5 +1,4 @@
 #include "WatchHistory.h"
-#include "StoredValueBackup.h"
 
 #include "records/JsonError.h"
 
@@ -11,17 +10,9 @@ using namespace Qt::StringLiterals;
 
 WatchHistory::WatchHistory(QSettings &preferences, QObject *parent)
     : QObject(parent)
-    , m_preferences(preferences)
+    , m_stored(preferences, storageKey())
+    , m_records(m_stored.read(&WatchHistory::decode))
 {
-    if (!m_preferences.contains(storageKey()))
-        return;
-    const QByteArray data = m_preferences.value(storageKey()).toByteArray();
-    try {
-        m_records = decode(data);
-    } catch (const JsonError &) {
-        if (!data.isEmpty())
-            m_unreadable = data;
-    }
 }
 
 QString WatchHistory::storageKey()
@@ -63,11 +54,7 @@ void WatchHistory::store(const QString &key, const WatchProgress &progress)
 
 void WatchHistory::save()
 {
-    if (m_unreadable) {
-        StoredValueBackup::keep(m_preferences, storageKey(), *m_unreadable);
-        m_unreadable.reset();
-    }
-    m_preferences.setValue(storageKey(), encode(m_records));
+    m_stored.write(encode(m_records));
 }
 
 QByteArray WatchHistory::encode(const QHash<QString, WatchProgress> &records)

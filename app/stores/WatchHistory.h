@@ -2,6 +2,8 @@
 
 #include "records/WatchProgress.h"
 
+#include "StoredValueBackup.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
@@ -47,7 +49,6 @@ private:
     void store(const QString &key, const WatchProgress &progress);
     void save();
 
-    QSettings &m_preferences;
+    StoredJsonValue m_stored;
     QHash<QString, WatchProgress> m_records;
-    std::optional<QByteArray> m_unreadable; // what was stored when it could not be read
 };
