@@ -175,6 +175,14 @@ QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
     return encoded;
 }
 
+QByteArray PlaylistSource::encodedHttpURL(QStringView text)
+{
+    QByteArray encoded = acceptedEncodedURL(text);
+    if (encoded.isEmpty())
+        throw IPTVError(invalidURLMessage());
+    return encoded;
+}
+
 QUrl PlaylistSource::httpURL(QStringView text)
 {
     const QUrl url = parseURL(text);

@@ -37,6 +37,8 @@ struct PlaylistSource
     // refuse. Plain addresses — the vast majority in real playlists — are recognised without
     // building a QUrl; the result is the same byte for byte.
     static QByteArray acceptedEncodedURL(QStringView text);
+    // The same, throwing httpURL's IPTVError where it would refuse.
+    static QByteArray encodedHttpURL(QStringView text);
 
     // The address trimmed, without trailing slashes: the start of every Xtream URL.
     QString base() const;

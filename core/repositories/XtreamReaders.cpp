@@ -13,6 +13,37 @@ namespace {
 
 const QString liveGroupDefault = u"Directe"_s;
 
+// The ids already taken in one answer, where the first occurrence wins. Ids are ASCII digits; the
+// usual ones are kept as numbers (no string to allocate and free per row), the rest as text, so
+// that "007" and "7" stay two ids.
+class TakenIDs
+{
+public:
+    explicit TakenIDs(qsizetype expected) { m_numbers.reserve(expected); }
+
+    // False when `id` was taken before.
+    bool take(const QString &id)
+    {
+        if (id.size() <= 18 && (id.size() == 1 || id.front() != u'0')) {
+            qint64 number = 0;
+            for (const QChar c : id)
+                number = number * 10 + (c.unicode() - u'0');
+            if (m_numbers.contains(number))
+                return false;
+            m_numbers.insert(number);
+            return true;
+        }
+        if (m_others.contains(id))
+            return false;
+        m_others.insert(id);
+        return true;
+    }
+
+private:
+    QSet<qint64> m_numbers;
+    QSet<QString> m_others;
+};
+
 // An object's rows when the body is an array whose every element is an object, else nothing.
 std::optional<QList<Object>> objectRows(const Element &root)
 {
@@ -106,13 +137,12 @@ QList<SeasonGroup> seasonGroups(const std::optional<Element> &episodes)
 QList<CatalogEpisode> episodesOf(const Object &root, const PlaylistSource &source, const CatalogItem &item)
 {
     QList<CatalogEpisode> episodes;
-    QSet<QString> taken;
+    TakenIDs taken(0);
     for (const SeasonGroup &group : seasonGroups(value(root, "episodes"))) {
         for (const Object &episode : group.episodes) {
             const QString id = text(episode, "id");
-            if (id.isEmpty() || !numeric(id) || taken.contains(id))
+            if (id.isEmpty() || !numeric(id) || !taken.take(id))
                 continue;
-            taken.insert(id);
             const qint64 season = decimalInteger(text(episode, "season")).value_or(group.season);
             const qint64 number = decimalInteger(text(episode, "episode_num")).value_or(0);
             QString title = text(episode, "title");
@@ -195,18 +225,16 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
     const QString suffix = u'.' + extension;
     QList<Channel> channels;
     channels.reserve(rows.size());
-    QSet<QString> seen;
-    seen.reserve(rows.size());
+    TakenIDs taken(rows.size());
     for (const Object &row : rows) {
         const QString id = text(row, "stream_id");
-        if (id.isEmpty() || !numeric(id) || seen.contains(id))
+        if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        seen.insert(id);
-        const QUrl url = PlaylistSource::httpURL(prefix + id + suffix);
+        QByteArray url = PlaylistSource::encodedHttpURL(QString(prefix + id + suffix));
         QString name = string(value(row, "name")).value_or(u"Canal "_s + id);
         const auto category = categories.constFind(text(row, "category_id"));
         channels.append(Channel(std::move(name), category != categories.constEnd() ? *category : liveGroupDefault,
-                                url, false));
+                                std::move(url), false));
     }
     if (channels.isEmpty())
         throw IPTVError(u"El servidor no ha retornat canals en directe."_s);
@@ -217,12 +245,12 @@ QList<CatalogCategory> catalogCategories(const QByteArray &body)
 {
     const Document document(body);
     QList<CatalogCategory> categories;
-    QSet<QString> taken;
-    for (const Object &row : catalogRows(document.root())) {
+    const QList<Object> rows = catalogRows(document.root());
+    TakenIDs taken(rows.size());
+    for (const Object &row : rows) {
         const QString id = text(row, "category_id");
-        if (id.isEmpty() || !numeric(id) || taken.contains(id))
+        if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        taken.insert(id);
         QString name = text(row, "category_name");
         if (name.isEmpty())
             name = u"Sense categoria"_s;
@@ -237,13 +265,12 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
     const QList<Object> rows = catalogRows(document.root());
     QList<CatalogItem> items;
     items.reserve(rows.size());
-    QSet<QString> taken;
+    TakenIDs taken(rows.size());
     const std::string_view idKey = kind == CatalogKind::series ? "series_id" : "stream_id";
     for (const Object &row : rows) {
         const QString id = text(row, idKey);
-        if (id.isEmpty() || !numeric(id) || taken.contains(id))
+        if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        taken.insert(id);
         QString name = text(row, "name");
         if (name.isEmpty())
             name = u"Sense títol"_s;

@@ -372,6 +372,14 @@ void TestXtreamReaders::liveStreams_data()
         {u"U | Directe | "_s + live + u"1.m3u8"_s});
     row("leading zeros kept", R"([{"stream_id":"007","name":"Set"}])", {},
         {u"Set | Directe | "_s + live + u"007.m3u8"_s});
+    row("007 and 7 are two ids, each taken once",
+        R"([{"stream_id":"007","name":"A"},{"stream_id":7,"name":"B"},{"stream_id":"7","name":"C"},)"
+        R"({"stream_id":"007","name":"D"},{"stream_id":"0","name":"E"},{"stream_id":0,"name":"F"},)"
+        R"({"stream_id":"1234567890123456789","name":"G"},{"stream_id":"1234567890123456789","name":"H"}])",
+        {},
+        {u"A | Directe | "_s + live + u"007.m3u8"_s, u"B | Directe | "_s + live + u"7.m3u8"_s,
+            u"E | Directe | "_s + live + u"0.m3u8"_s,
+            u"G | Directe | "_s + live + u"1234567890123456789.m3u8"_s});
     row("largest unsigned id", R"([{"stream_id":18446744073709551615,"name":"Gran"}])", {},
         {u"Gran | Directe | "_s + live + u"18446744073709551615.m3u8"_s});
     row("unusable ids skipped",
