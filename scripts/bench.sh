@@ -164,6 +164,7 @@ register() {
 }
 
 register "quenvo-playlistgen quenvo-bench-m3u" "M3U parse: M3UParser vs iptv-playlist-parser" m3u_parse_comparison
+register "quenvo-bench-xtream" "Xtream loading: XtreamReaders vs JSON.parse in node" "$bin/xtream/quenvo-bench-xtream" --runs "$runs" --data "$data" --fixtures "$fixtures"
 
 # ---------------------------------------------------------------------------------------------------
 

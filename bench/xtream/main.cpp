@@ -1,20 +1,23 @@
 // quenvo-bench-xtream: how long an Xtream account takes to load from the local provider over
 // loopback, and how fast XtreamReaders turn the answers into records, next to the same mapping done
 // by JSON.parse and JavaScript in node (bench/node/xtream.js).
-//   quenvo-bench-xtream [--runs 7] [--channels 50000] [--movies 20000] [--data DIR] [--node-script FILE]
+//   quenvo-bench-xtream [--runs 7] [--channels 50000] [--movies 20000] [--data DIR] [--fixtures DIR]
+//                       [--node-script FILE]
 //
 // A ProviderServer runs in this process without media, with one category per section so that every
-// movie is in the same category (the live side then has that category and the test channels' one).
-// The answers are fetched once and written to DIR for node. Then, each as the median of the timed
-// runs after a first one:
-// - PlaylistRepository::load of the demo account (three requests, reading off the main thread);
-// - CatalogRepository::items of the movie category (one request, reading off the main thread);
+// movie is in the one category CatalogRepository::items asks for (the live side then has that
+// category and the test channels' one). Its answers are fetched once and written to DIR for node.
+// Each figure is the median of the timed runs after a first one:
 // - the JSON-to-records stage alone on the fetched bytes: XtreamReaders::liveCategories plus
-//   liveStreams, and XtreamReaders::catalogItems;
-// - the same stage in node, from text already decoded (the decoding is shown on its own).
-// Peak memory is measured in fresh child processes of this executable (see --memory-of): resident
-// growth from the kernel's high-water mark, reset just before the work.
-// MB are 10^6 bytes of the answer as received (UTF-8 JSON).
+//   liveStreams, and XtreamReaders::catalogItems; the same on the real provider captures under
+//   --fixtures (xtream/*get_live_streams.json with their categories, *get_vod_streams.json);
+// - node on the same bytes: JSON.parse and the same mapping, from text already decoded (the decoding
+//   is shown on its own); both sides' records are compared through a SHA-256 of every field;
+// - PlaylistRepository::load of the demo account (three requests, reading off the main thread) and
+//   CatalogRepository::items of the movie category (one request), over loopback.
+// Peak memory is measured in fresh child processes of this executable (hidden option --memory-of):
+// resident growth from the kernel's high-water mark, reset just before the work.
+// MB are 10^6 bytes of the answers as received (UTF-8 JSON).
 
 #include "CpuClock.h"
 #include "DurationSamples.h"
@@ -33,6 +36,7 @@
 #include <QCoroTask>
 #include <QCryptographicHash>
 #include <QDir>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -41,6 +45,8 @@
 #include <QStandardPaths>
 #include <QTextStream>
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -59,17 +65,34 @@ struct Settings
     int channels = 50000;
     int movies = 20000;
     QString dataFolder;
+    QString fixturesFolder;
     QString nodeScript;
-    // Child processes only.
-    QString memoryOf;
+    // Shared with the child processes.
     QString server;
-    QString category;
     QString extension;
+    // A child process's work: live, movies, load or items, and its answers.
+    QString memoryOf;
+    QString body;
+    QString categoriesBody;
+    QString category;
 };
 
-const QString liveCategoriesFile = u"xtream-live-categories.json"_s;
-const QString liveStreamsFile = u"xtream-live-streams.json"_s;
-const QString movieStreamsFile = u"xtream-vod-streams.json"_s;
+// One answer read by both sides: a live list (with its categories) or a movie list.
+struct Answer
+{
+    enum class Kind
+    {
+        live,
+        movies
+    };
+
+    QString label;
+    Kind kind = Kind::live;
+    QString bodyPath;
+    QString categoriesPath; // live
+    QString categoryID; // movies
+    qsizetype expectedRecords = -1; // known for the provider's answers
+};
 
 // ---------------------------------------------------------------------------------------------------
 // Coroutines, waited for from main().
@@ -123,6 +146,21 @@ QByteArray fetchBody(const QUrl &url)
     return std::move(payload.data);
 }
 
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure{u"cannot read "_s + path + u": "_s + file.errorString()};
+    return file.readAll();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size() || !file.flush())
+        throw Failure{u"cannot write "_s + path + u": "_s + file.errorString()};
+}
+
 // ---------------------------------------------------------------------------------------------------
 // The work measured.
 
@@ -154,8 +192,8 @@ struct Times
     DurationSamples cpu;
 };
 
-// Runs `work` once, then `runs` timed times; returns the last result. Results are released outside
-// the timed part.
+// Runs `work` once, then `runs` timed times; returns the first result. Each timed result is released
+// after its run, outside the timed part, as node drops its own before the next run.
 template<typename Work> auto timed(int runs, Times &times, Work work)
 {
     auto result = work();
@@ -163,12 +201,11 @@ template<typename Work> auto timed(int runs, Times &times, Work work)
         QElapsedTimer timer;
         const qint64 cpuStart = CpuClock::processNanoseconds();
         timer.start();
-        auto records = work();
+        const auto records = work();
         times.wall.add(timer.nsecsElapsed());
         times.cpu.add(CpuClock::processNanoseconds() - cpuStart);
         if (records.size() != result.size())
             throw Failure{u"the work is not repeatable"_s};
-        result = std::move(records);
     }
     return result;
 }
@@ -237,33 +274,17 @@ template<typename Work> void printMemoryOf(Work work)
                         << " peak_method=" << methodName(memory.method()) << '\n';
 }
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure{u"cannot read "_s + path + u": "_s + file.errorString()};
-    return file.readAll();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size() || !file.flush())
-        throw Failure{u"cannot write "_s + path + u": "_s + file.errorString()};
-}
-
-// The child's side: what --memory-of names, measured on its own in this fresh process. The answers
-// are read from the files (or the first request is made) before the measurement starts.
+// The child's side: the work --memory-of names, measured on its own in this fresh process. The
+// answers are read (or a first request is made) before the measurement starts.
 void measureMemoryOf(const Settings &settings)
 {
     const PlaylistSource source = demoSource(settings.server);
-    const QDir data(settings.dataFolder);
     if (settings.memoryOf == u"live"_s) {
-        const QByteArray categories = readFile(data.filePath(liveCategoriesFile));
-        const QByteArray streams = readFile(data.filePath(liveStreamsFile));
+        const QByteArray categories = readFile(settings.categoriesBody);
+        const QByteArray streams = readFile(settings.body);
         printMemoryOf([&] { return readLive(categories, streams, source, settings.extension); });
     } else if (settings.memoryOf == u"movies"_s) {
-        const QByteArray body = readFile(data.filePath(movieStreamsFile));
+        const QByteArray body = readFile(settings.body);
         printMemoryOf([&] { return readMovies(body, settings.category); });
     } else if (settings.memoryOf == u"load"_s || settings.memoryOf == u"items"_s) {
         // One small request first, so that the network stack's one-time set-up is not counted.
@@ -294,7 +315,7 @@ QHash<QString, QString> runForLine(const QString &program, const QStringList &ar
 {
     QProcess process;
     process.start(program, arguments);
-    // Generous: node's runs on a busy machine; the provider answers from its own thread meanwhile.
+    // Generous for a busy machine; the provider answers from its own thread meanwhile.
     if (!process.waitForFinished(15 * 60 * 1000)) {
         process.kill();
         process.waitForFinished();
@@ -313,16 +334,24 @@ struct Memory
     QString method;
 };
 
-Memory memoryOf(const Settings &settings, const QString &what)
+Memory memoryOf(const Settings &settings, const QString &work, const QStringList &answers)
 {
-    const QStringList arguments = {u"--memory-of"_s, what, u"--data"_s, settings.dataFolder, u"--server"_s,
-                                   settings.server, u"--category"_s, settings.category, u"--extension"_s,
-                                   settings.extension};
+    QStringList arguments = {u"--memory-of"_s, work, u"--server"_s, settings.server, u"--extension"_s,
+                             settings.extension};
+    arguments += answers;
     const QHash<QString, QString> fields =
-        runForLine(QCoreApplication::applicationFilePath(), arguments, u"the memory measurement of "_s + what);
+        runForLine(QCoreApplication::applicationFilePath(), arguments, u"the memory measurement of "_s + work);
     return Memory{fields.value(u"peak_bytes"_s, u"-1"_s).toLongLong(),
                   fields.value(u"retained_bytes"_s, u"-1"_s).toLongLong(),
                   fields.value(u"records"_s, u"-1"_s).toLongLong(), fields.value(u"peak_method"_s)};
+}
+
+Memory memoryOf(const Settings &settings, const Answer &answer)
+{
+    if (answer.kind == Answer::Kind::live)
+        return memoryOf(settings, u"live"_s,
+                        {u"--body"_s, answer.bodyPath, u"--categories-body"_s, answer.categoriesPath});
+    return memoryOf(settings, u"movies"_s, {u"--body"_s, answer.bodyPath, u"--category"_s, answer.categoryID});
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -339,12 +368,18 @@ struct NodeFigures
     QByteArray fingerprint;
 };
 
-NodeFigures runNode(const QString &node, const Settings &settings, const QStringList &arguments)
+NodeFigures runNode(const QString &node, const Settings &settings, const PlaylistSource &source, const Answer &answer)
 {
-    QStringList all = {u"--expose-gc"_s, settings.nodeScript, u"--runs"_s, QString::number(settings.runs),
-                       u"--line"_s};
-    all += arguments;
-    const QHash<QString, QString> fields = runForLine(node, all, u"node "_s + QFileInfo(settings.nodeScript).fileName());
+    QStringList arguments = {u"--expose-gc"_s, settings.nodeScript, u"--runs"_s, QString::number(settings.runs),
+                             u"--line"_s};
+    if (answer.kind == Answer::Kind::live) {
+        arguments += {u"--categories"_s, answer.categoriesPath, u"--base"_s, source.base(), u"--username"_s,
+                      source.username, u"--password"_s, source.password, u"--extension"_s, settings.extension,
+                      answer.bodyPath, u"live"_s};
+    } else {
+        arguments += {u"--category"_s, answer.categoryID, answer.bodyPath, u"movies"_s};
+    }
+    const QHash<QString, QString> fields = runForLine(node, arguments, u"node on "_s + answer.label);
     NodeFigures figures;
     figures.decodeMilliseconds = fields.value(u"decode_median_ms"_s, u"-1"_s).toDouble();
     figures.medianMilliseconds = fields.value(u"median_ms"_s, u"-1"_s).toDouble();
@@ -354,6 +389,68 @@ NodeFigures runNode(const QString &node, const Settings &settings, const QString
     figures.peak = fields.value(u"peak_bytes"_s, u"-1"_s).toLongLong();
     figures.fingerprint = fields.value(u"fingerprint"_s).toLatin1();
     return figures;
+}
+
+// The node program, or the reason it cannot run.
+std::pair<QString, QString> nodeProgram(const Settings &settings)
+{
+    const QString node = QStandardPaths::findExecutable(u"node"_s);
+    if (node.isEmpty())
+        return {QString(), u"node is not installed"_s};
+    if (!QFileInfo::exists(settings.nodeScript))
+        return {QString(), settings.nodeScript + u" is not there"_s};
+    return {node, QString()};
+}
+
+QString nodeVersion(const QString &node)
+{
+    QProcess version;
+    version.start(node, {u"--version"_s});
+    if (!version.waitForFinished())
+        return QString();
+    return QString::fromLatin1(version.readAllStandardOutput()).trimmed();
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Real provider captures: every *get_live_streams.json beside its *get_live_categories.json, and
+// every *get_vod_streams.json of at least 10 kB, under <fixtures>/xtream.
+
+QList<Answer> realAnswers(const QString &fixtures)
+{
+    QStringList paths;
+    QDirIterator files(fixtures + u"/xtream"_s, {u"*get_live_streams.json"_s, u"*get_vod_streams.json"_s},
+                       QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        paths += files.next();
+    std::sort(paths.begin(), paths.end());
+
+    QList<Answer> answers;
+    for (const QString &path : std::as_const(paths)) {
+        const QFileInfo file(path);
+        const bool live = file.fileName().endsWith(u"get_live_streams.json"_s);
+        QString provider = file.fileName().section(u"get_"_s, 0, 0);
+        provider.chop(provider.endsWith(u'-') || provider.endsWith(u'_') ? 1 : 0);
+        if (provider.isEmpty())
+            provider = file.dir().dirName();
+        Answer answer;
+        answer.bodyPath = path;
+        if (live) {
+            answer.kind = Answer::Kind::live;
+            answer.label = u"live, real "_s + provider;
+            answer.categoriesPath = file.dir().filePath(
+                file.fileName().replace(u"get_live_streams.json"_s, u"get_live_categories.json"_s));
+            if (!QFileInfo::exists(answer.categoriesPath))
+                continue;
+        } else {
+            if (file.size() < 10000)
+                continue;
+            answer.kind = Answer::Kind::movies;
+            answer.label = u"movies, real "_s + provider;
+            answer.categoryID = u"1"_s;
+        }
+        answers.append(answer);
+    }
+    return answers;
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -366,12 +463,14 @@ QString number(double value, int decimals)
 
 QString megabytes(qint64 bytes)
 {
-    return bytes < 0 ? u"-"_s : QString::number(double(bytes) / 1e6, 'f', 1);
+    if (bytes < 0)
+        return u"-"_s;
+    return QString::number(double(bytes) / 1e6, 'f', bytes < 1'000'000 ? 2 : 1);
 }
 
 QString ratio(double value)
 {
-    return value < 0 ? u"-"_s : QString::number(value, 'f', 2) + u'x';
+    return value < 0 || !std::isfinite(value) ? u"-"_s : QString::number(value, 'f', 2) + u'x';
 }
 
 QString perSecond(qsizetype records, double milliseconds)
@@ -381,52 +480,67 @@ QString perSecond(qsizetype records, double milliseconds)
 
 struct Row
 {
-    QString stage;
+    QString label;
     qsizetype records = 0;
     qint64 bodyBytes = 0;
     Times ours;
     Memory memory;
+    QByteArray fingerprint;
     std::optional<NodeFigures> node;
 };
 
-void printRow(QTextStream &out, const Row &row)
+constexpr int labelWidth = 26;
+
+QStringList cells(const QStringList &values, const QList<int> &widths)
+{
+    QStringList result;
+    for (qsizetype i = 0; i < values.size(); ++i)
+        result += values.at(i) == u"|"_s ? values.at(i) : values.at(i).rightJustified(widths.at(i));
+    return result;
+}
+
+const QList<int> oursWidths = {7, 6, 0, 9, 8, 8, 9, 7, 6};
+const QList<int> nodeWidths = {0, 6, 8, 8, 8, 9, 7, 6, 0, 6, 6};
+
+void printHeader(QTextStream &out, bool withNode)
+{
+    QStringList line = {u"stage"_s.leftJustified(labelWidth)};
+    line += cells({u"records"_s, u"MB"_s, u"|"_s, u"Quenvo ms"_s, u"best ms"_s, u"cpu ms"_s, u"records/s"_s,
+                   u"peak MB"_s, u"peak"_s},
+                  oursWidths);
+    if (withNode) {
+        line += cells({u"|"_s, u"decode"_s, u"node ms"_s, u"best ms"_s, u"cpu ms"_s, u"records/s"_s, u"peak MB"_s,
+                       u"peak"_s, u"|"_s, u"speed"_s, u"cpu"_s},
+                      nodeWidths);
+    }
+    out << line.join(u' ') << '\n';
+}
+
+void printRow(QTextStream &out, const Row &row, bool withNode)
 {
     const double median = row.ours.wall.medianMilliseconds();
     const double cpu = row.ours.cpu.medianMilliseconds();
     const double body = double(row.bodyBytes);
-    QStringList cells = {
-        row.stage.leftJustified(31),
-        QString::number(row.records).rightJustified(7),
-        megabytes(row.bodyBytes).rightJustified(6),
-        u"|"_s,
-        number(median, 2).rightJustified(9),
-        number(row.ours.wall.bestMilliseconds(), 2).rightJustified(8),
-        number(cpu, 2).rightJustified(8),
-        perSecond(row.records, median).rightJustified(9),
-        megabytes(row.memory.peak).rightJustified(7),
-        ratio(row.memory.peak < 0 ? -1 : double(row.memory.peak) / body).rightJustified(6),
-        u"|"_s,
-    };
-    if (row.node) {
-        const NodeFigures &node = *row.node;
-        cells += {
-            number(node.decodeMilliseconds, 2).rightJustified(6),
-            number(node.medianMilliseconds, 2).rightJustified(8),
-            number(node.bestMilliseconds, 2).rightJustified(8),
-            number(node.cpuMilliseconds, 2).rightJustified(8),
-            perSecond(row.records, node.medianMilliseconds).rightJustified(9),
-            megabytes(node.peak).rightJustified(7),
-            ratio(node.peak < 0 ? -1 : double(node.peak) / body).rightJustified(6),
-            u"|"_s,
-            ratio(node.medianMilliseconds / median).rightJustified(6),
-            ratio(node.cpuMilliseconds / cpu).rightJustified(6),
-        };
-    } else {
-        cells += {u"-"_s.rightJustified(6), u"-"_s.rightJustified(8), u"-"_s.rightJustified(8), u"-"_s.rightJustified(8),
-                  u"-"_s.rightJustified(9), u"-"_s.rightJustified(7), u"-"_s.rightJustified(6), u"|"_s,
-                  u"-"_s.rightJustified(6), u"-"_s.rightJustified(6)};
+    QStringList line = {row.label.leftJustified(labelWidth)};
+    line += cells({QString::number(row.records), megabytes(row.bodyBytes), u"|"_s, number(median, 2),
+                   number(row.ours.wall.bestMilliseconds(), 2), number(cpu, 2), perSecond(row.records, median),
+                   megabytes(row.memory.peak), ratio(row.memory.peak < 0 ? -1 : double(row.memory.peak) / body)},
+                  oursWidths);
+    if (withNode) {
+        if (row.node) {
+            const NodeFigures &node = *row.node;
+            line += cells({u"|"_s, number(node.decodeMilliseconds, 2), number(node.medianMilliseconds, 2),
+                           number(node.bestMilliseconds, 2), number(node.cpuMilliseconds, 2),
+                           perSecond(row.records, node.medianMilliseconds), megabytes(node.peak),
+                           ratio(node.peak < 0 ? -1 : double(node.peak) / body), u"|"_s,
+                           ratio(node.medianMilliseconds / median), ratio(node.cpuMilliseconds / cpu)},
+                          nodeWidths);
+        } else {
+            line += cells({u"|"_s, u"-"_s, u"-"_s, u"-"_s, u"-"_s, u"-"_s, u"-"_s, u"-"_s, u"|"_s, u"-"_s, u"-"_s},
+                          nodeWidths);
+        }
     }
-    out << cells.join(u' ') << '\n';
+    out << line.join(u' ') << '\n';
 }
 
 QString loadAverage()
@@ -437,16 +551,7 @@ QString loadAverage()
     return QString::fromLatin1(file.readAll()).section(u' ', 0, 2);
 }
 
-// The node program and the reason it cannot run, if any.
-std::pair<QString, QString> nodeProgram(const Settings &settings)
-{
-    const QString node = QStandardPaths::findExecutable(u"node"_s);
-    if (node.isEmpty())
-        return {QString(), u"node is not installed"_s};
-    if (!QFileInfo::exists(settings.nodeScript))
-        return {QString(), settings.nodeScript + u" is not there"_s};
-    return {node, QString()};
-}
+// ---------------------------------------------------------------------------------------------------
 
 int benchmark(Settings settings)
 {
@@ -464,10 +569,10 @@ int benchmark(Settings settings)
     const ProviderCatalog &catalog = server.catalog();
 
     // Every movie in the category that items() is asked for.
-    settings.category = catalog.vodCategoryID(0);
+    const QString movieCategory = catalog.vodCategoryID(0);
     for (int index = 0; index < catalog.movieCount(); ++index) {
         if (catalog.movieCategory(index) != 0)
-            throw Failure{u"the provider put movie %1 outside category %2"_s.arg(index).arg(settings.category)};
+            throw Failure{u"the provider put movie %1 outside category %2"_s.arg(index).arg(movieCategory)};
     }
 
     settings.server = server.baseURL().toString();
@@ -476,112 +581,133 @@ int benchmark(Settings settings)
     // The answers, once, for the reading stage and for node.
     const QByteArray account = fetchBody(apiURL(source, QString()));
     settings.extension = XtreamReaders::accountStreamExtension(account);
-    const QByteArray liveCategories = fetchBody(apiURL(source, u"get_live_categories"_s));
-    const QByteArray liveStreams = fetchBody(apiURL(source, u"get_live_streams"_s));
-    const QByteArray movieStreams =
-        fetchBody(CatalogRepository::requestURL(source, u"get_vod_streams"_s, {{u"category_id"_s, settings.category}}));
     if (!QDir().mkpath(settings.dataFolder))
         throw Failure{u"cannot create "_s + settings.dataFolder};
     const QDir data(settings.dataFolder);
-    writeFile(data.filePath(liveCategoriesFile), liveCategories);
-    writeFile(data.filePath(liveStreamsFile), liveStreams);
-    writeFile(data.filePath(movieStreamsFile), movieStreams);
+    Answer providerLive{u"live, provider"_s, Answer::Kind::live, data.filePath(u"xtream-live-streams.json"_s),
+                        data.filePath(u"xtream-live-categories.json"_s), QString(), catalog.liveChannelCount()};
+    Answer providerMovies{u"movies, provider"_s, Answer::Kind::movies, data.filePath(u"xtream-vod-streams.json"_s),
+                          QString(), movieCategory, catalog.movieCount()};
+    writeFile(providerLive.categoriesPath, fetchBody(apiURL(source, u"get_live_categories"_s)));
+    writeFile(providerLive.bodyPath, fetchBody(apiURL(source, u"get_live_streams"_s)));
+    writeFile(providerMovies.bodyPath,
+              fetchBody(CatalogRepository::requestURL(source, u"get_vod_streams"_s, {{u"category_id"_s, movieCategory}})));
 
-    out << "Xtream loading over loopback: ProviderServer in this process, " << catalog.liveChannelCount()
-        << " live channels in " << catalog.liveCategoryCount() << " categories, " << catalog.movieCount()
-        << " movies in category " << settings.category << "; load average " << loadAverage() << '\n';
+    QList<Answer> answers = {providerLive, providerMovies};
+    QString fixturesNote;
+    if (settings.fixturesFolder.isEmpty() || !QFileInfo(settings.fixturesFolder + u"/xtream"_s).isDir())
+        fixturesNote = u"Real provider captures skipped: "_s + settings.fixturesFolder + u"/xtream is not there.\n"_s;
+    else
+        answers += realAnswers(settings.fixturesFolder);
 
-    // Peak memory first, each in a fresh process, while this one is still small and quiet.
-    Row live{u"read live (categories+streams)"_s, 0, liveCategories.size() + liveStreams.size(), {}, {}, {}};
-    Row movies{u"read movies (catalogItems)"_s, 0, movieStreams.size(), {}, {}, {}};
-    Row load{u"PlaylistRepository::load"_s, 0, account.size() + liveCategories.size() + liveStreams.size(), {}, {}, {}};
-    Row items{u"CatalogRepository::items"_s, 0, movieStreams.size(), {}, {}, {}};
-    live.memory = memoryOf(settings, u"live"_s);
-    movies.memory = memoryOf(settings, u"movies"_s);
-    load.memory = memoryOf(settings, u"load"_s);
-    items.memory = memoryOf(settings, u"items"_s);
+    // Peak memory first, each in a fresh process, while this one is still small.
+    QList<Row> readings;
+    for (const Answer &answer : std::as_const(answers)) {
+        Row row;
+        row.label = answer.label;
+        row.bodyBytes = QFileInfo(answer.bodyPath).size()
+            + (answer.kind == Answer::Kind::live ? QFileInfo(answer.categoriesPath).size() : 0);
+        row.memory = memoryOf(settings, answer);
+        readings.append(row);
+    }
+    Row load{u"PlaylistRepository::load"_s, 0,
+             account.size() + QFileInfo(providerLive.categoriesPath).size() + QFileInfo(providerLive.bodyPath).size(),
+             {}, {}, {}, {}};
+    Row items{u"CatalogRepository::items"_s, 0, QFileInfo(providerMovies.bodyPath).size(), {}, {}, {}, {}};
+    load.memory = memoryOf(settings, u"load"_s, {});
+    items.memory = memoryOf(settings, u"items"_s, {u"--category"_s, movieCategory});
 
-    // The reading stage alone, on the bytes fetched above.
-    const QList<Channel> channels = timed(settings.runs, live.ours, [&] {
-        return readLive(liveCategories, liveStreams, source, settings.extension);
-    });
-    const QList<CatalogItem> titles =
-        timed(settings.runs, movies.ours, [&] { return readMovies(movieStreams, settings.category); });
-    live.records = channels.size();
-    movies.records = titles.size();
+    // The reading stage alone, on the same bytes; node right after each, so that both sides of a row
+    // meet the same load on a shared machine.
+    const auto [node, nodeMissing] = nodeProgram(settings);
+    for (qsizetype i = 0; i < answers.size(); ++i) {
+        const Answer &answer = answers.at(i);
+        Row &row = readings[i];
+        const QByteArray body = readFile(answer.bodyPath);
+        if (answer.kind == Answer::Kind::live) {
+            const QByteArray categories = readFile(answer.categoriesPath);
+            const QList<Channel> channels = timed(settings.runs, row.ours, [&] {
+                return readLive(categories, body, source, settings.extension);
+            });
+            row.records = channels.size();
+            row.fingerprint = fingerprint(channels);
+        } else {
+            const QList<CatalogItem> titles =
+                timed(settings.runs, row.ours, [&] { return readMovies(body, answer.categoryID); });
+            row.records = titles.size();
+            row.fingerprint = fingerprint(titles);
+        }
+        if (!node.isEmpty())
+            row.node = runNode(node, settings, source, answer);
+    }
 
     // Whole loads: requests, transfer, reading off the main thread.
     load.records = timed(settings.runs, load.ours, [&] { return loadLive(source); }).size();
-    items.records = timed(settings.runs, items.ours, [&] { return loadMovies(source, settings.category); }).size();
+    items.records = timed(settings.runs, items.ours, [&] { return loadMovies(source, movieCategory); }).size();
 
     QStringList problems;
     const auto expect = [&](const QString &what, qint64 found, qint64 expected) {
         if (found != expected)
             problems += u"%1: %2 records, %3 expected"_s.arg(what).arg(found).arg(expected);
     };
-    expect(live.stage, live.records, catalog.liveChannelCount());
-    expect(load.stage, load.records, catalog.liveChannelCount());
-    expect(u"memory run of "_s + live.stage, live.memory.records, catalog.liveChannelCount());
-    expect(u"memory run of "_s + load.stage, load.memory.records, catalog.liveChannelCount());
-    expect(movies.stage, movies.records, catalog.movieCount());
-    expect(items.stage, items.records, catalog.movieCount());
-    expect(u"memory run of "_s + movies.stage, movies.memory.records, catalog.movieCount());
-    expect(u"memory run of "_s + items.stage, items.memory.records, catalog.movieCount());
-
-    const auto [node, nodeMissing] = nodeProgram(settings);
-    QString nodeVersion;
-    if (!node.isEmpty()) {
-        const QString base = source.base();
-        live.node = runNode(node, settings,
-                            {u"--categories"_s, data.filePath(liveCategoriesFile), u"--base"_s, base,
-                             u"--username"_s, source.username, u"--password"_s, source.password,
-                             u"--extension"_s, settings.extension, data.filePath(liveStreamsFile), u"live"_s});
-        movies.node = runNode(node, settings,
-                              {u"--category"_s, settings.category, data.filePath(movieStreamsFile), u"movies"_s});
-        expect(u"node "_s + live.stage, live.node->records, catalog.liveChannelCount());
-        expect(u"node "_s + movies.stage, movies.node->records, catalog.movieCount());
-        if (live.node->fingerprint != fingerprint(channels))
-            problems += u"node's channels differ from XtreamReaders' (fingerprints)"_s;
-        if (movies.node->fingerprint != fingerprint(titles))
-            problems += u"node's movies differ from XtreamReaders' (fingerprints)"_s;
-        QProcess version;
-        version.start(node, {u"--version"_s});
-        if (version.waitForFinished())
-            nodeVersion = QString::fromLatin1(version.readAllStandardOutput()).trimmed();
+    for (qsizetype i = 0; i < answers.size(); ++i) {
+        const Answer &answer = answers.at(i);
+        const Row &row = readings.at(i);
+        if (answer.expectedRecords >= 0)
+            expect(row.label, row.records, answer.expectedRecords);
+        expect(u"memory run of "_s + row.label, row.memory.records, row.records);
+        if (row.node) {
+            expect(u"node on "_s + row.label, row.node->records, row.records);
+            if (row.node->fingerprint != row.fingerprint)
+                problems += u"node's records differ from XtreamReaders' on "_s + row.label + u" (fingerprints)"_s;
+        }
     }
+    expect(load.label, load.records, catalog.liveChannelCount());
+    expect(u"memory run of "_s + load.label, load.memory.records, catalog.liveChannelCount());
+    expect(items.label, items.records, catalog.movieCount());
+    expect(u"memory run of "_s + items.label, items.memory.records, catalog.movieCount());
 
-    out << "Median of " << settings.runs << " timed runs after a first one; MB = 10^6 bytes of the answers;"
-        << " cpu ms = process CPU time;\n"
-        << "peak = resident growth during the work in a fresh process (" << live.memory.method
-        << "), MB and times the answer size;\n"
-        << "node: JSON.parse and the same mapping (bench/node/xtream.js) on text already decoded, decode = "
-           "UTF-8 to string, not counted;\n"
-        << "speed = node's median time / ours (wall, cpu). Whole loads: every request over loopback, "
-           "reading off the main thread.\n";
+    out << "Provider in this process: " << catalog.liveChannelCount() << " live channels in "
+        << catalog.liveCategoryCount() << " categories, " << catalog.movieCount() << " movies in category "
+        << movieCategory << ". Load average " << loadAverage() << ".\n"
+        << fixturesNote << "Median of " << settings.runs
+        << " timed runs after a first one; MB = 10^6 bytes of the answers; cpu ms = median process CPU time;\n"
+        << "peak = resident growth during the work in a fresh process (" << load.memory.method
+        << "), in MB and times the answer size;\n"
+        << "node: JSON.parse and the same mapping (bench/node/xtream.js) from text already decoded; decode = UTF-8 "
+           "to string, not counted;\n"
+        << "speed = node's median time / ours (wall; cpu).\n";
     if (node.isEmpty())
         out << "The node columns are skipped: " << nodeMissing << ".\n";
     else
-        out << "node " << nodeVersion << "; records of both sides checked equal (SHA-256 of every field).\n";
-    out << QStringLiteral("%1 %2 %3 | %4 %5 %6 %7 %8 %9 | ")
-               .arg(u"stage"_s.leftJustified(31), u"records"_s.rightJustified(7), u"MB"_s.rightJustified(6),
-                    u"ours ms"_s.rightJustified(9), u"best ms"_s.rightJustified(8), u"cpu ms"_s.rightJustified(8),
-                    u"records/s"_s.rightJustified(9), u"peak MB"_s.rightJustified(7), u"peak"_s.rightJustified(6))
-        << QStringLiteral("%1 %2 %3 %4 %5 %6 %7 | %8 %9\n")
-               .arg(u"decode"_s.rightJustified(6), u"node ms"_s.rightJustified(8), u"best ms"_s.rightJustified(8),
-                    u"cpu ms"_s.rightJustified(8), u"records/s"_s.rightJustified(9), u"peak MB"_s.rightJustified(7),
-                    u"peak"_s.rightJustified(6), u"speed"_s.rightJustified(6), u"cpu"_s.rightJustified(6));
-    for (const Row *row : {&live, &movies, &load, &items})
-        printRow(out, *row);
-    out << "Records kept after reading (resident growth, result alive): live " << megabytes(live.memory.retained)
-        << " MB, movies " << megabytes(movies.memory.retained) << " MB; after the whole load "
-        << megabytes(load.memory.retained) << " MB, items " << megabytes(items.memory.retained) << " MB.\n";
+        out << "node " << nodeVersion(node) << "; both sides' records compared (SHA-256 of every field of every record).\n";
 
+    out << "\nJSON to records: XtreamReaders (liveCategories + liveStreams; catalogItems) vs node\n";
+    printHeader(out, true);
+    for (const Row &row : std::as_const(readings))
+        printRow(out, row, true);
+
+    out << "\nWhole loads over loopback (requests, transfer, reading off the main thread; cpu includes the "
+           "provider's thread)\n";
+    printHeader(out, false);
+    printRow(out, load, false);
+    printRow(out, items, false);
+    out << "Records kept after reading (resident growth with the result alive): provider live "
+        << megabytes(readings.at(0).memory.retained) << " MB, provider movies "
+        << megabytes(readings.at(1).memory.retained) << " MB.\n";
+
+    const Row &live = readings.at(0);
+    const Row &movies = readings.at(1);
     if (live.node && movies.node) {
         const auto verdict = [](double speed) { return speed >= 2 ? u"met"_s : u"NOT met"_s; };
         const double liveSpeed = live.node->medianMilliseconds / live.ours.wall.medianMilliseconds();
+        const double liveCPU = live.node->cpuMilliseconds / live.ours.cpu.medianMilliseconds();
         const double movieSpeed = movies.node->medianMilliseconds / movies.ours.wall.medianMilliseconds();
-        out << "Target, JSON-to-records at least 2x node's speed: live " << ratio(liveSpeed) << " ("
-            << verdict(liveSpeed) << "), movies " << ratio(movieSpeed) << " (" << verdict(movieSpeed) << ").\n";
+        const double movieCPU = movies.node->cpuMilliseconds / movies.ours.cpu.medianMilliseconds();
+        out << "Target, JSON to records at least 2x node's speed (wall; cpu): live " << ratio(liveSpeed) << " ("
+            << verdict(liveSpeed) << "); " << ratio(liveCPU) << " (" << verdict(liveCPU) << "), movies "
+            << ratio(movieSpeed) << " (" << verdict(movieSpeed) << "); " << ratio(movieCPU) << " ("
+            << verdict(movieCPU) << ").\n";
     }
     out << "Load average after: " << loadAverage() << '\n';
     out.flush();
@@ -605,20 +731,25 @@ int main(int argc, char *argv[])
     const QCommandLineOption channelsOption(u"channels"_s, u"Live channels (default 50000)."_s, u"count"_s,
                                             u"50000"_s);
     const QCommandLineOption moviesOption(u"movies"_s, u"Movies (default 20000)."_s, u"count"_s, u"20000"_s);
-    const QCommandLineOption dataOption(u"data"_s, u"Where the answers are written for node (default: bench-data "
-                                                   u"in the build folder)."_s,
-                                        u"folder"_s);
+    const QCommandLineOption dataOption(
+        u"data"_s, u"Where the answers are written for node (default: bench-data in the build folder)."_s, u"folder"_s);
+    const QCommandLineOption fixturesOption(u"fixtures"_s,
+                                            u"Third-party fixtures; real captures are read from its xtream folder."_s,
+                                            u"folder"_s, QStringLiteral(QUENVO_FIXTURES_DIR));
     const QCommandLineOption nodeOption(u"node-script"_s, u"The node side (default: bench/node/xtream.js)."_s,
                                         u"file"_s, QStringLiteral(QUENVO_NODE_XTREAM_SCRIPT));
-    // Child processes of this executable, one per memory measurement.
-    QCommandLineOption memoryOption(u"memory-of"_s, u"Measure one piece of work's peak memory."_s, u"work"_s);
+    // The child processes' options, one child per memory measurement.
+    QCommandLineOption memoryOption(u"memory-of"_s, u"Peak memory of one piece of work."_s, u"work"_s);
     QCommandLineOption serverOption(u"server"_s, u"Provider address."_s, u"url"_s);
-    QCommandLineOption categoryOption(u"category"_s, u"Movie category."_s, u"id"_s);
     QCommandLineOption extensionOption(u"extension"_s, u"Live stream extension."_s, u"extension"_s);
-    for (QCommandLineOption *hidden : {&memoryOption, &serverOption, &categoryOption, &extensionOption})
+    QCommandLineOption bodyOption(u"body"_s, u"Answer to read."_s, u"file"_s);
+    QCommandLineOption categoriesOption(u"categories-body"_s, u"Live categories answer."_s, u"file"_s);
+    QCommandLineOption categoryOption(u"category"_s, u"Movie category."_s, u"id"_s);
+    for (QCommandLineOption *hidden :
+         {&memoryOption, &serverOption, &extensionOption, &bodyOption, &categoriesOption, &categoryOption})
         hidden->setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOptions({runsOption, channelsOption, moviesOption, dataOption, nodeOption, memoryOption, serverOption,
-                       categoryOption, extensionOption});
+    parser.addOptions({runsOption, channelsOption, moviesOption, dataOption, fixturesOption, nodeOption, memoryOption,
+                       serverOption, extensionOption, bodyOption, categoriesOption, categoryOption});
     parser.process(app);
 
     Settings settings;
@@ -636,11 +767,14 @@ int main(int argc, char *argv[])
     settings.dataFolder = parser.isSet(dataOption)
         ? parser.value(dataOption)
         : QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../../bench-data"_s);
+    settings.fixturesFolder = parser.value(fixturesOption);
     settings.nodeScript = parser.value(nodeOption);
     settings.memoryOf = parser.value(memoryOption);
     settings.server = parser.value(serverOption);
-    settings.category = parser.value(categoryOption);
     settings.extension = parser.value(extensionOption);
+    settings.body = parser.value(bodyOption);
+    settings.categoriesBody = parser.value(categoriesOption);
+    settings.category = parser.value(categoryOption);
 
     try {
         if (!settings.memoryOf.isEmpty()) {
