@@ -17,6 +17,7 @@
 const crypto = require('crypto')
 const fs = require('fs')
 const { performance } = require('perf_hooks')
+const { startPeakMemory, median, collectGarbage } = require('./measure')
 
 function usage() {
   process.stderr.write(
@@ -222,44 +223,9 @@ function fingerprint(kind, records) {
   return hash.digest('hex')
 }
 
-// ---------------------------------------------------------------------------------------------------
-// Measurement, as in parse.js.
 
-// A "Name:   1234 kB" field of /proc/self/status, in bytes; -1 when unreadable.
-function statusField(name) {
-  try {
-    const match = fs.readFileSync('/proc/self/status', 'latin1').match(new RegExp(`^${name}:\\s+(\\d+) kB$`, 'm'))
-    return match ? Number(match[1]) * 1024 : -1
-  } catch {
-    return -1
-  }
-}
 
-// Starts measuring the resident growth of the work that follows: resets the high-water mark VmHWM
-// to the current resident size, or, where that is refused, falls back on the process's lifetime peak.
-function startPeakMemory() {
-  let reset = true
-  try {
-    fs.writeFileSync('/proc/self/clear_refs', '5')
-  } catch {
-    reset = false
-  }
-  const resident = statusField('VmRSS') > 0 ? statusField('VmRSS') : process.memoryUsage().rss
-  const mark = statusField('VmHWM')
-  if (reset && mark >= 0 && mark - resident < 1024 * 1024)
-    return { method: 'reset-high-water-mark', growth: () => Math.max(0, statusField('VmHWM') - resident) }
-  return { method: 'lifetime-peak', growth: () => Math.max(0, process.resourceUsage().maxRSS * 1024 - resident) }
-}
 
-function median(samples) {
-  const sorted = [...samples].sort((a, b) => a - b)
-  const middle = Math.floor(sorted.length / 2)
-  return sorted.length % 2 === 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2
-}
-
-function collectGarbage() {
-  if (typeof global.gc === 'function') global.gc()
-}
 
 const settings = options(process.argv.slice(2))
 const bytes = fs.readFileSync(settings.file)

@@ -132,6 +132,26 @@ QByteArray ProviderAnswers::accountInfo(const ProviderAccount &account, qint64 n
     return out;
 }
 
+namespace {
+// A category answer: id, name and the parent every server sends, in category order.
+template<typename ID, typename Name>
+QByteArray categoryList(int count, ID id, Name name)
+{
+    QByteArray out;
+    PhpJsonWriter json(out);
+    json.beginArray();
+    for (int category = 0; category < count; ++category) {
+        json.beginObject();
+        json.field("category_id", id(category));
+        json.field("category_name", name(category));
+        json.field("parent_id", 0);
+        json.endObject();
+    }
+    json.endArray();
+    return out;
+}
+} // namespace
+
 QByteArray ProviderAnswers::refused()
 {
     return QByteArrayLiteral(R"({"user_info":{"auth":0}})");
@@ -139,50 +159,20 @@ QByteArray ProviderAnswers::refused()
 
 QByteArray ProviderAnswers::liveCategories() const
 {
-    QByteArray out;
-    PhpJsonWriter json(out);
-    json.beginArray();
-    for (int category = 0; category < m_catalog.liveCategoryCount(); ++category) {
-        json.beginObject();
-        json.field("category_id", m_catalog.liveCategoryID(category));
-        json.field("category_name", m_catalog.liveCategoryName(category));
-        json.field("parent_id", 0);
-        json.endObject();
-    }
-    json.endArray();
-    return out;
+    return categoryList(m_catalog.liveCategoryCount(), [this](int category) { return m_catalog.liveCategoryID(category); },
+                        [this](int category) { return m_catalog.liveCategoryName(category); });
 }
 
 QByteArray ProviderAnswers::vodCategories() const
 {
-    QByteArray out;
-    PhpJsonWriter json(out);
-    json.beginArray();
-    for (int category = 0; category < m_catalog.vodCategoryCount(); ++category) {
-        json.beginObject();
-        json.field("category_id", m_catalog.vodCategoryID(category));
-        json.field("category_name", m_catalog.vodCategoryName(category));
-        json.field("parent_id", 0);
-        json.endObject();
-    }
-    json.endArray();
-    return out;
+    return categoryList(m_catalog.vodCategoryCount(), [this](int category) { return m_catalog.vodCategoryID(category); },
+                        [this](int category) { return m_catalog.vodCategoryName(category); });
 }
 
 QByteArray ProviderAnswers::seriesCategories() const
 {
-    QByteArray out;
-    PhpJsonWriter json(out);
-    json.beginArray();
-    for (int category = 0; category < m_catalog.seriesCategoryCount(); ++category) {
-        json.beginObject();
-        json.field("category_id", m_catalog.seriesCategoryID(category));
-        json.field("category_name", m_catalog.seriesCategoryName(category));
-        json.field("parent_id", 0);
-        json.endObject();
-    }
-    json.endArray();
-    return out;
+    return categoryList(m_catalog.seriesCategoryCount(), [this](int category) { return m_catalog.seriesCategoryID(category); },
+                        [this](int category) { return m_catalog.seriesCategoryName(category); });
 }
 
 QByteArray ProviderAnswers::liveStreams(const QString &categoryID) const

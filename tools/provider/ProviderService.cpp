@@ -94,12 +94,12 @@ std::optional<ByteRange> requestedRange(const QByteArray &header, qint64 size)
     const QByteArray value = header.trimmed();
     if (!value.startsWith("bytes=") || value.contains(','))
         return std::nullopt;
-    const QByteArray spec = value.mid(6).trimmed();
-    const qsizetype dash = spec.indexOf('-');
+    const QByteArray bounds = value.mid(6).trimmed();
+    const qsizetype dash = bounds.indexOf('-');
     if (dash < 0)
         return std::nullopt;
-    const QByteArray from = spec.left(dash).trimmed();
-    const QByteArray to = spec.mid(dash + 1).trimmed();
+    const QByteArray from = bounds.left(dash).trimmed();
+    const QByteArray to = bounds.mid(dash + 1).trimmed();
     const auto digits = [](const QByteArray &text) {
         return !text.isEmpty() && text.size() <= 18
             && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
