@@ -1,0 +1,312 @@
+#include "ChannelListModel.h"
+
+#include "ChannelCategoriesModel.h"
+
+#include <algorithm>
+
+namespace {
+
+// The digest written in `hex` (64 lower-case hexadecimal digits, as Channel::id writes it), if it is one.
+std::optional<Channel::Digest> digestFromHex(QStringView hex)
+{
+    if (hex.size() != 64)
+        return std::nullopt;
+    const auto nibble = [](QChar c) -> int {
+        const char16_t u = c.unicode();
+        if (u >= u'0' && u <= u'9')
+            return u - u'0';
+        if (u >= u'a' && u <= u'f')
+            return u - u'a' + 10;
+        return -1;
+    };
+    Channel::Digest digest{};
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        const int high = nibble(hex[qsizetype(2 * i)]);
+        const int low = nibble(hex[qsizetype(2 * i + 1)]);
+        if (high < 0 || low < 0)
+            return std::nullopt;
+        digest[i] = quint8(high << 4 | low);
+    }
+    return digest;
+}
+
+// The channel digests that `favorites` holds for connection `source`, sorted and without repeats.
+std::vector<Channel::Digest> favoriteDigests(const QSet<QString> &favorites, const QUuid &source)
+{
+    std::vector<Channel::Digest> digests;
+    if (source.isNull())
+        return digests;
+    const QString prefix = source.toString(QUuid::WithoutBraces).toUpper() + u':';
+    for (const QString &key : favorites) {
+        if (!key.startsWith(prefix))
+            continue;
+        if (const auto digest = digestFromHex(QStringView(key).mid(prefix.size())))
+            digests.push_back(*digest);
+    }
+    std::sort(digests.begin(), digests.end());
+    digests.erase(std::unique(digests.begin(), digests.end()), digests.end());
+    return digests;
+}
+
+qsizetype heapSize(const QString &text)
+{
+    // Header of the shared block plus the characters and the terminator.
+    return text.isNull() ? 0 : qsizetype(sizeof(QArrayData)) + (text.capacity() + 1) * qsizetype(sizeof(QChar));
+}
+
+qsizetype heapSize(const QByteArray &bytes)
+{
+    return bytes.isNull() ? 0 : qsizetype(sizeof(QArrayData)) + bytes.capacity() + 1;
+}
+
+} // namespace
+
+ChannelListModel::ChannelListModel(QObject *parent)
+    : QAbstractListModel(parent)
+    , m_categories(new ChannelCategoriesModel(this))
+{
+}
+
+ChannelListModel::~ChannelListModel() = default;
+
+int ChannelListModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : count();
+}
+
+QVariant ChannelListModel::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const qint32 row = m_visible[std::size_t(index.row())];
+    const Channel &channel = m_channels.at(row);
+    switch (role) {
+    case Qt::DisplayRole:
+    case NameRole:
+        return channel.name();
+    case GroupRole:
+        return channel.group();
+    case ChannelIDRole:
+        return channel.id();
+    case URLRole:
+        return QString::fromLatin1(channel.encodedURL());
+    case FavoriteRole:
+        return bool(m_favoriteRow[std::size_t(row)]);
+    case RequiresCustomHeadersRole:
+        return channel.requiresCustomHeaders();
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> ChannelListModel::roleNames() const
+{
+    return {
+        {NameRole, "name"},
+        {GroupRole, "group"},
+        {ChannelIDRole, "channelID"},
+        {URLRole, "url"},
+        {FavoriteRole, "favorite"},
+        {RequiresCustomHeadersRole, "requiresCustomHeaders"},
+    };
+}
+
+void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)
+{
+    m_channels = std::move(channels);
+    m_source = source;
+
+    qsizetype characters = 0;
+    for (const Channel &channel : std::as_const(m_channels))
+        characters += channel.name().size();
+    m_names.clear();
+    m_names.reserve(m_channels.size(), characters);
+    m_groupIndex.clear();
+    m_groupOfRow.clear();
+    m_groupOfRow.reserve(std::size_t(m_channels.size()));
+    QList<ChannelCategoriesModel::Category> groups;
+    for (const Channel &channel : std::as_const(m_channels)) {
+        m_names.append(channel.name());
+        const auto found = m_groupIndex.constFind(channel.group());
+        qint32 group;
+        if (found != m_groupIndex.cend()) {
+            group = *found;
+        } else {
+            group = qint32(groups.size());
+            m_groupIndex.insert(channel.group(), group);
+            groups.append({channel.group(), 0});
+        }
+        ++groups[group].channels;
+        m_groupOfRow.push_back(group);
+    }
+    m_categoryGroup = !m_category ? -1 : m_groupIndex.value(*m_category, -2);
+
+    m_favoriteDigests = favoriteDigests(m_favorites, m_source);
+    m_favoriteRow.assign(std::size_t(m_channels.size()), false);
+    if (!m_favoriteDigests.empty()) {
+        for (qsizetype row = 0; row < m_channels.size(); ++row)
+            m_favoriteRow[std::size_t(row)] =
+                std::binary_search(m_favoriteDigests.begin(), m_favoriteDigests.end(), m_channels[row].digest());
+    }
+
+    const int previousCount = count();
+    beginResetModel();
+    m_visible = filteredRows();
+    endResetModel();
+    m_categories->setCategories(std::move(groups));
+    Q_EMIT channelsChanged();
+    if (count() != previousCount)
+        Q_EMIT countChanged();
+}
+
+void ChannelListModel::setSearch(const QString &search)
+{
+    if (search == m_search)
+        return;
+    const QString previousFolded = m_foldedSearch;
+    m_search = search;
+    m_foldedSearch = LocalizedText::folded(search);
+    Q_EMIT searchChanged();
+
+    if (!previousFolded.isEmpty() && !m_foldedSearch.isEmpty() && m_foldedSearch.contains(previousFolded)) {
+        // The query only grew: every match is among the previous matches.
+        std::vector<qint32> rows;
+        rows.reserve(m_visible.size());
+        for (const qint32 row : m_visible) {
+            if (m_names.rowMatches(row, m_foldedSearch))
+                rows.push_back(row);
+        }
+        applyRows(std::move(rows));
+        return;
+    }
+    refilter();
+}
+
+void ChannelListModel::setCategory(const std::optional<QString> &category)
+{
+    if (category == m_category)
+        return;
+    m_category = category;
+    m_categoryGroup = !m_category ? -1 : m_groupIndex.value(*m_category, -2);
+    Q_EMIT categoryChanged();
+    refilter();
+}
+
+void ChannelListModel::setFavoritesOnly(bool favoritesOnly)
+{
+    if (favoritesOnly == m_favoritesOnly)
+        return;
+    m_favoritesOnly = favoritesOnly;
+    Q_EMIT favoritesOnlyChanged();
+    refilter();
+}
+
+void ChannelListModel::setFavorites(const QSet<QString> &favorites)
+{
+    if (favorites == m_favorites)
+        return;
+    m_favorites = favorites;
+    Q_EMIT favoritesChanged();
+    updateFavoriteFlags();
+}
+
+void ChannelListModel::updateFavoriteFlags()
+{
+    std::vector<Channel::Digest> digests = favoriteDigests(m_favorites, m_source);
+    std::vector<Channel::Digest> toggled;
+    std::set_symmetric_difference(digests.begin(), digests.end(), m_favoriteDigests.begin(),
+                                  m_favoriteDigests.end(), std::back_inserter(toggled));
+    m_favoriteDigests = std::move(digests);
+    if (toggled.empty())
+        return; // only other connections' favourites changed
+
+    qint32 firstToggled = -1;
+    qint32 lastToggled = -1;
+    for (qsizetype row = 0; row < m_channels.size(); ++row) {
+        if (!std::binary_search(toggled.begin(), toggled.end(), m_channels[row].digest()))
+            continue;
+        m_favoriteRow[std::size_t(row)] = !m_favoriteRow[std::size_t(row)];
+        if (firstToggled < 0)
+            firstToggled = qint32(row);
+        lastToggled = qint32(row);
+    }
+    if (firstToggled < 0)
+        return;
+    if (m_favoritesOnly) {
+        refilter();
+        return;
+    }
+    // The visible rows between the first and the last toggled channel: one notification.
+    const auto first = std::lower_bound(m_visible.begin(), m_visible.end(), firstToggled);
+    const auto last = std::upper_bound(m_visible.begin(), m_visible.end(), lastToggled);
+    if (first == last)
+        return;
+    Q_EMIT dataChanged(index(int(first - m_visible.begin())), index(int(last - m_visible.begin()) - 1),
+                       {FavoriteRole});
+}
+
+qsizetype ChannelListModel::byteSize() const
+{
+    qsizetype bytes = m_channels.capacity() * qsizetype(sizeof(Channel));
+    QSet<const void *> counted; // group texts are shared between channels
+    for (const Channel &channel : m_channels) {
+        bytes += heapSize(channel.name()) + heapSize(channel.encodedURL());
+        if (!counted.contains(channel.group().constData())) {
+            counted.insert(channel.group().constData());
+            bytes += heapSize(channel.group());
+        }
+    }
+    bytes += m_names.byteSize();
+    bytes += qsizetype(m_groupOfRow.capacity() * sizeof(qint32));
+    bytes += qsizetype(m_favoriteRow.capacity() / 8);
+    bytes += qsizetype(m_visible.capacity() * sizeof(qint32));
+    bytes += m_groupIndex.size() * qsizetype(sizeof(QString) + sizeof(qint32) + sizeof(void *));
+    return bytes;
+}
+
+bool ChannelListModel::passesCategoryAndFavorites(qint32 row) const
+{
+    if (m_categoryGroup != -1 && m_groupOfRow[std::size_t(row)] != m_categoryGroup)
+        return false;
+    return !m_favoritesOnly || m_favoriteRow[std::size_t(row)];
+}
+
+std::vector<qint32> ChannelListModel::filteredRows() const
+{
+    std::vector<qint32> rows;
+    if (m_categoryGroup == -2)
+        return rows;
+    if (m_search.isEmpty()) {
+        rows.reserve(std::size_t(m_channels.size()));
+        for (qint32 row = 0; row < qint32(m_channels.size()); ++row) {
+            if (passesCategoryAndFavorites(row))
+                rows.push_back(row);
+        }
+        return rows;
+    }
+    // A search whose folded form is empty (only accents, say) matches nothing.
+    const QList<qsizetype> matches = m_names.rowsMatching(m_search);
+    rows.reserve(std::size_t(matches.size()));
+    for (const qsizetype match : matches) {
+        if (passesCategoryAndFavorites(qint32(match)))
+            rows.push_back(qint32(match));
+    }
+    return rows;
+}
+
+void ChannelListModel::refilter()
+{
+    applyRows(filteredRows());
+}
+
+void ChannelListModel::applyRows(std::vector<qint32> rows)
+{
+    if (rows == m_visible)
+        return;
+    const int previousCount = count();
+    beginResetModel();
+    m_visible = std::move(rows);
+    endResetModel();
+    if (count() != previousCount)
+        Q_EMIT countChanged();
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "ChannelCategoriesModel.h"
+#include "records/Channel.h"
+#include "text/LocalizedText.h"
+
+#include <QAbstractListModel>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QUuid>
+
+#include <optional>
+#include <vector>
+
+// The channel list of the active connection as the main window shows it: the channels that pass the
+// category filter, the favourites-only filter and the search (case- and diacritic-insensitive
+// containment in the name), in the connection's order.
+//
+// Built for 100,000 channels: setChannels() folds every name once into a packed index and maps every
+// group to a small integer; the visible list is a vector of row numbers, so a keystroke scans the
+// index (or, when the query only grew, the previous matches) and never touches a Channel.
+class ChannelListModel : public QAbstractListModel
+{
+    Q_OBJECT
+    Q_PROPERTY(int count READ count NOTIFY countChanged FINAL)
+    Q_PROPERTY(QString search READ search WRITE setSearch NOTIFY searchChanged FINAL)
+    Q_PROPERTY(bool favoritesOnly READ favoritesOnly WRITE setFavoritesOnly NOTIFY favoritesOnlyChanged FINAL)
+    Q_PROPERTY(ChannelCategoriesModel *categories READ categories CONSTANT FINAL)
+
+public:
+    enum Roles
+    {
+        NameRole = Qt::UserRole + 1,
+        GroupRole,
+        ChannelIDRole,
+        URLRole,
+        FavoriteRole,
+        RequiresCustomHeadersRole,
+    };
+    Q_ENUM(Roles)
+
+    explicit ChannelListModel(QObject *parent = nullptr);
+    ~ChannelListModel() override;
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    int count() const { return int(m_visible.size()); }
+    const QList<Channel> &channels() const { return m_channels; }
+    const QUuid &source() const { return m_source; }
+    // The channel shown at `row` of the filtered list.
+    const Channel &channelAt(int row) const { return m_channels.at(m_visible.at(std::size_t(row))); }
+    // The distinct groups of the channels, sorted for display.
+    ChannelCategoriesModel *categories() const { return m_categories; }
+
+    QString search() const { return m_search; }
+    const std::optional<QString> &category() const { return m_category; }
+    bool favoritesOnly() const { return m_favoritesOnly; }
+    const QSet<QString> &favorites() const { return m_favorites; }
+
+    // The channels of connection `source`, in the order the connection listed them.
+    void setChannels(QList<Channel> channels, const QUuid &source);
+    void setSearch(const QString &search);
+    // None shows every group; otherwise only channels whose group equals it exactly.
+    void setCategory(const std::optional<QString> &category);
+    void setFavoritesOnly(bool favoritesOnly);
+    // Favourite keys of every connection ("UUID:channelID", Channel::favoriteID); only those of the
+    // current connection count.
+    void setFavorites(const QSet<QString> &favorites);
+
+    // Memory the model holds for its channels (the channels themselves included), in bytes.
+    qsizetype byteSize() const;
+
+Q_SIGNALS:
+    void countChanged();
+    void searchChanged();
+    void categoryChanged();
+    void favoritesOnlyChanged();
+    void favoritesChanged();
+    void channelsChanged();
+
+private:
+    std::vector<qint32> filteredRows() const;
+    bool passesCategoryAndFavorites(qint32 row) const;
+    void applyRows(std::vector<qint32> rows);
+    void refilter();
+    void updateFavoriteFlags();
+
+    QList<Channel> m_channels;
+    QUuid m_source;
+    FoldedNameIndex m_names;
+    std::vector<qint32> m_groupOfRow;       // index into the group list, per channel
+    QHash<QString, qint32> m_groupIndex;    // group name → that index
+    std::vector<bool> m_favoriteRow;        // per channel: its key is in m_favorites
+    std::vector<Channel::Digest> m_favoriteDigests; // sorted: favourites of m_source
+
+    QString m_search;
+    QString m_foldedSearch;
+    std::optional<QString> m_category;
+    qint32 m_categoryGroup = -1;            // -1: all groups; -2: a group no channel has
+    bool m_favoritesOnly = false;
+    QSet<QString> m_favorites;
+
+    std::vector<qint32> m_visible;          // rows of m_channels shown, ascending
+    ChannelCategoriesModel *m_categories = nullptr;
+};
