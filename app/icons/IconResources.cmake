@@ -1,0 +1,20 @@
+# Lists, in QUENVO_ICON_RESOURCES, the icon table and every SVG it maps (paths relative to app/),
+# so that the table stays the one place that names the vendored icons. A table entry without its
+# file stops the configuration.
+set(_icons_dir "${CMAKE_CURRENT_LIST_DIR}")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_icons_dir}/icons.json")
+file(READ "${_icons_dir}/icons.json" _icons_json)
+string(JSON _icons_set GET "${_icons_json}" set)
+string(JSON _icons_count LENGTH "${_icons_json}" icons)
+set(QUENVO_ICON_RESOURCES icons/icons.json)
+math(EXPR _icons_last "${_icons_count} - 1")
+foreach(_index RANGE ${_icons_last})
+    string(JSON _icon_name MEMBER "${_icons_json}" icons ${_index})
+    string(JSON _icon_file GET "${_icons_json}" icons "${_icon_name}")
+    set(_icon_path "icons/${_icons_set}/${_icon_file}.svg")
+    if(NOT EXISTS "${_icons_dir}/../${_icon_path}")
+        message(FATAL_ERROR "Icon \"${_icon_name}\" maps to missing ${_icon_path}: run tools/icons/vendor-icons.sh")
+    endif()
+    list(APPEND QUENVO_ICON_RESOURCES "${_icon_path}")
+endforeach()
+list(REMOVE_DUPLICATES QUENVO_ICON_RESOURCES)

@@ -1,0 +1,454 @@
+#include "icons/IconCatalog.h"
+#include "icons/IconImageProvider.h"
+
+#include <QFile>
+#include <QIcon>
+#include <QLoggingCategory>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Every symbol the views draw. A view that starts using another symbol adds it here and to
+// app/icons/icons.json; a symbol no view uses any more leaves both.
+const QStringList viewSymbols = {
+    u"antenna.radiowaves.left.and.right"_s,
+    u"arrow.clockwise"_s,
+    u"arrow.down.right.and.arrow.up.left"_s,
+    u"arrow.up.left.and.arrow.down.right"_s,
+    u"captions.bubble"_s,
+    u"checklist"_s,
+    u"checkmark.circle.fill"_s,
+    u"chevron.left"_s,
+    u"chevron.right"_s,
+    u"circle"_s,
+    u"ellipsis"_s,
+    u"exclamationmark.circle.fill"_s,
+    u"exclamationmark.triangle"_s,
+    u"film"_s,
+    u"folder.badge.plus"_s,
+    u"folder.fill"_s,
+    u"forward.end.fill"_s,
+    u"keyboard"_s,
+    u"link"_s,
+    u"list.bullet.rectangle"_s,
+    u"lock"_s,
+    u"lock.open"_s,
+    u"lock.shield"_s,
+    u"minus.circle"_s,
+    u"pause.fill"_s,
+    u"play.circle"_s,
+    u"play.circle.fill"_s,
+    u"play.fill"_s,
+    u"play.rectangle"_s,
+    u"play.tv"_s,
+    u"play.tv.fill"_s,
+    u"plus"_s,
+    u"plus.circle"_s,
+    u"rectangle.stack"_s,
+    u"rectangle.stack.badge.plus"_s,
+    u"speaker.wave.2"_s,
+    u"star"_s,
+    u"star.fill"_s,
+    u"stop.fill"_s,
+    u"text.badge.plus"_s,
+    u"tv"_s,
+    u"waveform"_s,
+    u"wifi.exclamationmark"_s,
+};
+
+// Warnings of the icon category, collected while a test runs.
+QStringList iconWarnings;
+QtMessageHandler previousHandler = nullptr;
+
+void collectIconWarnings(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg && context.category && qstrcmp(context.category, "quenvo.icons") == 0)
+        iconWarnings += message;
+    previousHandler(type, context, message);
+}
+
+struct InkSummary
+{
+    int inkedPixels = 0; // pixels with any coverage
+    int offColourPixels = 0; // well-covered pixels whose colour differs from the expected one
+    int maxAlpha = 0;
+};
+
+// What an icon image holds: how much it draws, and whether what it draws is the asked colour.
+// Anti-aliased edges are partly transparent; only pixels of at least half coverage are compared,
+// after un-premultiplying, with a small tolerance for rounding.
+InkSummary inkOf(const QImage &rendered, const QColor &expected)
+{
+    InkSummary summary;
+    const QImage image = rendered.convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = line[x];
+            const int alpha = qAlpha(pixel);
+            summary.maxAlpha = std::max(summary.maxAlpha, alpha);
+            if (alpha == 0)
+                continue;
+            ++summary.inkedPixels;
+            if (alpha < 128)
+                continue;
+            const auto off = [](int a, int b) { return std::abs(a - b) > 3; };
+            if (off(qRed(pixel), expected.red()) || off(qGreen(pixel), expected.green())
+                || off(qBlue(pixel), expected.blue()))
+                ++summary.offColourPixels;
+        }
+    }
+    return summary;
+}
+
+} // namespace
+
+class TestIcons : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { previousHandler = qInstallMessageHandler(collectIconWarnings); }
+
+    void cleanupTestCase() { qInstallMessageHandler(previousHandler); }
+
+    void init() { iconWarnings.clear(); }
+
+    void tableCoversExactlyTheViewSymbols()
+    {
+        QStringList expected = viewSymbols;
+        expected.sort();
+        QCOMPARE(IconCatalog::names(), expected);
+    }
+
+    void everyNameRendersInColourAndSize_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QColor>("color");
+        QTest::addColumn<QSize>("size");
+        const QStringList names = IconCatalog::names();
+        QVERIFY(!names.isEmpty());
+        for (const QString &name : names) {
+            QTest::addRow("%s mint 16", qPrintable(name))
+                << name << QColor(0x63, 0xe6, 0xe2) << QSize(16, 16);
+            QTest::addRow("%s red 48", qPrintable(name)) << name << QColor(Qt::red) << QSize(48, 48);
+            QTest::addRow("%s blue 40x24", qPrintable(name))
+                << name << QColor(0x20, 0x40, 0xff) << QSize(40, 24);
+        }
+    }
+
+    void everyNameRendersInColourAndSize()
+    {
+        QFETCH(QString, name);
+        QFETCH(QColor, color);
+        QFETCH(QSize, size);
+
+        const QString path = IconCatalog::resourcePath(name);
+        QVERIFY2(QFile::exists(path), qPrintable(path));
+
+        const QImage image = IconCatalog::render(name, color, size);
+        QCOMPARE(image.size(), size);
+        const InkSummary ink = inkOf(image, color);
+        // Something recognisable: at least a few percent of the square the drawing fits in.
+        const int square = std::min(size.width(), size.height());
+        QVERIFY2(ink.inkedPixels * 100 >= square * square * 3,
+            qPrintable(u"only %1 inked pixels"_s.arg(ink.inkedPixels)));
+        // Opaque strokes: thin lines at small sizes cover no pixel completely, hence the margin.
+        QVERIFY2(ink.maxAlpha >= 200, qPrintable(QString::number(ink.maxAlpha)));
+        QCOMPARE(ink.offColourPixels, 0);
+        QVERIFY(iconWarnings.isEmpty());
+    }
+
+    void translucentColourDrawsTranslucent()
+    {
+        const QImage image = IconCatalog::render(u"star.fill"_s, QColor(255, 0, 0, 128), QSize(32, 32));
+        const InkSummary ink = inkOf(image, Qt::red);
+        QVERIFY(ink.inkedPixels > 0);
+        QVERIFY2(std::abs(ink.maxAlpha - 128) <= 2, qPrintable(QString::number(ink.maxAlpha)));
+    }
+
+    void unknownNameRendersNothingAndWarnsOnce()
+    {
+        const QString unknown = u"no.such.symbol"_s;
+        QVERIFY(!IconCatalog::contains(unknown));
+        QVERIFY(IconCatalog::render(unknown, Qt::red, QSize(24, 24)).isNull());
+        QCOMPARE(iconWarnings.size(), 1);
+        QVERIFY2(iconWarnings.first().contains(unknown), qPrintable(iconWarnings.first()));
+
+        QVERIFY(IconCatalog::resourcePath(unknown).isEmpty());
+        QVERIFY(IconCatalog::sourceUrl(unknown, Qt::red).isEmpty());
+        IconImageProvider provider;
+        QSize size;
+        const QImage fromProvider = provider.requestImage(unknown + u"?color=ff0000"_s, &size, QSize(20, 20));
+        QCOMPARE(size, QSize(20, 20));
+        QCOMPARE(inkOf(fromProvider, Qt::red).inkedPixels, 0);
+        QCOMPARE(iconWarnings.size(), 1); // still the one warning
+
+        QVERIFY(IconCatalog::render(u"another.unknown"_s, Qt::red, QSize(24, 24)).isNull());
+        QCOMPARE(iconWarnings.size(), 2); // each unknown name is reported
+    }
+
+    void providerReadsNameColourAndSize_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QSize>("requested");
+        QTest::addColumn<QColor>("expectedColor");
+        QTest::addColumn<QSize>("expectedSize");
+        QTest::addColumn<int>("expectedMaxAlpha");
+        QTest::newRow("plain hex") << u"play.fill?color=ff0000"_s << QSize(32, 32) << QColor(Qt::red)
+                                   << QSize(32, 32) << 255;
+        QTest::newRow("encoded hash")
+            << u"play.fill?color=%2300ff00"_s << QSize(24, 24) << QColor(Qt::green) << QSize(24, 24) << 255;
+        QTest::newRow("with alpha") << u"stop.fill?color=800000ff"_s << QSize(24, 24) << QColor(Qt::blue)
+                                    << QSize(24, 24) << 128;
+        QTest::newRow("width only") << u"star?color=3ee0b0"_s << QSize(28, 0) << QColor(0x3e, 0xe0, 0xb0)
+                                    << QSize(28, 28) << 255;
+        QTest::newRow("no size") << u"star?color=3ee0b0"_s << QSize() << QColor(0x3e, 0xe0, 0xb0)
+                                 << QSize(IconImageProvider::defaultSize, IconImageProvider::defaultSize)
+                                 << 255;
+        QTest::newRow("no colour") << u"plus"_s << QSize(24, 24) << QColor(Qt::black) << QSize(24, 24) << 255;
+    }
+
+    void providerReadsNameColourAndSize()
+    {
+        QFETCH(QString, id);
+        QFETCH(QSize, requested);
+        QFETCH(QColor, expectedColor);
+        QFETCH(QSize, expectedSize);
+        QFETCH(int, expectedMaxAlpha);
+
+        IconImageProvider provider;
+        QSize size;
+        const QImage image = provider.requestImage(id, &size, requested);
+        QCOMPARE(size, expectedSize);
+        QCOMPARE(image.size(), expectedSize);
+        const InkSummary ink = inkOf(image, expectedColor);
+        QVERIFY(ink.inkedPixels > 0);
+        QCOMPARE(ink.offColourPixels, 0);
+        QVERIFY2(std::abs(ink.maxAlpha - expectedMaxAlpha) <= 2, qPrintable(QString::number(ink.maxAlpha)));
+        QVERIFY(iconWarnings.isEmpty());
+    }
+
+    void sourceAddressesTheProvider()
+    {
+        QCOMPARE(IconCatalog::sourceUrl(u"play.fill"_s, QColor(0x3e, 0xe0, 0xb0)),
+            QUrl(u"image://icon/play.fill?color=3ee0b0"_s));
+        QCOMPARE(IconCatalog::sourceUrl(u"star"_s, QColor(255, 0, 0, 128)),
+            QUrl(u"image://icon/star?color=80ff0000"_s));
+    }
+
+    // The window icon: the application icon bundled with the module, drawn through Qt's SVG icon
+    // engine as the window system would.
+    void applicationIconIsBundled()
+    {
+        const QIcon icon(u":/Quenvo/desktop/quenvo.svg"_s);
+        const QImage image = icon.pixmap(QSize(64, 64)).toImage().convertToFormat(QImage::Format_ARGB32);
+        QCOMPARE(image.size(), QSize(64, 64));
+        // A mint rounded square (corners left transparent) with the dark TV glyph inside.
+        QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
+        const QColor side = image.pixelColor(6, 32);
+        QVERIFY2(side.green() > 200 && side.blue() > 200 && side.red() < 120, qPrintable(side.name()));
+        int dark = 0;
+        for (int y = 16; y < 48; ++y)
+            for (int x = 16; x < 48; ++x)
+                if (qAlpha(image.pixel(x, y)) == 255 && qGray(image.pixel(x, y)) < 60)
+                    ++dark;
+        QVERIFY2(dark > 60, qPrintable(QString::number(dark)));
+    }
+
+    // The views' way: Icon items in a window, drawn through the engine's image provider, which the
+    // icon catalogue installs itself.
+    void iconItemsDrawInAWindow()
+    {
+        QQmlEngine engine;
+        std::unique_ptr<QQuickWindow> window = createWindow(engine,
+            "Window {\n"
+            "    width: 120; height: 60; color: 'black'; visible: true\n"
+            "    Icon { x: 10; y: 10; name: 'star.fill'; color: '#ff0000'; size: 40 }\n"
+            "    Icon { x: 70; y: 10; name: 'not.a.symbol'; color: '#ff0000'; size: 40 }\n"
+            "}\n");
+        QVERIFY(window);
+        const QImage grabbed = window->grabWindow().convertToFormat(QImage::Format_RGB32);
+        QCOMPARE(grabbed.size(), QSize(120, 60));
+
+        // The star: red ink on black (anti-aliased edges blend towards black, never another hue).
+        int red = 0;
+        for (int y = 10; y < 50; ++y) {
+            for (int x = 10; x < 50; ++x) {
+                const QRgb pixel = grabbed.pixel(x, y);
+                QVERIFY2(qGreen(pixel) < 8 && qBlue(pixel) < 8, qPrintable(u"(%1,%2)"_s.arg(x).arg(y)));
+                if (qRed(pixel) > 240)
+                    ++red;
+            }
+        }
+        QVERIFY2(red > 40 * 40 / 4, qPrintable(QString::number(red)));
+        // The unknown name: nothing at all.
+        for (int y = 0; y < 60; ++y)
+            for (int x = 60; x < 120; ++x)
+                QCOMPARE(grabbed.pixel(x, y), qRgb(0, 0, 0));
+        QCOMPARE(iconWarnings.size(), 1);
+    }
+
+    void themeHoldsTheSharedStyling()
+    {
+        QQmlEngine engine;
+        std::unique_ptr<QQuickWindow> window = createWindow(engine,
+            "Window {\n"
+            "    property color background: Theme.appBackground\n"
+            "    property color panel: Theme.panel\n"
+            "    property color mint: Theme.mint\n"
+            "    width: 10; height: 10\n"
+            "}\n");
+        QVERIFY(window);
+        const auto channel = [](double value) { return qRound(value * 255); };
+        QCOMPARE(window->property("background").value<QColor>().rgba(),
+            qRgb(channel(0.035), channel(0.055), channel(0.085)));
+        QCOMPARE(window->property("panel").value<QColor>().rgba(),
+            qRgb(channel(0.065), channel(0.09), channel(0.13)));
+        const QColor mint = window->property("mint").value<QColor>();
+        QCOMPARE(mint.alpha(), 255);
+        QVERIFY2(mint.green() > 180 && mint.blue() > 180 && mint.red() < mint.green() - 60,
+            qPrintable(mint.name()));
+    }
+
+    // The primary button's states: label at full or half opacity, background dimmed while pressed.
+    void mintButtonStates_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<bool>("down");
+        QTest::addColumn<double>("labelOpacity");
+        QTest::addColumn<double>("backgroundOpacity");
+        QTest::newRow("idle") << true << false << 1.0 << 1.0;
+        QTest::newRow("pressed") << true << true << 1.0 << 0.65;
+        QTest::newRow("disabled") << false << false << 0.5 << 1.0;
+    }
+
+    void mintButtonStates()
+    {
+        QFETCH(bool, enabled);
+        QFETCH(bool, down);
+        QFETCH(double, labelOpacity);
+        QFETCH(double, backgroundOpacity);
+
+        QQmlEngine engine;
+        std::unique_ptr<QQuickWindow> window = createWindow(engine,
+            "Window {\n"
+            "    required property bool buttonEnabled\n"
+            "    required property bool buttonDown\n"
+            "    width: 200; height: 50\n"
+            "    MintButton {\n"
+            "        objectName: 'button'; text: 'Afegeix llista'; iconName: 'plus'\n"
+            "        enabled: buttonEnabled; down: buttonDown\n"
+            "    }\n"
+            "}\n",
+            {{u"buttonEnabled"_s, enabled}, {u"buttonDown"_s, down}});
+        QVERIFY(window);
+        auto *button = window->findChild<QQuickItem *>(u"button"_s);
+        QVERIFY(button);
+        auto *content = button->property("contentItem").value<QQuickItem *>();
+        auto *background = button->property("background").value<QQuickItem *>();
+        QVERIFY(content && background);
+        QCOMPARE(content->opacity(), labelOpacity);
+        QCOMPARE(background->opacity(), backgroundOpacity);
+        QCOMPARE(background->property("radius").toDouble(), 8.0);
+        QCOMPARE(button->property("leftPadding").toDouble(), 12.0);
+        QCOMPARE(button->property("topPadding").toDouble(), 8.0);
+    }
+
+    // Every icon on the window background and on a panel, and the primary button, as the views show
+    // them. The picture is kept (tst_icons_sheet.png in the working directory) for people to look at.
+    void sheetOfAllIcons()
+    {
+        QQmlEngine engine;
+        const QStringList names = IconCatalog::names();
+        std::unique_ptr<QQuickWindow> window = createWindow(engine,
+            "Window {\n"
+            "    id: root\n"
+            "    required property var names\n"
+            "    readonly property color mint: Theme.mint\n"
+            "    width: 680; height: 330; color: Theme.appBackground; visible: true\n"
+            "    Grid {\n"
+            "        objectName: 'grid'; x: 12; y: 12; columns: 11; spacing: 8\n"
+            "        Repeater {\n"
+            "            model: root.names\n"
+            "            Rectangle {\n"
+            "                width: 52; height: 44; radius: Theme.radius; color: Theme.panel\n"
+            "                Icon { anchors.centerIn: parent; name: modelData; size: 24;\n"
+            "                       color: index % 3 === 0 ? Theme.mint : Theme.primaryText }\n"
+            "            }\n"
+            "        }\n"
+            "    }\n"
+            "    Row {\n"
+            "        x: 12; y: 270; spacing: 12\n"
+            "        MintButton { objectName: 'enabledButton'; text: 'Afegeix llista'; iconName: 'plus' }\n"
+            "        MintButton { text: 'Connecta la primera llista'; iconName: 'plus'; enabled: false }\n"
+            "        MintButton { text: 'Sense icona' }\n"
+            "    }\n"
+            "}\n",
+            {{u"names"_s, names}});
+        QVERIFY(window);
+        const QImage grabbed = window->grabWindow().convertToFormat(QImage::Format_RGB32);
+        grabbed.save(u"tst_icons_sheet.png"_s);
+
+        // Each cell shows its icon: light pixels on the dark panel.
+        const QColor panel = QColor::fromRgbF(0.065f, 0.09f, 0.13f);
+        for (int i = 0; i < names.size(); ++i) {
+            const QRect cell(12 + (i % 11) * 60, 12 + (i / 11) * 52, 52, 44);
+            int light = 0;
+            for (int y = cell.top(); y <= cell.bottom(); ++y)
+                for (int x = cell.left(); x <= cell.right(); ++x)
+                    if (qGray(grabbed.pixel(x, y)) > qGray(panel.rgb()) + 60)
+                        ++light;
+            QVERIFY2(light >= 12, qPrintable(u"%1 shows %2 light pixels"_s.arg(names.at(i)).arg(light)));
+        }
+
+        // The primary button is mint, with dark content.
+        auto *button = window->findChild<QQuickItem *>(u"enabledButton"_s);
+        QVERIFY(button);
+        const QPointF inside = button->mapToScene(QPointF(3, button->height() / 2));
+        const QColor fill = grabbed.pixelColor(inside.toPoint());
+        const QColor mint = window->property("mint").value<QColor>();
+        QVERIFY2(std::abs(fill.red() - mint.red()) <= 2 && std::abs(fill.green() - mint.green()) <= 2
+                && std::abs(fill.blue() - mint.blue()) <= 2,
+            qPrintable(fill.name()));
+        int dark = 0;
+        const QRectF area = button->mapRectToScene(QRectF(0, 0, button->width(), button->height()));
+        for (int y = int(area.top()) + 2; y < int(area.bottom()) - 2; ++y)
+            for (int x = int(area.left()) + 4; x < int(area.right()) - 4; ++x)
+                if (qGray(grabbed.pixel(x, y)) < 40)
+                    ++dark;
+        QVERIFY2(dark > 30, qPrintable(QString::number(dark)));
+    }
+
+private:
+    // A window made from QML placed beside the views, so that it sees the module's components.
+    static std::unique_ptr<QQuickWindow> createWindow(
+        QQmlEngine &engine, const char *body, const QVariantMap &properties = {})
+    {
+        // As the application's engine: the module's qmldir lies at qrc:/Quenvo/ (Qt 6.4).
+        engine.addImportPath(u"qrc:/"_s);
+        QQmlComponent component(&engine);
+        component.setData(QByteArray("import QtQuick\nimport QtQuick.Window\nimport Quenvo\n") + body,
+            QUrl(u"qrc:/Quenvo/views/TestWindow.qml"_s));
+        std::unique_ptr<QObject> object(component.createWithInitialProperties(properties));
+        if (!object) {
+            qWarning().noquote() << component.errorString();
+            return {};
+        }
+        std::unique_ptr<QQuickWindow> window(qobject_cast<QQuickWindow *>(object.release()));
+        if (window && window->isVisible() && !QTest::qWaitForWindowExposed(window.get()))
+            return {};
+        return window;
+    }
+};
+
+QTEST_MAIN(TestIcons)
+#include "tst_icons.moc"
