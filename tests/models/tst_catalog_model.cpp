@@ -1,0 +1,979 @@
+// The catalogue model against the local provider over loopback: what it fetches and what it takes from
+// its caches (every request is counted through the repository's transport), which answers it drops
+// once the user has moved on (answers are held back at the transport and released late), the category
+// it selects, the season a series opens on, the errors it shows, and the filtered and sorted lists.
+
+#include "LoopbackServer.h"
+#include "ProviderServer.h"
+#include "StoreTestSupport.h"
+#include "http/HTTPClient.h"
+#include "models/CatalogCategoryListModel.h"
+#include "models/CatalogEpisodeListModel.h"
+#include "models/CatalogItemListModel.h"
+#include "models/CatalogModel.h"
+#include "records/WatchProgress.h"
+#include "stores/WatchHistory.h"
+
+#include <QAbstractItemModelTester>
+#include <QCoroSignal>
+#include <QCoroTask>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThreadPool>
+#include <QUrlQuery>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+Q_DECLARE_METATYPE(CatalogKind)
+Q_DECLARE_METATYPE(CatalogItem)
+Q_DECLARE_METATYPE(LoopbackServer::Response)
+
+namespace {
+
+const QString missingCategory = u"Aquesta agrupació ja no està disponible al proveïdor."_s;
+const QString invalidCatalogue = u"El servidor no ha retornat un catàleg vàlid."_s;
+
+// The repository's transport as the tests see it: every request is recorded as "action:id" (the
+// category, movie or series id; nothing after the colon for the category lists), and a request can
+// be held back until the test releases it. A held request is answered even if the model cancelled
+// it meanwhile, so that its answer arrives late and must be dropped as stale.
+class Transport : public QObject
+{
+    Q_OBJECT
+
+public:
+    HTTPClient::Fetch fetch()
+    {
+        return [this](QNetworkRequest request, CancellationToken cancellation) {
+            return run(std::move(request), std::move(cancellation));
+        };
+    }
+
+    static QString describe(const QUrl &url)
+    {
+        const QUrlQuery query(url);
+        const QString action = query.queryItemValue(u"action"_s);
+        for (const QString &parameter : {u"category_id"_s, u"vod_id"_s, u"series_id"_s}) {
+            if (query.hasQueryItem(parameter))
+                return action + u':' + query.queryItemValue(parameter);
+        }
+        return action + u':';
+    }
+
+    int count(const QString &request) const { return int(requests.count(request)); }
+    void hold(const QString &request) { held.append(request); }
+    void release(const QString &request) { Q_EMIT released(request); }
+
+    QStringList requests;
+    QStringList held;
+    int answered = 0; // fetches that have completed, successfully or not
+
+Q_SIGNALS:
+    void released(const QString &request);
+
+private:
+    QCoro::Task<HTTPPayload> run(QNetworkRequest request, CancellationToken cancellation)
+    {
+        const QString what = describe(request.url());
+        requests.append(what);
+        if (held.removeOne(what)) {
+            while (co_await qCoro(this, &Transport::released) != what) { }
+            cancellation = CancellationToken();
+        }
+        try {
+            HTTPPayload payload = co_await HTTPClient::fetch(std::move(request), std::move(cancellation));
+            ++answered;
+            co_return payload;
+        } catch (...) {
+            ++answered;
+            throw;
+        }
+    }
+};
+
+// Lets an answer that has arrived at the transport travel through the repository's background parsing
+// and back to the model.
+void drain()
+{
+    for (int round = 0; round < 5; ++round) {
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+}
+
+// A model with its own watch history (in a preferences file of its own) and transport; every list
+// model it exposes runs under QAbstractItemModelTester.
+struct Fixture
+{
+    StoreTest::Preferences preferences;
+    WatchHistory history {preferences.settings()};
+    Transport transport;
+    CatalogModel model {history, transport.fetch()};
+    QAbstractItemModelTester categoriesTester {
+        model.filteredCategories(), QAbstractItemModelTester::FailureReportingMode::QtTest};
+    QAbstractItemModelTester itemsTester {
+        model.filteredItems(), QAbstractItemModelTester::FailureReportingMode::QtTest};
+    QAbstractItemModelTester episodesTester {
+        model.episodes(), QAbstractItemModelTester::FailureReportingMode::QtTest};
+};
+
+PlaylistSource xtream(const QString &address, const QString &username = ProviderCatalog::demoUsername(),
+    const QString &password = ProviderCatalog::demoPassword())
+{
+    return PlaylistSource(
+        QUuid::createUuid(), u"Proveïdor"_s, address, username, password, PlaylistSource::Kind::xtream);
+}
+
+QStringList idsOf(const QList<CatalogItem> &items)
+{
+    QStringList ids;
+    for (const CatalogItem &item : items)
+        ids.append(item.id);
+    return ids;
+}
+
+QStringList namesOf(const QList<CatalogItem> &items)
+{
+    QStringList names;
+    for (const CatalogItem &item : items)
+        names.append(item.name);
+    return names;
+}
+
+QStringList namesOf(const QList<CatalogCategory> &categories)
+{
+    QStringList names;
+    for (const CatalogCategory &category : categories)
+        names.append(category.name);
+    return names;
+}
+
+// Lists only: these tests never play anything.
+ProviderOptions providerOptions()
+{
+    ProviderOptions options;
+    options.liveChannels = 10;
+    options.movies = 40;
+    options.series = 12;
+    options.categories = 3;
+    options.seed = 7;
+    options.generateMedia = false;
+    return options;
+}
+
+CatalogItem item(const QString &id, const QString &name, double added)
+{
+    return CatalogItem {id, CatalogKind::movies, name, u"1"_s, std::nullopt, QString(), QString(), QString(),
+        u"mp4"_s, added};
+}
+
+} // namespace
+
+class CatalogModelTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    ProviderServer m_provider {providerOptions()};
+    std::optional<PlaylistSource> m_source;
+
+    const ProviderCatalog &catalog() const { return m_provider.catalog(); }
+
+    QString categoryID(CatalogKind kind, int category) const
+    {
+        return kind == CatalogKind::movies ? catalog().vodCategoryID(category)
+                                           : catalog().seriesCategoryID(category);
+    }
+
+    QList<CatalogCategory> expectedCategories(CatalogKind kind) const
+    {
+        QList<CatalogCategory> categories;
+        const int count
+            = kind == CatalogKind::movies ? catalog().vodCategoryCount() : catalog().seriesCategoryCount();
+        for (int category = 0; category < count; ++category) {
+            categories.append({categoryID(kind, category),
+                kind == CatalogKind::movies ? catalog().vodCategoryName(category)
+                                            : catalog().seriesCategoryName(category)});
+        }
+        return categories;
+    }
+
+    // The ids the provider lists in a category, in its order.
+    QStringList expectedIDs(CatalogKind kind, int category) const
+    {
+        QStringList ids;
+        if (kind == CatalogKind::movies) {
+            for (int index = 0; index < catalog().movieCount(); ++index) {
+                if (catalog().movieCategory(index) == category)
+                    ids.append(QString::number(catalog().movieID(index)));
+            }
+        } else {
+            for (int index = 0; index < catalog().seriesCount(); ++index) {
+                if (catalog().seriesCategory(index) == category)
+                    ids.append(QString::number(catalog().seriesID(index)));
+            }
+        }
+        return ids;
+    }
+
+    static QString listAction(CatalogKind kind)
+    {
+        return kind == CatalogKind::movies ? u"get_vod_streams:"_s : u"get_series:"_s;
+    }
+
+    static QString categoriesAction(CatalogKind kind)
+    {
+        return kind == CatalogKind::movies ? u"get_vod_categories:"_s : u"get_series_categories:"_s;
+    }
+
+    // Opens `kind` and waits until its categories and the selected category's titles are in.
+    static void openAndWait(Fixture &fixture, CatalogKind kind)
+    {
+        fixture.model.open(kind, false, std::nullopt, std::nullopt);
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+    }
+
+    static void selectAndWait(Fixture &fixture, const CatalogCategory &category)
+    {
+        fixture.model.select(category, false);
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(m_provider.start(), qPrintable(m_provider.errorString()));
+        m_source = xtream(m_provider.baseURL().toString());
+        // Every case below needs categories holding at least two titles.
+        for (int category = 0; category < 3; ++category) {
+            QVERIFY(expectedIDs(CatalogKind::movies, category).size() >= 2);
+            QVERIFY(!expectedIDs(CatalogKind::series, category).isEmpty());
+        }
+    }
+
+    void opensFirstCategory_data()
+    {
+        QTest::addColumn<CatalogKind>("kind");
+        QTest::newRow("movies") << CatalogKind::movies;
+        QTest::newRow("series") << CatalogKind::series;
+    }
+
+    void opensFirstCategory()
+    {
+        QFETCH(CatalogKind, kind);
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        QVERIFY(fixture.model.hasCatalog());
+        fixture.model.open(kind, false, std::nullopt, std::nullopt);
+        QVERIFY(fixture.model.loading());
+        QTRY_VERIFY(!fixture.model.loading());
+
+        QCOMPARE(fixture.model.kind(), kind);
+        QCOMPARE(fixture.model.kindName(), CatalogKinds::rawValue(kind));
+        QCOMPARE(fixture.model.categories(), expectedCategories(kind));
+        QCOMPARE(fixture.model.selectedCategory(), expectedCategories(kind).first());
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(kind, 0));
+        QCOMPARE(fixture.model.filteredCategories()->count(), fixture.model.categoryCount());
+        QCOMPARE(fixture.model.filteredItems()->count(), fixture.model.itemCount());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        QCOMPARE(fixture.transport.requests,
+            QStringList({categoriesAction(kind), listAction(kind) + categoryID(kind, 0)}));
+        for (const CatalogItem &title : fixture.model.items()) {
+            QCOMPARE(title.kind, kind);
+            QCOMPARE(title.categoryID, categoryID(kind, 0));
+        }
+    }
+
+    // Series, then movies, then series again: the second visit to series asks the provider nothing and
+    // comes back to the series category selected last.
+    void cachesPerKind()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::series);
+        const CatalogCategory second = fixture.model.categories().at(1);
+        selectAndWait(fixture, second);
+        const QList<CatalogItem> secondItems = fixture.model.items();
+        QCOMPARE(idsOf(secondItems), expectedIDs(CatalogKind::series, 1));
+
+        openAndWait(fixture, CatalogKind::movies);
+        QCOMPARE(fixture.model.categories(), expectedCategories(CatalogKind::movies));
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 0));
+
+        const QStringList before = fixture.transport.requests;
+        fixture.model.open(CatalogKind::series, false, std::nullopt, std::nullopt);
+        QVERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.kind(), CatalogKind::series);
+        QCOMPARE(fixture.model.categories(), expectedCategories(CatalogKind::series));
+        QCOMPARE(fixture.model.selectedCategory(), second);
+        QCOMPARE(fixture.model.items(), secondItems);
+        QCOMPARE(fixture.transport.requests, before);
+        QCOMPARE(fixture.transport.count(u"get_series_categories:"_s), 1);
+        QCOMPARE(fixture.transport.count(u"get_series:"_s + second.id), 1);
+
+        // Back on movies: the first category again, from the cache.
+        fixture.model.open(CatalogKind::movies, false, std::nullopt, std::nullopt);
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 0));
+        QCOMPARE(fixture.transport.requests, before);
+    }
+
+    // Opening the kind already on screen only opens the title asked for: category, titles, searches
+    // and order stay.
+    void openSameKindKeepsState()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        const CatalogCategory second = fixture.model.categories().at(1);
+        selectAndWait(fixture, second);
+        const QList<CatalogItem> items = fixture.model.items();
+        fixture.model.setSearch(u"a"_s);
+        fixture.model.setCategorySearch(u"e"_s);
+        fixture.model.setSortByTitle(true);
+        const QStringList before = fixture.transport.requests;
+
+        const CatalogItem wanted = items.last();
+        fixture.model.open(CatalogKind::movies, false, wanted, std::nullopt);
+        QCOMPARE(fixture.model.selectedItem(), wanted);
+        QVERIFY(fixture.model.loadingDetail());
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QVERIFY(fixture.model.detail());
+        QCOMPARE(fixture.model.detail()->item, wanted);
+        QVERIFY(fixture.model.detail()->movie);
+
+        QCOMPARE(fixture.model.selectedCategory(), second);
+        QCOMPARE(fixture.model.items(), items);
+        QCOMPARE(fixture.model.search(), u"a"_s);
+        QCOMPARE(fixture.model.categorySearch(), u"e"_s);
+        QVERIFY(fixture.model.sortByTitle());
+        QCOMPARE(fixture.transport.requests, before + QStringList {u"get_vod_info:"_s + wanted.id});
+    }
+
+    // Category A, then B before A's titles arrive: A's late answer changes nothing and is not cached.
+    void laterCategoryWins()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        const CatalogCategory a = fixture.model.categories().at(1);
+        const CatalogCategory b = fixture.model.categories().at(2);
+        const QString requestA = u"get_vod_streams:"_s + a.id;
+        const QString requestB = u"get_vod_streams:"_s + b.id;
+
+        fixture.transport.hold(requestA);
+        fixture.model.select(a, false);
+        QVERIFY(fixture.model.loading());
+        QCOMPARE(fixture.transport.count(requestA), 1);
+        selectAndWait(fixture, b);
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 2));
+
+        const int answered = fixture.transport.answered;
+        fixture.transport.release(requestA);
+        QTRY_COMPARE(fixture.transport.answered, answered + 1);
+        drain();
+        QCOMPARE(fixture.model.selectedCategory(), b);
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 2));
+        QVERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+
+        // Only B was cached.
+        fixture.model.select(b, false);
+        QVERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.transport.count(requestB), 1);
+        selectAndWait(fixture, a);
+        QCOMPARE(fixture.transport.count(requestA), 2);
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 1));
+    }
+
+    // A detail that arrives after the user opened another title, or closed it, is dropped.
+    void lateDetailDropped()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        const CatalogItem first = fixture.model.items().at(0);
+        const CatalogItem second = fixture.model.items().at(1);
+        const QString requestFirst = u"get_vod_info:"_s + first.id;
+
+        fixture.transport.hold(requestFirst);
+        fixture.model.show(first);
+        fixture.model.show(second);
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QVERIFY(fixture.model.detail());
+        QCOMPARE(fixture.model.detail()->item, second);
+
+        int answered = fixture.transport.answered;
+        fixture.transport.release(requestFirst);
+        QTRY_COMPARE(fixture.transport.answered, answered + 1);
+        drain();
+        QCOMPARE(fixture.model.selectedItem(), second);
+        QVERIFY(fixture.model.detail());
+        QCOMPARE(fixture.model.detail()->item, second);
+        QCOMPARE(fixture.model.detailError(), std::nullopt);
+
+        // Closed before its answer: nothing comes back.
+        fixture.transport.hold(requestFirst);
+        fixture.model.show(first);
+        QVERIFY(fixture.model.loadingDetail());
+        fixture.model.closeDetail();
+        QVERIFY(!fixture.model.loadingDetail());
+        answered = fixture.transport.answered;
+        fixture.transport.release(requestFirst);
+        QTRY_COMPARE(fixture.transport.answered, answered + 1);
+        drain();
+        QCOMPARE(fixture.model.selectedItem(), std::nullopt);
+        QVERIFY(!fixture.model.detail());
+        QVERIFY(!fixture.model.loadingDetail());
+    }
+
+    // A new connection drops whatever the old one was still answering.
+    void resetDropsAnswers()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        fixture.transport.hold(u"get_series_categories:"_s);
+        fixture.model.open(CatalogKind::series, false, std::nullopt, std::nullopt);
+        QVERIFY(fixture.model.loading());
+        fixture.model.reset(std::nullopt);
+        QVERIFY(!fixture.model.loading());
+        QVERIFY(!fixture.model.hasCatalog());
+
+        fixture.transport.release(u"get_series_categories:"_s);
+        QTRY_COMPARE(fixture.transport.answered, 1);
+        drain();
+        QVERIFY(fixture.model.categories().isEmpty());
+        QCOMPARE(fixture.model.selectedCategory(), std::nullopt);
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        QCOMPARE(fixture.transport.requests, QStringList {u"get_series_categories:"_s});
+    }
+
+    // The model may go away while a request is on its way: the answer finds nobody and touches nothing.
+    void destroyedWhileLoading()
+    {
+        StoreTest::Preferences preferences;
+        WatchHistory history(preferences.settings());
+        Transport transport;
+        auto model = std::make_unique<CatalogModel>(history, transport.fetch());
+        model->reset(m_source);
+        transport.hold(u"get_vod_categories:"_s);
+        model->open(CatalogKind::movies, false, item(u"1"_s, u"Pel·lícula"_s, 0), std::nullopt);
+        QCOMPARE(transport.requests, QStringList {u"get_vod_categories:"_s});
+        model.reset();
+        transport.release(u"get_vod_categories:"_s);
+        QTRY_COMPARE(transport.answered, 1);
+        drain();
+    }
+
+    // The same while the downloads are still running: destroying the model cancels the transfers, and
+    // the coroutines that resume find nobody to update.
+    void destroyedWhileDownloading()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.setFallback(
+            [](const LoopbackServer::Request &) { return LoopbackServer::Response::silence(); });
+        StoreTest::Preferences preferences;
+        WatchHistory history(preferences.settings());
+        Transport transport;
+        auto model = std::make_unique<CatalogModel>(history, transport.fetch());
+        model->reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+        model->open(CatalogKind::series, false, std::nullopt, std::nullopt);
+        model->show(item(u"3"_s, u"Sèrie"_s, 0));
+        QCOMPARE(transport.requests, (QStringList {u"get_series_categories:"_s, u"get_vod_info:3"_s}));
+        QTRY_COMPARE(server.requestCount(), 2);
+        model.reset();
+        // The server never answers: only the cancellation can end the two transfers.
+        QTRY_COMPARE(transport.answered, 2);
+        drain();
+    }
+
+    // Series with category c1 selected: refresh asks again for the categories and c1's titles, drops
+    // every cached series list, and leaves the movies' caches alone.
+    void refreshDropsKindCaches()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        openAndWait(fixture, CatalogKind::series);
+        const CatalogCategory c0 = fixture.model.categories().at(0);
+        const CatalogCategory c1 = fixture.model.categories().at(1);
+        selectAndWait(fixture, c1);
+        fixture.model.setSearch(u"x"_s);
+
+        fixture.model.refresh();
+        QVERIFY(fixture.model.loading());
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        QCOMPARE(fixture.transport.count(u"get_series_categories:"_s), 2);
+        QCOMPARE(fixture.transport.count(u"get_series:"_s + c1.id), 2);
+        QCOMPARE(fixture.model.selectedCategory(), c1);
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::series, 1));
+        QCOMPARE(fixture.model.search(), QString());
+
+        // c0's titles were cached before the refresh: they are asked for again.
+        selectAndWait(fixture, c0);
+        QCOMPARE(fixture.transport.count(u"get_series:"_s + c0.id), 2);
+
+        const QStringList before = fixture.transport.requests;
+        fixture.model.open(CatalogKind::movies, false, std::nullopt, std::nullopt);
+        QVERIFY(!fixture.model.loading());
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 0));
+        QCOMPARE(fixture.transport.requests, before);
+    }
+
+    // A category asked for from outside (a favourite, a personal list) is selected with fresh titles;
+    // one the provider no longer lists is reported.
+    void requestedCategory()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        const CatalogCategory c2 = fixture.model.categories().at(2);
+        selectAndWait(fixture, c2);
+        openAndWait(fixture, CatalogKind::series);
+
+        fixture.model.open(CatalogKind::movies, false, std::nullopt, c2.id);
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.selectedCategory(), c2);
+        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 2));
+        QCOMPARE(fixture.transport.count(u"get_vod_categories:"_s), 2);
+        QCOMPARE(fixture.transport.count(u"get_vod_streams:"_s + c2.id), 2);
+
+        fixture.model.open(CatalogKind::movies, false, std::nullopt, u"999999"_s);
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), missingCategory);
+        QCOMPARE(fixture.model.errorText(), missingCategory);
+        QCOMPARE(fixture.model.selectedCategory(), std::nullopt);
+        QVERIFY(fixture.model.items().isEmpty());
+        QCOMPARE(fixture.model.categories(), expectedCategories(CatalogKind::movies));
+
+        // A favourite's title opens its own category and then its detail.
+        int favouriteIndex = 0;
+        while (catalog().seriesCategory(favouriteIndex) != 1)
+            ++favouriteIndex;
+        CatalogItem favourite = item(
+            QString::number(catalog().seriesID(favouriteIndex)), catalog().seriesName(favouriteIndex), 0);
+        favourite.kind = CatalogKind::series;
+        favourite.categoryID = categoryID(CatalogKind::series, 1);
+        QVERIFY(!favourite.id.isEmpty());
+        fixture.model.open(CatalogKind::series, false, favourite, std::nullopt);
+        QTRY_VERIFY(!fixture.model.loading() && !fixture.model.loadingDetail());
+        QVERIFY(fixture.model.selectedCategory());
+        QCOMPARE(fixture.model.selectedCategory()->id, favourite.categoryID);
+        QCOMPARE(fixture.model.selectedItem(), favourite);
+        QVERIFY(fixture.model.detail());
+    }
+
+    // No connection, or an M3U list: empty lists, no loading, no message, no request.
+    void noCatalogue_data()
+    {
+        QTest::addColumn<bool>("m3u");
+        QTest::newRow("no connection") << false;
+        QTest::newRow("M3U list") << true;
+    }
+
+    void noCatalogue()
+    {
+        QFETCH(bool, m3u);
+        Fixture fixture;
+        if (m3u) {
+            fixture.model.reset(PlaylistSource(QUuid::createUuid(), u"Llista"_s,
+                m_provider.url(u"/playlist.m3u"_s).toString(), QString(), QString(),
+                PlaylistSource::Kind::m3u));
+        } else {
+            fixture.model.reset(std::nullopt);
+        }
+        QVERIFY(!fixture.model.hasCatalog());
+        for (const CatalogKind kind : CatalogKinds::allCases) {
+            fixture.model.open(kind, true, std::nullopt, std::nullopt);
+            QCOMPARE(fixture.model.kind(), kind);
+            QVERIFY(!fixture.model.loading());
+            QVERIFY(fixture.model.categories().isEmpty());
+            QVERIFY(fixture.model.items().isEmpty());
+            QCOMPARE(fixture.model.error(), std::nullopt);
+            QCOMPARE(fixture.model.errorText(), QString());
+        }
+        fixture.model.retry();
+        fixture.model.refresh();
+        QVERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        if (!m3u) {
+            fixture.model.show(item(u"1"_s, u"Pel·lícula"_s, 0));
+            QVERIFY(!fixture.model.loadingDetail());
+            QCOMPARE(fixture.model.detailError(), std::nullopt);
+            QCOMPARE(fixture.model.watchKey(u"movies"_s, u"1"_s), QString());
+        }
+        drain();
+        QVERIFY(fixture.transport.requests.isEmpty());
+    }
+
+    // Failures reach the user as LibraryModel::safeError texts; retry repeats what failed.
+    void errorsAndRetry_data()
+    {
+        QTest::addColumn<LoopbackServer::Response>("failure");
+        QTest::addColumn<bool>("titles"); // the titles fail, not the categories
+        QTest::addColumn<QString>("message");
+
+        using Response = LoopbackServer::Response;
+        const QString generic
+            = u"No s’ha pogut carregar la llista. Revisa l’adreça, les credencials i la resposta del servidor."_s;
+        const QString denied = u"Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
+        QTest::newRow("categories: refused account")
+            << Response::ok(R"({"user_info":{"auth":0}})", "application/json") << false << invalidCatalogue;
+        QTest::newRow("categories: HTTP 500")
+            << Response::withStatus(500) << false << u"El servidor ha respost amb l’error HTTP 500."_s;
+        QTest::newRow("categories: HTTP 403") << Response::withStatus(403) << false << denied;
+        QTest::newRow("categories: not JSON") << Response::ok("<html>", "text/html") << false << generic;
+        QTest::newRow("titles: HTTP 404")
+            << Response::withStatus(404) << true << u"El servidor ha respost amb l’error HTTP 404."_s;
+        QTest::newRow("titles: not JSON") << Response::ok("[{", "application/json") << true << generic;
+    }
+
+    void errorsAndRetry()
+    {
+        QFETCH(LoopbackServer::Response, failure);
+        QFETCH(bool, titles);
+        QFETCH(QString, message);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        auto failing = std::make_shared<std::atomic<bool>>(true);
+        const QByteArray categories = R"([{"category_id":"5","category_name":"Comèdia"}])";
+        const QByteArray streams = R"([{"stream_id":77,"name":"Una","category_id":"5","added":"100"}])";
+        server.setFallback([=](const LoopbackServer::Request &request) {
+            const QString action = QUrlQuery(request.query).queryItemValue(u"action"_s);
+            const bool fails
+                = failing->load() && action == (titles ? u"get_vod_streams"_s : u"get_vod_categories"_s);
+            if (fails)
+                return failure;
+            if (action == u"get_vod_categories"_s)
+                return LoopbackServer::Response::ok(categories, "application/json");
+            if (action == u"get_vod_streams"_s)
+                return LoopbackServer::Response::ok(streams, "application/json");
+            return LoopbackServer::Response::withStatus(404);
+        });
+
+        Fixture fixture;
+        fixture.model.reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+        fixture.model.open(CatalogKind::movies, false, std::nullopt, std::nullopt);
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), message);
+        QVERIFY(fixture.model.items().isEmpty());
+        QCOMPARE(fixture.model.selectedCategory().has_value(), titles);
+
+        failing->store(false);
+        fixture.model.retry();
+        QVERIFY(fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        QCOMPARE(fixture.model.selectedCategory(), (CatalogCategory {u"5"_s, u"Comèdia"_s}));
+        QCOMPARE(idsOf(fixture.model.items()), QStringList {u"77"_s});
+    }
+
+    void detailError()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.setFallback([](const LoopbackServer::Request &) {
+            return LoopbackServer::Response::ok(R"({"user_info":{"auth":1}})", "application/json");
+        });
+        Fixture fixture;
+        fixture.model.reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+        fixture.model.show(item(u"12"_s, u"Pel·lícula"_s, 0));
+        QVERIFY(fixture.model.loadingDetail());
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QCOMPARE(fixture.model.detailError(), u"El servidor no ha retornat la fitxa d’aquest títol."_s);
+        QVERIFY(!fixture.model.detail());
+        QCOMPARE(fixture.model.error(), std::nullopt);
+        QCOMPARE(server.requestCount(), 1);
+
+        fixture.model.retryDetail();
+        QVERIFY(fixture.model.loadingDetail());
+        QCOMPARE(fixture.model.detailError(), std::nullopt);
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QCOMPARE(server.requestCount(), 2);
+        QCOMPARE(fixture.model.selectedItem()->id, u"12"_s);
+    }
+
+    // The series opens on the lowest season that still has an unwatched episode, else on the last.
+    void initialSeasonFromHistory()
+    {
+        int series = -1;
+        for (int index = 0; index < catalog().seriesCount() && series < 0; ++index) {
+            if (catalog().seasons(index).size() >= 2)
+                series = index;
+        }
+        QVERIFY(series >= 0);
+
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        fixture.model.open(CatalogKind::series, false, std::nullopt,
+            categoryID(CatalogKind::series, catalog().seriesCategory(series)));
+        QTRY_VERIFY(!fixture.model.loading());
+        const QList<CatalogItem> items = fixture.model.items();
+        const auto found = std::find_if(items.cbegin(), items.cend(), [&](const CatalogItem &title) {
+            return title.id == QString::number(catalog().seriesID(series));
+        });
+        QVERIFY(found != items.cend());
+        const CatalogItem title = *found;
+
+        fixture.model.show(title);
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QVERIFY(fixture.model.detail());
+        const QList<CatalogEpisode> episodes = fixture.model.detail()->episodes;
+        const QList<qint64> seasons = fixture.model.detail()->seasons();
+        QVERIFY(seasons.size() >= 2);
+        QCOMPARE(fixture.model.selectedSeason(), seasons.first());
+        QCOMPARE(fixture.model.shownSeason(), seasons.first());
+        QCOMPARE(fixture.model.watchedEpisodeCount(), 0);
+        QCOMPARE(fixture.model.nextEpisode(), episodes.first());
+        const int firstSeasonEpisodes = int(std::count_if(episodes.cbegin(), episodes.cend(),
+            [&](const CatalogEpisode &episode) { return episode.season == seasons.first(); }));
+        QVERIFY(firstSeasonEpisodes > 0);
+        QCOMPARE(fixture.model.episodes()->count(), firstSeasonEpisodes);
+
+        // Watch the whole first season: the detail opens on the second.
+        const QUuid source = m_source->id;
+        for (const CatalogEpisode &episode : episodes) {
+            if (episode.season == seasons.first())
+                fixture.history.toggle(WatchProgress::key(source, CatalogKind::series, episode.id));
+        }
+        QCOMPARE(fixture.model.watchedEpisodeCount(), firstSeasonEpisodes);
+        QCOMPARE(
+            fixture.model.episodes()->index(0).data(CatalogEpisodeListModel::WatchedRole), QVariant(true));
+        fixture.model.show(title);
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QCOMPARE(fixture.model.selectedSeason(), seasons.at(1));
+
+        // Everything watched: the series opens at its end.
+        for (const CatalogEpisode &episode : episodes) {
+            if (episode.season != seasons.first())
+                fixture.history.toggle(WatchProgress::key(source, CatalogKind::series, episode.id));
+        }
+        QCOMPARE(fixture.model.nextEpisode(), std::nullopt);
+        QCOMPARE(fixture.model.nextEpisodeValue(), QVariant());
+        fixture.model.show(title);
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QCOMPARE(fixture.model.selectedSeason(), seasons.last());
+        QCOMPARE(fixture.model.shownSeason(), seasons.last());
+        QCOMPARE(fixture.model.watchedEpisodeCount(), int(episodes.size()));
+
+        // The view picks a season; one the series lacks shows the lowest.
+        QSignalSpy shown(&fixture.model, &CatalogModel::shownSeasonChanged);
+        fixture.model.setSelectedSeasonValue(QVariant(seasons.first()));
+        QCOMPARE(fixture.model.shownSeason(), seasons.first());
+        fixture.model.setSelectedSeasonValue(QVariant(seasons.first()));
+        QCOMPARE(shown.size(), 1);
+        fixture.model.setSelectedSeason(999);
+        QCOMPARE(fixture.model.shownSeason(), seasons.first());
+        fixture.model.setSelectedSeasonValue(QVariant());
+        QCOMPARE(fixture.model.selectedSeason(), std::nullopt);
+        QCOMPARE(fixture.model.shownSeason(), seasons.first());
+        for (int row = 0; row < fixture.model.episodes()->count(); ++row)
+            QCOMPARE(fixture.model.episodes()->episodeAt(row).season, seasons.first());
+
+        // Closing keeps the season, as the next title replaces it.
+        fixture.model.setSelectedSeason(seasons.last());
+        fixture.model.closeDetail();
+        QCOMPARE(fixture.model.selectedSeason(), seasons.last());
+        QCOMPARE(fixture.model.shownSeason(), std::nullopt);
+        QCOMPARE(fixture.model.episodes()->count(), 0);
+    }
+
+    // A movie's watched mark and record follow the watch history in the grid and in the open title.
+    void movieWatchState()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        fixture.model.setSortByTitle(true);
+        const CatalogItem first = fixture.model.filteredItems()->itemAt(0);
+        const QString key = fixture.model.watchKey(u"movies"_s, first.id);
+        QCOMPARE(key, WatchProgress::key(m_source->id, CatalogKind::movies, first.id));
+        const QModelIndex row = fixture.model.filteredItems()->index(0);
+        QCOMPARE(row.data(CatalogItemListModel::WatchKeyRole).toString(), key);
+        QCOMPARE(row.data(CatalogItemListModel::WatchedRole), QVariant(false));
+
+        fixture.model.showItemAt(0);
+        QCOMPARE(fixture.model.selectedItem(), first);
+        QCOMPARE(fixture.model.selectedItemValue().toMap().value(u"itemID"_s), QVariant(first.id));
+        QCOMPARE(fixture.model.selectedItemValue().toMap().value(u"hasRecord"_s), QVariant(false));
+
+        QSignalSpy dataChanged(fixture.model.filteredItems(), &QAbstractItemModel::dataChanged);
+        QSignalSpy selected(&fixture.model, &CatalogModel::selectedItemChanged);
+        fixture.history.update(key, 600, 5400);
+        QCOMPARE(selected.size(), 1);
+        const QVariantMap map = fixture.model.selectedItemValue().toMap();
+        QCOMPARE(map.value(u"hasRecord"_s), QVariant(true));
+        QCOMPARE(map.value(u"resumeSeconds"_s).toDouble(), 600.0);
+        QCOMPARE(map.value(u"progressDuration"_s).toDouble(), 5400.0);
+        fixture.model.toggleWatched(key);
+        QVERIFY(!dataChanged.isEmpty());
+        QCOMPARE(row.data(CatalogItemListModel::WatchedRole), QVariant(true));
+        QCOMPARE(fixture.model.selectedItemValue().toMap().value(u"watched"_s), QVariant(true));
+        QCOMPARE(fixture.model.selectedItemValue().toMap().value(u"resumeSeconds"_s).toDouble(), 0.0);
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+    }
+
+    // Newest first, ties and unknown times by name; by title with numbers by value; equal keys keep
+    // the provider's order.
+    void sortOrder_data()
+    {
+        QTest::addColumn<QList<CatalogItem>>("items");
+        QTest::addColumn<bool>("sortByTitle");
+        QTest::addColumn<QStringList>("expected"); // ids
+
+        QTest::newRow("newest first")
+            << QList {item(u"1"_s, u"A"_s, 10), item(u"2"_s, u"B"_s, 30), item(u"3"_s, u"C"_s, 20)} << false
+            << QStringList {u"2"_s, u"3"_s, u"1"_s};
+        QTest::newRow("same second by name")
+            << QList {item(u"1"_s, u"beta"_s, 5), item(u"2"_s, u"Alfa"_s, 5), item(u"3"_s, u"Gamma"_s, 9)}
+            << false << QStringList {u"3"_s, u"2"_s, u"1"_s};
+        QTest::newRow("unknown time last") << QList {item(u"1"_s, u"A"_s, 0), item(u"2"_s, u"Z"_s, 1),
+            item(u"3"_s, u"B"_s, 0), item(u"4"_s, u"Y"_s, 0.5)}
+                                           << false << QStringList {u"2"_s, u"4"_s, u"1"_s, u"3"_s};
+        QTest::newRow("by title, numbers by value") << QList {item(u"1"_s, u"Capítol 10"_s, 3),
+            item(u"2"_s, u"capítol 2"_s, 2), item(u"3"_s, u"Capítol 1"_s, 1)}
+                                                    << true << QStringList {u"3"_s, u"2"_s, u"1"_s};
+        QTest::newRow("by title, accents")
+            << QList {item(u"1"_s, u"Ètica"_s, 1), item(u"2"_s, u"Fosc"_s, 2), item(u"3"_s, u"Eco"_s, 3)}
+            << true << QStringList {u"3"_s, u"1"_s, u"2"_s};
+        QTest::newRow("equal names keep order") << QList {item(u"9"_s, u"Mateix"_s, 1),
+            item(u"3"_s, u"mateix"_s, 2), item(u"5"_s, u"Mateix"_s, 3)}
+                                                << true << QStringList {u"9"_s, u"3"_s, u"5"_s};
+        QTest::newRow("equal times and names keep order")
+            << QList {item(u"9"_s, u"Igual"_s, 4), item(u"3"_s, u"Igual"_s, 4), item(u"5"_s, u"Abans"_s, 4)}
+            << false << QStringList {u"5"_s, u"9"_s, u"3"_s};
+    }
+
+    void sortOrder()
+    {
+        QFETCH(QList<CatalogItem>, items);
+        QFETCH(bool, sortByTitle);
+        QFETCH(QStringList, expected);
+
+        StoreTest::Preferences preferences;
+        WatchHistory history(preferences.settings());
+        CatalogItemListModel model(history);
+        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        model.setSortByTitle(sortByTitle);
+        model.setItems(items);
+        QCOMPARE(idsOf(model.visibleItems()), expected);
+        QStringList shown;
+        for (int row = 0; row < model.rowCount(); ++row)
+            shown.append(model.index(row).data(CatalogItemListModel::ItemIDRole).toString());
+        QCOMPARE(shown, expected);
+    }
+
+    // Containment ignores case and accents; the empty search shows everything; the text is used as typed.
+    void search_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QStringList>("expected");
+
+        const QStringList names {u"Café de nit"_s, u"L’última CAFETERIA"_s, u"Nit"_s, u"Crème"_s};
+        QTest::newRow("cafe finds Café")
+            << names << u"cafe"_s << QStringList {u"Café de nit"_s, u"L’última CAFETERIA"_s};
+        QTest::newRow("upper case and accents") << names << u"CRÉME"_s << QStringList {u"Crème"_s};
+        QTest::newRow("inside a word") << names << u"nit"_s << QStringList {u"Café de nit"_s, u"Nit"_s};
+        QTest::newRow("empty shows all") << names << QString() << names;
+        QTest::newRow("blank is a search")
+            << names << u" "_s << QStringList {u"Café de nit"_s, u"L’última CAFETERIA"_s};
+        QTest::newRow("no match") << names << u"zzz"_s << QStringList();
+    }
+
+    void search()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, search);
+        QFETCH(QStringList, expected);
+
+        StoreTest::Preferences preferences;
+        WatchHistory history(preferences.settings());
+        CatalogItemListModel items(history);
+        QAbstractItemModelTester itemsTester(&items, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        CatalogCategoryListModel categories;
+        QAbstractItemModelTester categoriesTester(
+            &categories, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QList<CatalogItem> titles;
+        QList<CatalogCategory> groups;
+        for (qsizetype index = 0; index < names.size(); ++index) {
+            // The same added time: the order is that of the names.
+            titles.append(item(QString::number(index), names.at(index), 1));
+            groups.append({QString::number(index), names.at(index)});
+        }
+        items.setItems(titles);
+        categories.setCategories(groups);
+        items.setSearch(search);
+        categories.setSearch(search);
+
+        QStringList sorted = expected;
+        std::sort(sorted.begin(), sorted.end(),
+            [](const QString &a, const QString &b) { return LocalizedText::compare(a, b) < 0; });
+        QCOMPARE(namesOf(items.visibleItems()), sorted);
+        QCOMPARE(namesOf(categories.visibleCategories()), expected);
+        QCOMPARE(categories.rowCount(), int(expected.size()));
+    }
+
+    // The filtered lists are rebuilt only when their inputs change, and follow the model's searches.
+    void filteredListsFollowModel()
+    {
+        Fixture fixture;
+        fixture.model.reset(m_source);
+        openAndWait(fixture, CatalogKind::movies);
+        const QList<CatalogItem> items = fixture.model.items();
+        const QString name = items.first().name;
+
+        QSignalSpy itemResets(fixture.model.filteredItems(), &QAbstractItemModel::modelReset);
+        QSignalSpy categoryResets(fixture.model.filteredCategories(), &QAbstractItemModel::modelReset);
+        QSignalSpy searchChanged(&fixture.model, &CatalogModel::searchChanged);
+        fixture.model.setSearch(name);
+        QCOMPARE(searchChanged.size(), 1);
+        QCOMPARE(itemResets.size(), 1);
+        QVERIFY(fixture.model.filteredItems()->count() >= 1);
+        for (const CatalogItem &shown : fixture.model.filteredItems()->visibleItems())
+            QVERIFY(LocalizedText::contains(shown.name, name));
+        fixture.model.setSearch(name);
+        QCOMPARE(searchChanged.size(), 1);
+        QCOMPARE(itemResets.size(), 1);
+        QCOMPARE(categoryResets.size(), 0);
+
+        fixture.model.setSearch(QString());
+        fixture.model.setSortByTitle(true);
+        QStringList names = namesOf(items);
+        std::stable_sort(names.begin(), names.end(),
+            [](const QString &a, const QString &b) { return LocalizedText::compare(a, b) < 0; });
+        QCOMPARE(namesOf(fixture.model.filteredItems()->visibleItems()), names);
+        fixture.model.setSortByTitle(false);
+        const QList<CatalogItem> newest = fixture.model.filteredItems()->visibleItems();
+        for (qsizetype row = 1; row < newest.size(); ++row)
+            QVERIFY(newest.at(row - 1).added >= newest.at(row).added);
+
+        const CatalogCategory last = fixture.model.categories().last();
+        fixture.model.setCategorySearch(last.name);
+        QVERIFY(fixture.model.filteredCategories()->visibleCategories().contains(last));
+        fixture.model.selectCategoryAt(fixture.model.filteredCategories()->visibleCategories().indexOf(last));
+        QCOMPARE(fixture.model.selectedCategory(), last);
+        QCOMPARE(fixture.model.categorySearch(), last.name); // selecting keeps the category search
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(
+            idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
+        fixture.model.selectCategoryAt(99);
+        fixture.model.showItemAt(-1);
+        QCOMPARE(fixture.model.selectedCategory(), last);
+        QCOMPARE(fixture.model.selectedItem(), std::nullopt);
+    }
+};
+
+QTEST_GUILESS_MAIN(CatalogModelTest)
+#include "tst_catalog_model.moc"
