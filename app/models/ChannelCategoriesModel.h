@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
 #include <QList>
 #include <QString>
 
@@ -10,6 +11,8 @@
 class ChannelCategoriesModel : public QAbstractListModel
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The channel list owns its categories.")
     Q_PROPERTY(int count READ count NOTIFY countChanged FINAL)
 
 public:

@@ -5,6 +5,7 @@
 #include "text/LocalizedText.h"
 
 #include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -23,6 +24,8 @@
 class ChannelListModel : public QAbstractListModel
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The library model owns the channel list.")
     Q_PROPERTY(int count READ count NOTIFY countChanged FINAL)
     Q_PROPERTY(QString search READ search WRITE setSearch NOTIFY searchChanged FINAL)
     Q_PROPERTY(bool favoritesOnly READ favoritesOnly WRITE setFavoritesOnly NOTIFY favoritesOnlyChanged FINAL)

@@ -1,0 +1,388 @@
+// The library model's playback through real libVLC, on the local provider's generated streams over
+// the loopback interface. The tick is driven by the test, and the clock the playback rules read can be
+// moved forward, so the 35-second and 5-second rules are checked without waiting for them.
+
+#include "../stores/StoreTestSupport.h"
+#include "Fixtures.h"
+#include "MediaPlayer.h"
+#include "ProviderServer.h"
+#include "models/CatalogModel.h"
+#include "models/LibraryModel.h"
+#include "records/CatalogDetail.h"
+#include "records/WatchProgress.h"
+#include "stores/WatchHistory.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+class tst_LibraryPlayback : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Real time plus whatever the test has skipped.
+    std::chrono::steady_clock::duration m_skipped{};
+    std::unique_ptr<ProviderServer> m_provider;
+    std::unique_ptr<StoreTest::Preferences> m_preferences;
+    std::unique_ptr<LibraryModel> m_model;
+    PlaylistSource m_account{QUuid::createUuid(), u"Demo"_s, QString(), QString(), QString(),
+                             PlaylistSource::Kind::xtream};
+
+    void skip(std::chrono::seconds seconds) { m_skipped += seconds; }
+
+    LibraryModel &startModel()
+    {
+        m_model.reset();
+        LibraryModel::Environment environment;
+        environment.preferences = &m_preferences->settings();
+        environment.keychainService = u"test.quenvo.playback"_s;
+        environment.clock = [this] { return std::chrono::steady_clock::now() + m_skipped; };
+        environment.pollPlayback = false;
+        m_model = std::make_unique<LibraryModel>(environment);
+        return *m_model;
+    }
+
+    // Ticks as the timer would, until `done` holds or `timeout` passes.
+    template<typename Predicate> bool tickUntil(Predicate done, std::chrono::milliseconds timeout = 15s)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + timeout;
+        while (std::chrono::steady_clock::now() < deadline) {
+            m_model->tick();
+            if (done())
+                return true;
+            QTest::qWait(100);
+        }
+        return false;
+    }
+
+    Channel liveChannel(ProviderCatalog::LiveKind kind) const
+    {
+        const QString name = m_provider->catalog().liveChannelName(m_provider->catalog().liveChannelIndex(kind));
+        for (const Channel &channel : m_model->channels()) {
+            if (channel.name() == name)
+                return channel;
+        }
+        qFatal("no channel %s", qPrintable(name));
+    }
+
+    bool receivedMedia() const { return !m_model->waiting() && !m_model->diagnostics().isEmpty(); }
+
+    // Opens the first movie's detail.
+    bool openFirstMovie()
+    {
+        m_model->selectSection(LibraryModel::Section::movies);
+        if (!QTest::qWaitFor([&] { return !m_model->catalog()->items().isEmpty(); }, 10000))
+            return false;
+        m_model->catalog()->show(m_model->catalog()->items().constFirst());
+        return QTest::qWaitFor([&] { return m_model->catalog()->detail().has_value(); }, 10000)
+            && m_model->catalog()->detail()->movie.has_value();
+    }
+
+    QString movieKey() const
+    {
+        const CatalogDetail &detail = *m_model->catalog()->detail();
+        return WatchProgress::key(m_account.id, detail.item.kind, detail.item.id);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
+        ProviderOptions options;
+        options.liveChannels = 12;
+        options.movies = 4;
+        options.series = 2;
+        options.categories = 2;
+        m_provider = std::make_unique<ProviderServer>(options);
+        QVERIFY2(m_provider->start(), qPrintable(m_provider->errorString()));
+        if (!m_provider->mediaAvailable())
+            QSKIP(qPrintable(u"no generated media: "_s + m_provider->mediaError()));
+        m_account.address = m_provider->baseURL().toString();
+        m_account.username = ProviderCatalog::demoUsername();
+        m_account.password = ProviderCatalog::demoPassword();
+    }
+
+    void init()
+    {
+        m_skipped = {};
+        m_preferences = std::make_unique<StoreTest::Preferences>();
+        LibraryModel &model = startModel();
+        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        model.load(m_account, false, true);
+        QVERIFY(QTest::qWaitFor([&] { return !model.isLoading(); }, 20000));
+        QCOMPARE(model.activeID(), std::optional<QUuid>(m_account.id));
+    }
+
+    void cleanup()
+    {
+        m_model.reset();
+        m_preferences.reset();
+    }
+
+    void aPictureOrASoundCountsAsMedia_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("video");
+        QTest::newRow("video and sound") << int(ProviderCatalog::LiveKind::regular) << true;
+        QTest::newRow("sound only") << int(ProviderCatalog::LiveKind::radio) << false;
+        QTest::newRow("HLS") << int(ProviderCatalog::LiveKind::hls) << true;
+    }
+
+    void aPictureOrASoundCountsAsMedia()
+    {
+        QFETCH(int, kind);
+        QFETCH(bool, video);
+        LibraryModel &model = *m_model;
+        MediaPlayer *player = model.player();
+        model.play(liveChannel(ProviderCatalog::LiveKind(kind)), false);
+        QCOMPARE(model.retiringPlayerCount(), 0); // nothing was playing: no player to wait for
+        QVERIFY(model.player()->hasMedia());
+        player = model.player();
+        QVERIFY(model.waiting());
+        QVERIFY(tickUntil([&] { return !model.waiting(); }));
+        QCOMPARE(model.playbackError(), std::nullopt);
+        const MediaPlayer::Statistics statistics = model.player()->statistics();
+        QVERIFY(statistics.displayedPictures > 0 || statistics.playedAudioBuffers > 0);
+        QCOMPARE(statistics.displayedPictures > 0 || model.player()->deliveredFrames() > 0, video);
+        QVERIFY(model.diagnostics().startsWith(u"Vídeo: "_s));
+        QVERIFY(tickUntil([&] { return model.isPlaying(); }));
+        QVERIFY(!model.seekable()); // live: never seekable
+        model.seek(0.5);
+
+        // Pausing and resuming.
+        model.togglePlayback();
+        QVERIFY(tickUntil([&] { return !model.isPlaying(); }));
+        model.togglePlayback();
+        QVERIFY(tickUntil([&] { return model.isPlaying(); }));
+
+        model.stop();
+        QCOMPARE(model.currentChannel(), std::nullopt);
+        QVERIFY(model.player() != player);
+        QCOMPARE(model.elapsed(), u"00:00"_s);
+        QCOMPARE(model.durationLabel(), u"--:--"_s);
+        QCOMPARE(model.diagnostics(), QString());
+    }
+
+    void failuresShowTheirMessage()
+    {
+        LibraryModel &model = *m_model;
+        const QString openFailure = u"No es pot obrir aquest canal. El servidor pot no tenir el flux disponible. Prova "
+                                    u"un altre canal o torna-ho a provar."_s;
+        model.play(liveChannel(ProviderCatalog::LiveKind::missing), false);
+        QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 5s));
+        QCOMPARE(model.playbackError(), std::optional<QString>(openFailure));
+        QVERIFY(!model.waiting());
+        // Nothing to pause after a failure.
+        model.togglePlayback();
+        model.tick();
+        QCOMPARE(model.playbackError(), std::optional<QString>(openFailure));
+        model.retryPlayback();
+        QCOMPARE(model.playbackError(), std::nullopt);
+        QVERIFY(model.waiting());
+        QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 5s));
+
+        // A live stream that ends after showing pictures.
+        model.play(liveChannel(ProviderCatalog::LiveKind::shortLived), false);
+        QVERIFY(tickUntil([&] { return !model.waiting(); }));
+        QCOMPARE(model.playbackError(), std::nullopt);
+        QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 20s));
+        QCOMPARE(model.playbackError(),
+                 std::optional<QString>(u"L’emissió s’ha acabat. Pots tornar a obrir el canal."_s));
+    }
+
+    void aStalledStreamTimesOut()
+    {
+        LibraryModel &model = *m_model;
+        model.play(liveChannel(ProviderCatalog::LiveKind::stalled), false);
+        QVERIFY(!tickUntil([&] { return !model.waiting(); }, 1500ms));
+        skip(30s);
+        model.tick();
+        QVERIFY(model.waiting());
+        QCOMPARE(model.playbackError(), std::nullopt);
+        skip(6s);
+        model.tick();
+        QVERIFY(!model.waiting());
+        QCOMPARE(model.playbackError(),
+                 std::optional<QString>(u"El canal no ha començat a reproduir-se en 35 segons. Prova un altre canal o "
+                                        u"torna-ho a provar."_s));
+    }
+
+    void switchingWaitsForTheOldPlayerToStop()
+    {
+        LibraryModel &model = *m_model;
+        const Channel stalled = liveChannel(ProviderCatalog::LiveKind::stalled);
+        const Channel regular = liveChannel(ProviderCatalog::LiveKind::regular);
+        model.play(stalled, false);
+        QTest::qWait(300); // opening, not stopped
+        skip(30s);
+        model.play(regular, false);
+        // The stalled stream's player is stopping; the new one has no media until it has stopped.
+        QCOMPARE(model.retiringPlayerCount(), 1);
+        QVERIFY(!model.player()->hasMedia());
+        QVERIFY(model.waiting());
+        QVERIFY(tickUntil([&] { return model.retiringPlayerCount() == 0; }, 5s));
+        QVERIFY(model.player()->hasMedia());
+        // The new start has a 35-second window of its own.
+        skip(20s);
+        QVERIFY(tickUntil([&] { return !model.waiting(); }));
+        QCOMPARE(model.playbackError(), std::nullopt);
+
+        // Twenty quick switches leave one player and nothing retiring once they settle.
+        for (int switches = 0; switches < 20; ++switches) {
+            model.play(switches % 2 ? regular : stalled, false);
+            QTest::qWait(40);
+        }
+        QVERIFY(tickUntil([&] { return model.retiringPlayerCount() == 0 && !model.waiting(); }, 20s));
+        QCOMPARE(model.currentChannel(), std::optional<Channel>(regular));
+    }
+
+    void volumeIsAppliedTruncated()
+    {
+        LibraryModel &model = *m_model;
+        model.play(liveChannel(ProviderCatalog::LiveKind::radio), false);
+        QCOMPARE(model.player()->volume(), 80);
+        model.setVolume(57.9);
+        QCOMPARE(model.player()->volume(), 57);
+        model.play(liveChannel(ProviderCatalog::LiveKind::radio), false);
+        QCOMPARE(model.player()->volume(), 57);
+    }
+
+    void moviesResumeAndSaveTheirProgress()
+    {
+        LibraryModel &model = *m_model;
+        QVERIFY(openFirstMovie());
+        const QString key = movieKey();
+        model.history()->update(key, 12, 100);
+
+        model.playMovie();
+        QVERIFY(model.showsCatalogPlayer());
+        QCOMPARE(model.historyKey(), std::optional<QString>(key));
+        QCOMPARE(model.pendingResume(), 12.0);
+        QVERIFY(tickUntil([&] { return model.pendingResume() == 0; }, 20s));
+        QVERIFY(model.seekable());
+        QVERIFY(model.player()->time().milliseconds() >= 9000);
+        QCOMPARE(model.notice(), std::nullopt);
+
+        // The first save comes five seconds after the confirmation.
+        QCOMPARE(model.history()->record(key)->seconds, 12.0);
+        skip(5s);
+        model.tick();
+        const double saved = model.history()->record(key)->seconds;
+        QVERIFY2(saved > 9 && saved < 20, qPrintable(QString::number(saved)));
+        QVERIFY(model.history()->record(key)->duration > 29);
+
+        // A user seek saves any position afterwards; stop() saves once more.
+        model.seek(0.1);
+        QVERIFY(tickUntil([&] { return model.player()->time().milliseconds() < 6000; }, 5s));
+        model.stop();
+        const double afterStop = model.history()->record(key)->seconds;
+        QVERIFY2(afterStop < 6, qPrintable(QString::number(afterStop)));
+
+        // The next run finds it.
+        m_preferences->restart();
+        LibraryModel &next = startModel();
+        QCOMPARE(next.history()->record(key)->seconds, afterStop);
+    }
+
+    void aResumeTheServerCannotReachIsAbandoned()
+    {
+        LibraryModel &model = *m_model;
+        QVERIFY(openFirstMovie());
+        const QString key = movieKey();
+        // Further than the 30-second film: the player is sent to 94.9 % and never gets there.
+        model.history()->update(key, 50, 100);
+        model.playMovie();
+        QVERIFY(tickUntil([&] { return model.notice().has_value(); }, 30s));
+        QCOMPARE(model.notice(),
+                 std::optional<QString>(u"El servidor no ha confirmat el punt de represa. Pots avançar manualment amb la "
+                                        u"barra temporal."_s));
+        QCOMPARE(model.pendingResume(), 0.0);
+        // Below the floor: the remembered position is kept.
+        skip(6s);
+        model.tick();
+        model.stop();
+        QCOMPARE(model.history()->record(key)->seconds, 50.0);
+    }
+
+    void audioAndSubtitleTracks()
+    {
+        LibraryModel &model = *m_model;
+        QVERIFY(openFirstMovie());
+        model.playMovie();
+        QVERIFY(tickUntil([&] { return model.audioTracks().size() == 2 && !model.waiting(); }, 20s));
+        QVERIFY(model.selectedAudio() >= 0);
+        const qint32 other = model.audioTracks().at(0).id == model.selectedAudio() ? model.audioTracks().at(1).id
+                                                                                    : model.audioTracks().at(0).id;
+        model.selectAudio(other);
+        QCOMPARE(model.selectedAudio(), other);
+        model.selectAudio(9999); // not offered: ignored
+        QCOMPARE(model.selectedAudio(), other);
+
+        // The film's own subtitles, then files added to the stream.
+        QVERIFY(tickUntil([&] { return !model.subtitleTracks().isEmpty(); }, 10s));
+        const qsizetype own = model.subtitleTracks().size();
+        QUENVO_REQUIRE_FIXTURES();
+        const QString folder = Fixtures::directory() + u"/subtitles/"_s;
+        for (const QString &file : {u"subsrt/sample.srt"_s, u"webvtt-py/captions_with_bom.vtt"_s, u"pysubs2/ttml_example.ass"_s}) {
+            const qsizetype before = model.subtitleTracks().size();
+            model.loadSubtitleFile(QUrl::fromLocalFile(folder + file));
+            QCOMPARE(model.subtitleError(), std::nullopt);
+            QVERIFY2(tickUntil([&] { return model.subtitleTracks().size() == before + 1; }, 10s), qPrintable(file));
+        }
+        QCOMPARE(model.subtitleTracks().size(), own + 3);
+
+        // Not subtitles at all, and a SubStation file whose indented sections libVLC cannot read.
+        QTemporaryDir scratch;
+        const QString garbage = scratch.filePath(u"garbage.srt"_s);
+        QFile file(garbage);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        static const char garbageBytes[] = "\x00\x01\x02 this is not a subtitle file";
+        file.write(garbageBytes, sizeof garbageBytes - 1);
+        file.close();
+        for (const QString &broken : {garbage, folder + u"subsrt/sample.ass"_s}) {
+            model.loadSubtitleFile(QUrl::fromLocalFile(broken));
+            QCOMPARE(model.subtitleError(),
+                     std::optional<QString>(u"No s’ha pogut carregar aquest fitxer de subtítols."_s));
+        }
+        // An address that is not a local file is ignored.
+        model.loadSubtitleFile(QUrl(u"http://127.0.0.1/x.srt"_s));
+        QVERIFY(model.subtitleError().has_value());
+        // Choosing a track clears it.
+        model.selectSubtitle(model.subtitleTracks().constFirst().id);
+        QCOMPARE(model.subtitleError(), std::nullopt);
+        QCOMPARE(model.selectedSubtitle(), model.subtitleTracks().constFirst().id);
+
+        // The delay goes to the player in microseconds, within ±60 s.
+        model.setSubtitleDelay(1.5);
+        QCOMPARE(model.player()->subtitleDelay(), 1'500'000);
+        for (int press = 0; press < 121; ++press)
+            model.setSubtitleDelay(model.subtitleDelay() + 0.5);
+        QCOMPARE(model.subtitleDelay(), 60.0);
+        QCOMPARE(model.player()->subtitleDelay(), 60'000'000);
+        model.setSubtitleDelay(0);
+        QCOMPARE(model.player()->subtitleDelay(), 0);
+
+        model.stop();
+        QVERIFY(model.subtitleTracks().isEmpty());
+        QVERIFY(model.audioTracks().isEmpty());
+        QCOMPARE(model.selectedSubtitle(), -1);
+        QCOMPARE(model.subtitleDelay(), 0.0);
+    }
+
+    void tracksArePublishedAsOffered()
+    {
+        const QList<MediaPlayer::Track> offered{{-1, u"Disable"_s}, {2, QString()}, {3, u"English"_s}};
+        const QList<LibraryModel::SubtitleTrack> expected{{2, u"Pista 2"_s}, {3, u"English"_s}};
+        QCOMPARE(LibraryModel::selectableTracks(offered), expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_LibraryPlayback)
+#include "tst_library_playback.moc"
