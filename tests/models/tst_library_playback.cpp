@@ -179,9 +179,11 @@ private Q_SLOTS:
         QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 5s));
         QCOMPARE(model.playbackError(), std::optional<QString>(openFailure));
         QVERIFY(!model.waiting());
-        // Nothing to pause after a failure.
+        // Nothing to pause or restart after a failure.
         model.togglePlayback();
+        QTest::qWait(300);
         model.tick();
+        QCOMPARE(model.player()->state(), MediaPlayer::State::Error);
         QCOMPARE(model.playbackError(), std::optional<QString>(openFailure));
         model.retryPlayback();
         QCOMPARE(model.playbackError(), std::nullopt);
@@ -227,6 +229,10 @@ private Q_SLOTS:
         QCOMPARE(model.retiringPlayerCount(), 1);
         QVERIFY(!model.player()->hasMedia());
         QVERIFY(model.waiting());
+        // Nothing to pause while the start is pending.
+        model.togglePlayback();
+        QVERIFY(!model.player()->hasMedia());
+        QCOMPARE(model.player()->state(), MediaPlayer::State::Stopped);
         QVERIFY(tickUntil([&] { return model.retiringPlayerCount() == 0; }, 5s));
         QVERIFY(model.player()->hasMedia());
         // The new start has a 35-second window of its own.
@@ -374,6 +380,45 @@ private Q_SLOTS:
         QVERIFY(model.audioTracks().isEmpty());
         QCOMPARE(model.selectedSubtitle(), -1);
         QCOMPARE(model.subtitleDelay(), 0.0);
+    }
+
+    void episodesFollowEachOtherAcrossSeasons()
+    {
+        LibraryModel &model = *m_model;
+        model.selectSection(LibraryModel::Section::series);
+        QVERIFY(QTest::qWaitFor([&] { return !model.catalog()->items().isEmpty(); }, 10000));
+        // A series with more than one season.
+        std::optional<CatalogDetail> detail;
+        for (const CatalogItem &item : model.catalog()->items()) {
+            model.catalog()->show(item);
+            QVERIFY(QTest::qWaitFor([&] { return model.catalog()->detail().has_value(); }, 10000));
+            if (model.catalog()->detail()->seasons().size() > 1) {
+                detail = model.catalog()->detail();
+                break;
+            }
+        }
+        if (!detail)
+            QSKIP("the provider lists no series with two seasons");
+        const QList<CatalogEpisode> &episodes = detail->episodes;
+        qsizetype lastOfFirst = 0;
+        while (episodes.at(lastOfFirst + 1).season == episodes.at(0).season)
+            ++lastOfFirst;
+
+        model.playEpisode(episodes.at(lastOfFirst).id);
+        QCOMPARE(model.currentChannel(), std::optional<Channel>(episodes.at(lastOfFirst).channel));
+        QCOMPARE(model.historyKey(),
+                 std::optional<QString>(WatchProgress::key(m_account.id, CatalogKind::series, episodes.at(lastOfFirst).id)));
+        QCOMPARE(model.nextEpisode(), std::optional<CatalogEpisode>(episodes.at(lastOfFirst + 1)));
+        QCOMPARE(model.nextEpisode()->season, episodes.at(0).season + 1);
+        model.playNextEpisode();
+        QCOMPARE(model.currentChannel(), std::optional<Channel>(episodes.at(lastOfFirst + 1).channel));
+
+        model.playEpisode(episodes.constLast().id);
+        QCOMPARE(model.nextEpisode(), std::nullopt);
+        // A live channel has no next episode.
+        model.selectSection(LibraryModel::Section::live);
+        model.play(liveChannel(ProviderCatalog::LiveKind::regular), false);
+        QCOMPARE(model.nextEpisode(), std::nullopt);
     }
 
     void tracksArePublishedAsOffered()
