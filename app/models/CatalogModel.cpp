@@ -4,6 +4,7 @@
 #include "CatalogEpisodeListModel.h"
 #include "CatalogItemListModel.h"
 #include "LibraryModel.h"
+#include "Publish.h"
 #include "async/Cancellation.h"
 #include "records/WatchProgress.h"
 #include "stores/WatchHistory.h"
@@ -430,10 +431,7 @@ QVariant CatalogModel::nextEpisodeValue() const
 
 void CatalogModel::setKind(CatalogKind kind)
 {
-    if (kind == m_kind)
-        return;
-    m_kind = kind;
-    Q_EMIT kindChanged();
+    publish(this, m_kind, kind, &CatalogModel::kindChanged);
 }
 
 void CatalogModel::setSource(const std::optional<PlaylistSource> &source)
@@ -458,10 +456,7 @@ void CatalogModel::setCategories(const QList<CatalogCategory> &categories)
 
 void CatalogModel::setSelectedCategory(const std::optional<CatalogCategory> &category)
 {
-    if (category == m_selectedCategory)
-        return;
-    m_selectedCategory = category;
-    Q_EMIT selectedCategoryChanged();
+    publish(this, m_selectedCategory, category, &CatalogModel::selectedCategoryChanged);
 }
 
 void CatalogModel::setItems(const QList<CatalogItem> &items)
@@ -494,34 +489,22 @@ void CatalogModel::setSelectedItem(const std::optional<CatalogItem> &item)
 
 void CatalogModel::setLoading(bool loading)
 {
-    if (loading == m_loading)
-        return;
-    m_loading = loading;
-    Q_EMIT loadingChanged();
+    publish(this, m_loading, loading, &CatalogModel::loadingChanged);
 }
 
 void CatalogModel::setLoadingDetail(bool loading)
 {
-    if (loading == m_loadingDetail)
-        return;
-    m_loadingDetail = loading;
-    Q_EMIT loadingDetailChanged();
+    publish(this, m_loadingDetail, loading, &CatalogModel::loadingDetailChanged);
 }
 
 void CatalogModel::setError(const std::optional<QString> &error)
 {
-    if (error == m_error)
-        return;
-    m_error = error;
-    Q_EMIT errorChanged();
+    publish(this, m_error, error, &CatalogModel::errorChanged);
 }
 
 void CatalogModel::setDetailError(const std::optional<QString> &error)
 {
-    if (error == m_detailError)
-        return;
-    m_detailError = error;
-    Q_EMIT detailErrorChanged();
+    publish(this, m_detailError, error, &CatalogModel::detailErrorChanged);
 }
 
 void CatalogModel::setSelectedSeason(std::optional<qint64> season)

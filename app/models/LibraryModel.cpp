@@ -3,6 +3,7 @@
 #include "CatalogModel.h"
 #include "ChannelCategoriesModel.h"
 #include "ChannelListModel.h"
+#include "Publish.h"
 #include "http/TransportError.h"
 #include "records/IPTVError.h"
 #include "records/JsonFields.h"
@@ -242,10 +243,7 @@ std::optional<PlaylistSource> LibraryModel::activeSource() const
 
 void LibraryModel::setEditingSource(const std::optional<PlaylistSource> &source)
 {
-    if (source == m_editingSource)
-        return;
-    m_editingSource = source;
-    Q_EMIT editingSourceChanged();
+    publish(this, m_editingSource, source, &LibraryModel::editingSourceChanged);
 }
 
 void LibraryModel::addSource()
@@ -523,10 +521,7 @@ RequestSlot::Ticket LibraryModel::navigate()
 
 void LibraryModel::setFavoriteSection(Section section)
 {
-    if (section == m_favoriteSection)
-        return;
-    m_favoriteSection = section;
-    Q_EMIT favoriteSectionChanged();
+    publish(this, m_favoriteSection, section, &LibraryModel::favoriteSectionChanged);
 }
 
 void LibraryModel::selectSection(Section section)
@@ -669,50 +664,32 @@ void LibraryModel::openPersonalCategory(const PersonalCategory &category)
 
 void LibraryModel::setActiveID(const std::optional<QUuid> &id)
 {
-    if (id == m_activeID)
-        return;
-    m_activeID = id;
-    Q_EMIT activeIDChanged();
+    publish(this, m_activeID, id, &LibraryModel::activeIDChanged);
 }
 
 void LibraryModel::setIsLoading(bool isLoading)
 {
-    if (isLoading == m_isLoading)
-        return;
-    m_isLoading = isLoading;
-    Q_EMIT isLoadingChanged();
+    publish(this, m_isLoading, isLoading, &LibraryModel::isLoadingChanged);
 }
 
 void LibraryModel::setNotice(const std::optional<QString> &notice)
 {
-    if (notice == m_notice)
-        return;
-    m_notice = notice;
-    Q_EMIT noticeChanged();
+    publish(this, m_notice, notice, &LibraryModel::noticeChanged);
 }
 
 void LibraryModel::setSection(Section section)
 {
-    if (section == m_section)
-        return;
-    m_section = section;
-    Q_EMIT sectionChanged();
+    publish(this, m_section, section, &LibraryModel::sectionChanged);
 }
 
 void LibraryModel::setSelectedPersonalListID(const std::optional<QUuid> &id)
 {
-    if (id == m_selectedPersonalListID)
-        return;
-    m_selectedPersonalListID = id;
-    Q_EMIT selectedPersonalListIDChanged();
+    publish(this, m_selectedPersonalListID, id, &LibraryModel::selectedPersonalListIDChanged);
 }
 
 void LibraryModel::setPersonalReturnID(const std::optional<QUuid> &id)
 {
-    if (id == m_personalReturnID)
-        return;
-    m_personalReturnID = id;
-    Q_EMIT personalReturnIDChanged();
+    publish(this, m_personalReturnID, id, &LibraryModel::personalReturnIDChanged);
 }
 
 

@@ -7,6 +7,7 @@
 #include "CatalogModel.h"
 #include "ChannelListModel.h"
 #include "LibraryModel.h"
+#include "Publish.h"
 #include "records/CatalogDetail.h"
 #include "records/WatchProgress.h"
 #include "stores/WatchHistory.h"
@@ -165,10 +166,7 @@ void LibraryModel::stop()
 
     setSubtitleTracks({});
     setSelectedSubtitle(-1);
-    if (m_subtitleDelay != 0) {
-        m_subtitleDelay = 0;
-        Q_EMIT subtitleDelayChanged();
-    }
+    publish(this, m_subtitleDelay, 0.0, &LibraryModel::subtitleDelayChanged);
     setSubtitleError(std::nullopt);
     setSubtitleControlsOpen(false);
 }
@@ -314,11 +312,8 @@ void LibraryModel::retryPlayback()
 
 void LibraryModel::setVolume(double volume)
 {
-    if (volume == m_volume)
-        return;
-    m_volume = volume;
-    Q_EMIT volumeChanged();
-    m_player->setVolume(int(m_volume));
+    if (publish(this, m_volume, volume, &LibraryModel::volumeChanged))
+        m_player->setVolume(int(m_volume)); // 57.9 plays at 57
 }
 
 bool LibraryModel::isCurrentPlayer(QObject *player) const
@@ -493,10 +488,7 @@ void LibraryModel::setSubtitleDelay(double seconds)
 {
     const double delay = std::isnan(seconds) ? subtitleDelayLimit
                                              : std::clamp(seconds, -subtitleDelayLimit, subtitleDelayLimit);
-    if (delay != m_subtitleDelay) {
-        m_subtitleDelay = delay;
-        Q_EMIT subtitleDelayChanged();
-    }
+    publish(this, m_subtitleDelay, delay, &LibraryModel::subtitleDelayChanged);
     m_player->setSubtitleDelay(qint64(m_subtitleDelay * 1'000'000));
 }
 
@@ -514,156 +506,99 @@ void LibraryModel::loadSubtitleFile(const QUrl &url)
 
 void LibraryModel::setCurrentChannel(const std::optional<Channel> &channel)
 {
-    if (channel == m_currentChannel)
-        return;
-    m_currentChannel = channel;
-    Q_EMIT currentChannelChanged();
-    Q_EMIT nextEpisodeChanged();
+    if (publish(this, m_currentChannel, channel, &LibraryModel::currentChannelChanged))
+        Q_EMIT nextEpisodeChanged();
 }
 
 void LibraryModel::setIsOnDemand(bool isOnDemand)
 {
-    if (isOnDemand == m_isOnDemand)
-        return;
-    m_isOnDemand = isOnDemand;
-    Q_EMIT isOnDemandChanged();
-    Q_EMIT nextEpisodeChanged();
+    if (publish(this, m_isOnDemand, isOnDemand, &LibraryModel::isOnDemandChanged))
+        Q_EMIT nextEpisodeChanged();
 }
 
 void LibraryModel::setIsPlaying(bool isPlaying)
 {
-    if (isPlaying == m_isPlaying)
-        return;
-    m_isPlaying = isPlaying;
-    Q_EMIT isPlayingChanged();
+    publish(this, m_isPlaying, isPlaying, &LibraryModel::isPlayingChanged);
 }
 
 void LibraryModel::setElapsed(const QString &elapsed)
 {
-    if (elapsed == m_elapsed)
-        return;
-    m_elapsed = elapsed;
-    Q_EMIT elapsedChanged();
+    publish(this, m_elapsed, elapsed, &LibraryModel::elapsedChanged);
 }
 
 void LibraryModel::setDurationLabel(const QString &label)
 {
-    if (label == m_durationLabel)
-        return;
-    m_durationLabel = label;
-    Q_EMIT durationLabelChanged();
+    publish(this, m_durationLabel, label, &LibraryModel::durationLabelChanged);
 }
 
 void LibraryModel::setPlaybackPosition(double position)
 {
-    if (position == m_playbackPosition)
-        return;
-    m_playbackPosition = position;
-    Q_EMIT playbackPositionChanged();
+    publish(this, m_playbackPosition, position, &LibraryModel::playbackPositionChanged);
 }
 
 void LibraryModel::setSeekable(bool seekable)
 {
-    if (seekable == m_seekable)
-        return;
-    m_seekable = seekable;
-    Q_EMIT seekableChanged();
+    publish(this, m_seekable, seekable, &LibraryModel::seekableChanged);
 }
 
 void LibraryModel::setDiagnostics(const QString &diagnostics)
 {
-    if (diagnostics == m_diagnostics)
-        return;
-    m_diagnostics = diagnostics;
-    Q_EMIT diagnosticsChanged();
+    publish(this, m_diagnostics, diagnostics, &LibraryModel::diagnosticsChanged);
 }
 
 void LibraryModel::setPlaybackError(const std::optional<QString> &error)
 {
-    if (error == m_playbackError)
-        return;
-    m_playbackError = error;
-    Q_EMIT playbackErrorChanged();
+    publish(this, m_playbackError, error, &LibraryModel::playbackErrorChanged);
 }
 
 void LibraryModel::setWaiting(bool waiting)
 {
-    if (waiting == m_waiting)
-        return;
-    m_waiting = waiting;
-    Q_EMIT waitingChanged();
+    publish(this, m_waiting, waiting, &LibraryModel::waitingChanged);
 }
 
 void LibraryModel::setShowsCatalogPlayer(bool shows)
 {
-    if (shows == m_showsCatalogPlayer)
-        return;
-    m_showsCatalogPlayer = shows;
-    Q_EMIT showsCatalogPlayerChanged();
+    publish(this, m_showsCatalogPlayer, shows, &LibraryModel::showsCatalogPlayerChanged);
 }
 
 void LibraryModel::setSubtitleTracks(const QList<SubtitleTrack> &tracks)
 {
-    if (tracks == m_subtitleTracks)
-        return;
-    m_subtitleTracks = tracks;
-    Q_EMIT subtitleTracksChanged();
+    publish(this, m_subtitleTracks, tracks, &LibraryModel::subtitleTracksChanged);
 }
 
 void LibraryModel::setSelectedSubtitle(int id)
 {
-    if (id == m_selectedSubtitle)
-        return;
-    m_selectedSubtitle = id;
-    Q_EMIT selectedSubtitleChanged();
+    publish(this, m_selectedSubtitle, id, &LibraryModel::selectedSubtitleChanged);
 }
 
 void LibraryModel::setSubtitleError(const std::optional<QString> &error)
 {
-    if (error == m_subtitleError)
-        return;
-    m_subtitleError = error;
-    Q_EMIT subtitleErrorChanged();
+    publish(this, m_subtitleError, error, &LibraryModel::subtitleErrorChanged);
 }
 
 void LibraryModel::setSubtitleControlsOpen(bool open)
 {
-    if (open == m_subtitleControlsOpen)
-        return;
-    m_subtitleControlsOpen = open;
-    Q_EMIT subtitleControlsOpenChanged();
+    publish(this, m_subtitleControlsOpen, open, &LibraryModel::subtitleControlsOpenChanged);
 }
 
 void LibraryModel::setAudioTracks(const QList<SubtitleTrack> &tracks)
 {
-    if (tracks == m_audioTracks)
-        return;
-    m_audioTracks = tracks;
-    Q_EMIT audioTracksChanged();
+    publish(this, m_audioTracks, tracks, &LibraryModel::audioTracksChanged);
 }
 
 void LibraryModel::setSelectedAudio(int id)
 {
-    if (id == m_selectedAudio)
-        return;
-    m_selectedAudio = id;
-    Q_EMIT selectedAudioChanged();
+    publish(this, m_selectedAudio, id, &LibraryModel::selectedAudioChanged);
 }
 
 void LibraryModel::setAudioControlsOpen(bool open)
 {
-    if (open == m_audioControlsOpen)
-        return;
-    m_audioControlsOpen = open;
-    Q_EMIT audioControlsOpenChanged();
+    publish(this, m_audioControlsOpen, open, &LibraryModel::audioControlsOpenChanged);
 }
 
 void LibraryModel::setVideoFullScreen(bool fullScreen)
 {
-    if (fullScreen == m_videoFullScreen)
-        return;
-    m_videoFullScreen = fullScreen;
-    Q_EMIT videoFullScreenChanged();
+    publish(this, m_videoFullScreen, fullScreen, &LibraryModel::videoFullScreenChanged);
 }
 
 // --- what the views read --------------------------------------------------------------------------------
