@@ -1,0 +1,208 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quenvo
+
+// The live channels of the active connection: search, category, count and the rows. Rows are
+// created only for what is on screen, so a list of 100,000 channels scrolls like a short one.
+Rectangle {
+    id: root
+
+    required property LibraryModel library
+
+    readonly property int count: library.filteredChannels.count
+    readonly property string playingID: library.currentChannel !== undefined ? library.currentChannel.id : ""
+    // The names of `categories`, in its order; the picker puts "Totes les categories" before them.
+    property var categoryNames: []
+
+    color: Theme.panel
+    radius: Theme.radiusLarge
+
+    Instantiator {
+        id: categoryReader
+
+        model: root.library.categories
+        delegate: QtObject {
+            required property string name
+        }
+        onObjectAdded: namesChanged.restart()
+        onObjectRemoved: namesChanged.restart()
+    }
+    // Reads the names once per batch of changes rather than once per category.
+    Timer {
+        id: namesChanged
+
+        interval: 0
+        onTriggered: {
+            const names = []
+            for (let i = 0; i < categoryReader.count; ++i)
+                names.push(categoryReader.objectAt(i).name)
+            root.categoryNames = names
+        }
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.spacing
+        spacing: Theme.spacingSmall + 2
+
+        TextField {
+            id: searchField
+
+            objectName: "searchField"
+            placeholderText: "Cerca un canal"
+            Accessible.name: "Cerca un canal"
+            text: root.library.search
+            onTextEdited: root.library.search = text
+            font.pixelSize: Theme.bodySize
+            color: Theme.primaryText
+            placeholderTextColor: Theme.tertiaryText
+            selectionColor: Theme.mint
+            selectedTextColor: Theme.textOnMint
+            leftPadding: 10
+            rightPadding: 10
+            Layout.fillWidth: true
+            background: Rectangle {
+                implicitHeight: 32
+                radius: Theme.radius
+                color: Theme.fieldBackground
+                border.width: 1
+                border.color: searchField.activeFocus ? Theme.mint : Theme.fieldBorder
+            }
+        }
+
+        ComboBox {
+            id: categoryPicker
+
+            objectName: "categoryPicker"
+            Accessible.name: "Categoria"
+            model: ["Totes les categories"].concat(root.categoryNames)
+            currentIndex: root.library.category === undefined ? 0 : root.categoryNames.indexOf(root.library.category) + 1
+            onActivated: index => root.library.category = index === 0 ? undefined : root.categoryNames[index - 1]
+            font.pixelSize: Theme.bodySize
+            leftPadding: 10
+            Layout.fillWidth: true
+            background: Rectangle {
+                implicitHeight: 32
+                radius: Theme.radius
+                color: categoryPicker.pressed ? Theme.selection : Theme.fieldBackground
+                border.width: 1
+                border.color: categoryPicker.activeFocus ? Theme.mint : Theme.fieldBorder
+            }
+            delegate: ItemDelegate {
+                id: categoryItem
+
+                required property int index
+                required property string modelData
+
+                width: categoryPicker.width - 8
+                x: 4
+                highlighted: categoryPicker.highlightedIndex === index
+                contentItem: Label {
+                    text: categoryItem.modelData
+                    font.pixelSize: Theme.bodySize
+                    font.weight: categoryPicker.currentIndex === categoryItem.index ? Font.DemiBold : Font.Normal
+                    color: categoryPicker.currentIndex === categoryItem.index ? Theme.mint : Theme.primaryText
+                    elide: Text.ElideRight
+                    verticalAlignment: Text.AlignVCenter
+                }
+                background: Rectangle {
+                    radius: Theme.radiusSmall
+                    color: categoryItem.highlighted ? Theme.hover : "transparent"
+                }
+            }
+            popup.topPadding: 4
+            popup.bottomPadding: 4
+            popup.background: Rectangle {
+                color: Qt.lighter(Theme.panel, 1.35)
+                radius: Theme.radius
+                border.width: 1
+                border.color: Theme.separator
+            }
+        }
+
+        Label {
+            objectName: "channelCount"
+            text: root.count === 1 ? "1 CANAL" : root.count + " CANALS"
+            font.pixelSize: Theme.captionSize
+            font.weight: Font.DemiBold
+            font.letterSpacing: Theme.wideLetterSpacing
+            color: Theme.tertiaryText
+            Layout.topMargin: Theme.spacingTiny
+            Layout.leftMargin: Theme.spacingTiny
+        }
+
+        Item {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+
+            ListView {
+                id: channelView
+
+                objectName: "channelView"
+                anchors.fill: parent
+                model: root.library.filteredChannels
+                reuseItems: true
+                clip: true
+                spacing: 2
+                boundsBehavior: Flickable.StopAtBounds
+                ScrollBar.vertical: ScrollBar {}
+
+                delegate: ChannelRow {
+                    width: ListView.view.width
+                    playing: channelID === root.playingID
+                    onPlayRequested: index => root.library.playAt(index)
+                    onFavoriteToggled: index => root.library.toggleFavoriteAt(index)
+                }
+            }
+
+            // Nothing to list: the first channels are on their way, or the filters leave nothing.
+            ColumnLayout {
+                objectName: "loadingChannels"
+                anchors.centerIn: parent
+                visible: root.count === 0 && root.library.isLoading
+                spacing: Theme.spacingSmall
+
+                BusyIndicator {
+                    running: parent.visible
+                    Layout.alignment: Qt.AlignHCenter
+                }
+                Label {
+                    text: "Carregant canals…"
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    Layout.alignment: Qt.AlignHCenter
+                }
+            }
+            ColumnLayout {
+                objectName: "noChannels"
+                anchors.centerIn: parent
+                width: parent.width - 2 * Theme.spacing
+                visible: root.count === 0 && !root.library.isLoading
+                spacing: Theme.spacingSmall
+
+                Icon {
+                    name: "tv"
+                    size: 32
+                    color: Theme.tertiaryText
+                    Layout.alignment: Qt.AlignHCenter
+                }
+                Label {
+                    text: "Cap canal"
+                    color: Theme.primaryText
+                    font.pixelSize: Theme.title3Size
+                    font.weight: Font.DemiBold
+                    Layout.alignment: Qt.AlignHCenter
+                }
+                Label {
+                    text: "Prova una altra cerca o categoria."
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.calloutSize
+                    horizontalAlignment: Text.AlignHCenter
+                    wrapMode: Text.Wrap
+                    Layout.fillWidth: true
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,107 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quenvo
+
+// The content of the main window: the sidebar, then the header, the notice and the content, which
+// is the welcome view before any connection exists and the channel list beside the player for live
+// TV. It also hosts the connection editor and the question before a connection is removed.
+Rectangle {
+    id: root
+
+    required property LibraryModel library
+
+    readonly property bool showsPersonalList: library.selectedPersonalListID.length > 0
+    readonly property bool showsWelcome: !showsPersonalList && !library.favoritesOnly
+                                         && library.sources.length === 0 && library.temporarySources.length === 0
+                                         && library.channelCount === 0 && !library.isLoading
+    readonly property bool showsLive: !showsPersonalList && !library.favoritesOnly && !showsWelcome
+                                      && library.section === "live"
+
+    color: Theme.appBackground
+    implicitWidth: 1000
+    implicitHeight: 650
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        Sidebar {
+            objectName: "sidebar"
+            library: root.library
+            Layout.preferredWidth: Theme.sidebarWidth
+            Layout.fillHeight: true
+            onRemoveRequested: source => removeDialog.ask(source)
+        }
+        Rectangle {
+            color: Theme.separator
+            implicitWidth: 1
+            Layout.fillHeight: true
+        }
+
+        ColumnLayout {
+            spacing: 0
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+
+            LibraryHeader {
+                objectName: "header"
+                library: root.library
+                Layout.fillWidth: true
+                Layout.topMargin: Theme.spacingSmall
+            }
+            NoticeBanner {
+                objectName: "noticeBanner"
+                library: root.library
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.spacingHuge
+                Layout.rightMargin: Theme.spacingHuge
+                Layout.bottomMargin: Theme.spacing
+            }
+
+            Item {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+
+                WelcomeView {
+                    objectName: "welcomeView"
+                    anchors.fill: parent
+                    visible: root.showsWelcome
+                    onAddRequested: root.library.addSource()
+                }
+
+                RowLayout {
+                    objectName: "liveView"
+                    anchors.fill: parent
+                    anchors.leftMargin: Theme.spacingHuge
+                    anchors.rightMargin: Theme.spacingHuge
+                    anchors.bottomMargin: Theme.spacingHuge
+                    visible: root.showsLive
+                    spacing: Theme.spacingLarge
+
+                    ChannelList {
+                        objectName: "channelList"
+                        library: root.library
+                        Layout.preferredWidth: Theme.channelListWidth
+                        Layout.fillHeight: true
+                    }
+                    PlaybackPane {
+                        objectName: "playbackPane"
+                        library: root.library
+                        Layout.fillWidth: true
+                        Layout.fillHeight: true
+                    }
+                }
+            }
+        }
+    }
+
+    RemoveSourceDialog {
+        id: removeDialog
+
+        library: root.library
+    }
+    SourceEditor {
+        library: root.library
+    }
+}

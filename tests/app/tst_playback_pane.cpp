@@ -1,0 +1,610 @@
+// The playback pane and its full-screen video, shown in a real window against a LibraryModel that
+// plays the local provider's generated streams through libVLC. Screenshots of what the user sees
+// are saved beside the test executable.
+
+#include "../stores/StoreTestSupport.h"
+#include "MediaPlayer.h"
+#include "ProviderServer.h"
+#include "VideoSurface.h"
+#include "models/CatalogModel.h"
+#include "models/LibraryModel.h"
+#include "records/CatalogDetail.h"
+
+#include <QAccessible>
+#include <QColor>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QImage>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The pane as the main window lays it out, on the window's background.
+const QByteArray hostQml = R"(
+import QtQuick
+import Quenvo
+
+Window {
+    id: root
+    required property LibraryModel library
+    property alias pane: pane
+    width: 900
+    height: 680
+    color: Theme.appBackground
+
+    PlaybackPane {
+        id: pane
+        objectName: "playbackPane"
+        anchors.fill: parent
+        anchors.margins: 16
+        library: root.library
+    }
+}
+)";
+
+// The share of clearly lit pixels along a horizontal line across `rect`, `height` (0…1) down.
+double litShare(const QImage &image, const QRectF &rect, double height)
+{
+    int lit = 0;
+    int samples = 0;
+    for (int column = 1; column < 20; ++column) {
+        const QPoint point(int(rect.left() + rect.width() * column / 20), int(rect.top() + rect.height() * height));
+        if (!image.rect().contains(point))
+            continue;
+        ++samples;
+        if (QColor(image.pixel(point)).lightness() > 40)
+            ++lit;
+    }
+    return samples == 0 ? 0 : double(lit) / samples;
+}
+
+} // namespace
+
+class tst_PlaybackPane : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<ProviderServer> m_provider;
+    std::unique_ptr<StoreTest::Preferences> m_preferences;
+    std::unique_ptr<LibraryModel> m_model;
+    std::unique_ptr<QQmlEngine> m_engine;
+    std::unique_ptr<QQuickWindow> m_window;
+    PlaylistSource m_account{QUuid::createUuid(), u"Demo"_s, QString(), QString(), QString(),
+                             PlaylistSource::Kind::xtream};
+
+    QQuickItem *pane() const { return m_window->findChild<QQuickItem *>(u"playbackPane"_s); }
+
+    template<typename T = QQuickItem> T *paneItem(const QString &name) const
+    {
+        T *item = m_window->findChild<T *>(name);
+        if (!item)
+            qWarning("no item %s", qPrintable(name));
+        return item;
+    }
+
+    QQuickWindow *fullScreenWindow() const
+    {
+        return qobject_cast<QQuickWindow *>(pane()->property("fullScreenWindow").value<QObject *>());
+    }
+
+    Channel liveChannel(ProviderCatalog::LiveKind kind) const
+    {
+        const QString name = m_provider->catalog().liveChannelName(m_provider->catalog().liveChannelIndex(kind));
+        for (const Channel &channel : m_model->channels()) {
+            if (channel.name() == name)
+                return channel;
+        }
+        qFatal("no channel %s", qPrintable(name));
+    }
+
+    // Clicks the middle of a visible, enabled item, in whatever window shows it.
+    static bool click(QQuickItem *item)
+    {
+        if (!item || !item->isVisible() || !item->isEnabled() || !item->window())
+            return false;
+        const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+        QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+        return true;
+    }
+
+    // A picture playing on `surface`, drawn where the surface says: lit from its top to its bottom
+    // edge (the generated clips are colour bars over the whole picture), and nothing drawn above it.
+    // `toBottom` false leaves out the bottom edge (under the full-screen panel).
+    static bool showsPicture(QQuickWindow *window, VideoSurface *surface, bool toBottom = true)
+    {
+        if (surface->frameCount() < 3 || surface->pictureRect().isEmpty())
+            return false;
+        const QImage image = window->grabWindow().convertToFormat(QImage::Format_RGB32);
+        const QRectF picture = surface->pictureRect().translated(surface->mapToScene(QPointF(0, 0)));
+        for (const double height : {0.03, 0.5, 0.97}) {
+            if ((height < 0.9 || toBottom) && litShare(image, picture, height) < 0.7)
+                return false;
+        }
+        const QRectF above(picture.left(), picture.top() - 8, picture.width(), 1);
+        return picture.top() < 8 || litShare(image, above, 0) == 0;
+    }
+
+    // Opens the first movie's detail.
+    bool openFirstMovie()
+    {
+        m_model->selectSection(LibraryModel::Section::movies);
+        if (!QTest::qWaitFor([&] { return !m_model->catalog()->items().isEmpty(); }, 10000))
+            return false;
+        m_model->catalog()->show(m_model->catalog()->items().constFirst());
+        return QTest::qWaitFor([&] { return m_model->catalog()->detail().has_value(); }, 10000)
+            && m_model->catalog()->detail()->movie.has_value();
+    }
+
+    static QString accessibleName(QQuickItem *item)
+    {
+        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
+        return interface ? interface->text(QAccessible::Name) : QString();
+    }
+
+    void save(QQuickWindow *window, const QString &name)
+    {
+        const QImage image = window->grabWindow();
+        QVERIFY(!image.isNull());
+        QVERIFY(image.save(QDir(QCoreApplication::applicationDirPath()).filePath(name + u".png"_s)));
+    }
+
+    void playAndWaitForPicture(ProviderCatalog::LiveKind kind = ProviderCatalog::LiveKind::regular)
+    {
+        m_model->play(liveChannel(kind), false);
+        auto *surface = paneItem<VideoSurface>(u"videoSurface"_s);
+        QVERIFY(surface);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->waiting() && m_model->isPlaying(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(showsPicture(m_window.get(), surface), 10000);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (qgetenv("QUENVO_SECRET_SERVICE") != "unlocked")
+            QSKIP("run through scripts/with-secret-service.sh (a throw-away keyring)");
+        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
+        ProviderOptions options;
+        options.liveChannels = 8;
+        options.movies = 2;
+        options.series = 0;
+        options.categories = 1;
+        m_provider = std::make_unique<ProviderServer>(options);
+        QVERIFY2(m_provider->start(), qPrintable(m_provider->errorString()));
+        if (!m_provider->mediaAvailable())
+            QSKIP(qPrintable(u"no generated media: "_s + m_provider->mediaError()));
+        m_account.address = m_provider->baseURL().toString();
+        m_account.username = ProviderCatalog::demoUsername();
+        m_account.password = ProviderCatalog::demoPassword();
+    }
+
+    void init()
+    {
+        m_preferences = std::make_unique<StoreTest::Preferences>();
+        LibraryModel::Environment environment;
+        environment.preferences = &m_preferences->settings();
+        environment.keychainService = u"test.quenvo.pane"_s;
+        m_model = std::make_unique<LibraryModel>(environment);
+        QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
+        m_model->load(m_account, false, true);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isLoading(), 20000);
+        QVERIFY(m_model->channelCount() > 0);
+
+        m_engine = std::make_unique<QQmlEngine>();
+        m_engine->addImportPath(u"qrc:/"_s);
+        QQmlComponent component(m_engine.get());
+        component.setData(hostQml, QUrl(u"qrc:/tst_playback_pane/Host.qml"_s));
+        QVERIFY2(component.isReady(), qPrintable(component.errorString()));
+        QObject *object = component.createWithInitialProperties({{u"library"_s, QVariant::fromValue(m_model.get())}});
+        QVERIFY2(object, qPrintable(component.errorString()));
+        m_window.reset(qobject_cast<QQuickWindow *>(object));
+        QVERIFY(m_window);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    }
+
+    void cleanup()
+    {
+        if (m_model)
+            m_model->stop();
+        m_window.reset();
+        m_engine.reset();
+        m_model.reset();
+        m_preferences.reset();
+    }
+
+    void idleTextsUntilAChannelPlays()
+    {
+        QVERIFY(paneItem(u"idleView"_s)->isVisible());
+        QVERIFY(!paneItem(u"videoStage"_s)->isVisible());
+        save(m_window.get(), u"playback-pane-idle"_s);
+
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+        QVERIFY(!paneItem(u"idleView"_s)->isVisible());
+        QVERIFY(paneItem(u"videoStage"_s)->isVisible());
+        QVERIFY(!paneItem(u"waitingIndicator"_s)->isVisible());
+        QVERIFY(!paneItem(u"playbackErrorOverlay"_s)->isVisible());
+        save(m_window.get(), u"playback-pane-playing"_s);
+
+        // The play/pause button and a click on the picture both pause and resume.
+        QQuickItem *playPause = paneItem(u"playPauseButton"_s);
+        QCOMPARE(accessibleName(playPause), u"Pausa"_s);
+        QVERIFY(click(playPause));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
+        QCOMPARE(accessibleName(playPause), u"Reprodueix"_s);
+        QVERIFY(click(paneItem(u"videoStage"_s)));
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
+
+        // The volume slider shows the model's volume and sets it.
+        QQuickItem *volume = paneItem(u"volumeSlider"_s);
+        QCOMPARE(volume->property("value").toDouble(), m_model->volume());
+        QTest::mouseClick(m_window.get(), Qt::LeftButton, Qt::NoModifier,
+                          volume->mapToScene(QPointF(7 + (volume->width() - 14) * 0.25, volume->height() / 2)).toPoint());
+        QVERIFY2(qAbs(m_model->volume() - 25) < 3, qPrintable(QString::number(m_model->volume())));
+        m_model->setVolume(60);
+        QCOMPARE(volume->property("value").toDouble(), 60.0);
+
+        // The playback state, folded until asked for.
+        QQuickItem *status = paneItem(u"playbackStatusText"_s);
+        QVERIFY(!status->isVisible());
+        QVERIFY(click(paneItem(u"playbackStatusToggle"_s)));
+        QVERIFY(status->isVisible());
+        QTRY_COMPARE(status->property("text").toString(), m_model->diagnostics());
+        QVERIFY(m_model->diagnostics().startsWith(u"Vídeo: "_s));
+        save(m_window.get(), u"playback-pane-status"_s);
+        QVERIFY(click(paneItem(u"playbackStatusToggle"_s)));
+        QVERIFY(!status->isVisible());
+
+        // Stop returns to the idle texts.
+        QVERIFY(click(paneItem(u"stopButton"_s)));
+        QCOMPARE(m_model->currentChannel(), std::nullopt);
+        QTRY_VERIFY(paneItem(u"idleView"_s)->isVisible());
+    }
+
+    void aStreamThatDoesNotStartShowsTheWaitingIndicator()
+    {
+        m_model->play(liveChannel(ProviderCatalog::LiveKind::stalled), false);
+        QVERIFY(m_model->waiting());
+        QVERIFY(paneItem(u"waitingIndicator"_s)->isVisible());
+        QVERIFY(paneItem(u"videoStage"_s)->isVisible());
+        QVERIFY(!paneItem(u"playbackErrorOverlay"_s)->isVisible());
+        save(m_window.get(), u"playback-pane-waiting"_s);
+        m_model->stop();
+        QVERIFY(!paneItem(u"waitingIndicator"_s)->isVisible());
+    }
+
+    void aFailedChannelOffersARetry()
+    {
+        m_model->play(liveChannel(ProviderCatalog::LiveKind::missing), false);
+        QQuickItem *overlay = paneItem(u"playbackErrorOverlay"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(overlay->isVisible(), 10000);
+        QVERIFY(m_model->playbackError().has_value());
+        QCOMPARE(paneItem(u"playbackErrorText"_s)->property("text").toString(), *m_model->playbackError());
+        save(m_window.get(), u"playback-pane-error"_s);
+
+        QSignalSpy errors(m_model.get(), &LibraryModel::playbackErrorChanged);
+        QVERIFY(click(paneItem(u"retryButton"_s)));
+        // The retry clears the message and starts again; the server still answers 404.
+        QVERIFY(!errors.isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(overlay->isVisible(), 10000);
+        QVERIFY(errors.size() >= 2);
+    }
+
+    void fullScreenShowsTheVideoAloneUntilLeft_data()
+    {
+        QTest::addColumn<QString>("way");
+        QTest::newRow("Esc") << u"Esc"_s;
+        QTest::newRow("Ctrl+Meta+F") << u"Ctrl+Meta+F"_s;
+        QTest::newRow("panel button") << u"button"_s;
+        QTest::newRow("stop") << u"stop"_s;
+    }
+
+    void fullScreenShowsTheVideoAloneUntilLeft()
+    {
+        QFETCH(QString, way);
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(fullScreenWindow(), nullptr);
+
+        QVERIFY(click(paneItem(u"fullScreenButton"_s)));
+        QVERIFY(m_model->videoFullScreen());
+        QQuickWindow *window = fullScreenWindow();
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QCOMPARE(window->visibility(), QWindow::FullScreen);
+        QVERIFY(window->flags().testFlag(Qt::FramelessWindowHint));
+        auto *surface = window->findChild<VideoSurface *>(u"fullScreenVideoSurface"_s);
+        QVERIFY(surface);
+        QCOMPARE(surface->player(), m_model->player());
+        QCOMPARE(paneItem<VideoSurface>(u"videoSurface"_s)->player(), nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT(showsPicture(window, surface, false), 10000);
+        auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
+        QVERIFY(controls);
+        QVERIFY(controls->isVisible());
+        // The panel: centred, 24 above the bottom edge, at most 780 wide, 124 high for live TV.
+        QCOMPARE(controls->width(), std::min(780.0, window->width() - 48.0));
+        QCOMPARE(controls->height(), 124.0);
+        QCOMPARE(controls->x(), (window->width() - controls->width()) / 2);
+        QCOMPARE(controls->y() + controls->height(), window->height() - 24.0);
+        save(window, u"full-screen-"_s + QString(way).replace(u'+', u'-').replace(u' ', u'-'));
+
+        QTRY_VERIFY(QGuiApplication::focusWindow() == window);
+        if (way == u"Esc"_s) {
+            QTest::keyClick(window, Qt::Key_Escape);
+        } else if (way == u"Ctrl+Meta+F"_s) {
+            QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier | Qt::MetaModifier);
+        } else if (way == u"button"_s) {
+            QVERIFY(click(window->findChild<QQuickItem *>(u"leaveFullScreenButton"_s)));
+        } else {
+            m_model->stop();
+        }
+        QVERIFY(!m_model->videoFullScreen());
+        QTRY_COMPARE(fullScreenWindow(), nullptr);
+        // Back in the window, the pane shows the picture again (the same player, unless stopped).
+        auto *paneSurface = paneItem<VideoSurface>(u"videoSurface"_s);
+        if (way == u"stop"_s) {
+            QVERIFY(paneItem(u"idleView"_s)->isVisible());
+        } else {
+            QCOMPARE(paneSurface->player(), m_model->player());
+            QTRY_VERIFY_WITH_TIMEOUT(showsPicture(m_window.get(), paneSurface), 10000);
+        }
+    }
+
+    void keysAndClicksInFullScreen()
+    {
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+        m_model->setVideoFullScreen(true);
+        QQuickWindow *window = fullScreenWindow();
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QTRY_VERIFY(QGuiApplication::focusWindow() == window);
+
+        // Space pauses and resumes; other keys leave full screen alone.
+        QTest::keyClick(window, Qt::Key_Space);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
+        QTest::keyClick(window, Qt::Key_A);
+        QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(m_model->videoFullScreen());
+        QTest::keyClick(window, Qt::Key_Space);
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
+
+        // A click on the picture (above the panel) pauses; a click on the panel's empty part does not.
+        auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
+        QVERIFY(controls->isVisible());
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, QPoint(window->width() / 2, 40));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, QPoint(window->width() / 2, 40));
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
+        const QPoint panelEmpty = controls->mapToScene(QPointF(controls->width() * 0.45, 10)).toPoint();
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, panelEmpty);
+        QTest::qWait(1500); // several playback ticks
+        QVERIFY(m_model->isPlaying());
+
+        // The panel keeps 24 on each side up to 780 wide, centred.
+        window->resize(100, 400);
+        QTRY_COMPARE(controls->width(), 52.0);
+        QCOMPARE(controls->x(), 24.0);
+        window->resize(2000, 900);
+        QTRY_COMPARE(controls->width(), 780.0);
+        QCOMPARE(controls->x(), 610.0);
+        QCOMPARE(controls->y(), 900.0 - 24 - 124);
+    }
+
+    void thePanelHidesUnlessSomethingKeepsIt()
+    {
+        pane()->setProperty("fullScreenHideDelay", 250);
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+
+        // Going full screen closes a track panel that was open in the window.
+        QVERIFY(click(paneItem(u"subtitleControls"_s)));
+        QVERIFY(m_model->subtitleControlsOpen());
+        m_model->setVideoFullScreen(true);
+        QVERIFY(!m_model->subtitleControlsOpen());
+        QQuickWindow *window = fullScreenWindow();
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
+        QVERIFY(controls->isVisible());
+
+        // Playing, pointer away: it hides; a movement brings it back.
+        QTRY_VERIFY_WITH_TIMEOUT(!controls->isVisible(), 5000);
+        QTest::mouseMove(window, QPoint(window->width() / 2, 50));
+        QTest::mouseMove(window, QPoint(window->width() / 2 + 10, 60));
+        QVERIFY(controls->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(!controls->isVisible(), 5000);
+
+        // An open subtitle panel keeps it, over many hide delays, until the panel closes.
+        QTest::mouseMove(window, QPoint(window->width() / 2, 50));
+        QVERIFY(controls->isVisible());
+        // (The pointer is moved off the panel after each click: resting on the panel keeps it too.)
+        const QPoint away(40, 40);
+        QVERIFY(click(window->findChild<QQuickItem *>(u"fullScreenSubtitleControls"_s)));
+        QVERIFY(m_model->subtitleControlsOpen());
+        QTest::mouseMove(window, away);
+        save(window, u"full-screen-subtitle-panel"_s);
+        QTest::qWait(1500);
+        QVERIFY(controls->isVisible());
+        QVERIFY(click(window->findChild<QQuickItem *>(u"fullScreenSubtitleControls"_s)));
+        QVERIFY(!m_model->subtitleControlsOpen());
+        QTest::mouseMove(window, away);
+        QTRY_VERIFY_WITH_TIMEOUT(!controls->isVisible(), 5000);
+
+        // The same for the pointer resting on the panel.
+        QTest::mouseMove(window, controls->mapToScene(QPointF(controls->width() / 2, 10)).toPoint());
+        QVERIFY(controls->isVisible());
+        QTest::qWait(1500);
+        QVERIFY(controls->isVisible());
+        QTest::mouseMove(window, away);
+        QTRY_VERIFY_WITH_TIMEOUT(!controls->isVisible(), 5000);
+
+        // Paused, it stays. (The pause is seen at the next playback tick, which may come after this
+        // short hide delay: a movement shows the panel again once it is.)
+        QTest::keyClick(window, Qt::Key_Space);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
+        QTest::mouseMove(window, away + QPoint(10, 10));
+        QVERIFY(controls->isVisible());
+        QTest::qWait(1500);
+        QVERIFY(controls->isVisible());
+    }
+
+    void theDelayButtonsShiftSubtitles()
+    {
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+        QVERIFY(click(paneItem(u"subtitleControls"_s)));
+        QVERIFY(m_model->subtitleControlsOpen());
+        auto *later = paneItem(u"subtitleLaterButton"_s);
+        auto *earlier = paneItem(u"subtitleEarlierButton"_s);
+        auto *reset = paneItem(u"subtitleResetButton"_s);
+        auto *text = paneItem(u"subtitleDelayText"_s);
+        QTRY_VERIFY(later->isVisible());
+        // No subtitle track chosen: nothing to shift.
+        QCOMPARE(m_model->selectedSubtitle(), -1);
+        QVERIFY(!later->isEnabled());
+        QCOMPARE(text->property("text").toString(), u"+0.0 s"_s);
+        save(m_window.get(), u"subtitle-panel-empty"_s);
+
+        // A subtitle file becomes the current track.
+        QTemporaryDir scratch;
+        QFile file(scratch.filePath(u"captions.srt"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("1\n00:00:00,000 --> 00:10:00,000\nBon dia\n");
+        file.close();
+        m_model->loadSubtitleFile(QUrl::fromLocalFile(file.fileName()));
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->selectedSubtitle() != -1, 10000);
+        QTRY_VERIFY(later->isEnabled());
+
+        QVERIFY(click(later));
+        QCOMPARE(m_model->subtitleDelay(), 0.5);
+        QCOMPARE(m_model->player()->subtitleDelay(), 500'000);
+        QCOMPARE(text->property("text").toString(), u"+0.5 s"_s);
+        QVERIFY(click(earlier));
+        QVERIFY(click(earlier));
+        QVERIFY(click(earlier));
+        QCOMPARE(m_model->subtitleDelay(), -1.0);
+        QCOMPARE(text->property("text").toString(), u"-1.0 s"_s);
+        save(m_window.get(), u"subtitle-panel-delay"_s);
+        QVERIFY(click(reset));
+        QCOMPARE(m_model->subtitleDelay(), 0.0);
+        QCOMPARE(m_model->player()->subtitleDelay(), 0);
+
+        // The button closes the panel again.
+        QVERIFY(click(paneItem(u"subtitleControls"_s)));
+        QVERIFY(!m_model->subtitleControlsOpen());
+    }
+
+    void theTimelineSeeksWhenTheDragEnds()
+    {
+        QVERIFY(openFirstMovie());
+        m_model->playMovie();
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->seekable() && !m_model->waiting() && m_model->isPlaying(), 20000);
+        auto *slider = paneItem(u"timelineSlider"_s);
+        QVERIFY(slider->isVisible());
+        QVERIFY(slider->isEnabled());
+        QTRY_VERIFY(m_model->playbackPosition() > 0);
+        QVERIFY(m_model->playbackPosition() < 0.3);
+
+        // Press on the handle and drag it to the middle.
+        const auto at = [&](double fraction) {
+            return slider->mapToScene(QPointF(7 + (slider->width() - 14) * fraction, slider->height() / 2)).toPoint();
+        };
+        QTest::mousePress(m_window.get(), Qt::LeftButton, Qt::NoModifier, at(m_model->playbackPosition()));
+        for (int step = 1; step <= 10; ++step)
+            QTest::mouseMove(m_window.get(), at(m_model->playbackPosition() + (0.5 - m_model->playbackPosition()) * step / 10));
+        QTest::mouseMove(m_window.get(), at(0.5));
+        const double held = slider->property("value").toDouble();
+        QVERIFY2(qAbs(held - 0.5) < 0.02, qPrintable(QString::number(held)));
+        save(m_window.get(), u"playback-pane-timeline-drag"_s);
+
+        // While held, the slider stays where it was dragged and the player goes on from where it was.
+        QTest::qWait(1200);
+        QCOMPARE(slider->property("value").toDouble(), held);
+        QVERIFY(m_model->playbackPosition() < 0.3);
+
+        QTest::mouseRelease(m_window.get(), Qt::LeftButton, Qt::NoModifier, at(0.5));
+        QTRY_VERIFY_WITH_TIMEOUT(qAbs(m_model->playbackPosition() - 0.5) < 0.08, 10000);
+        // Back to following playback.
+        QTRY_VERIFY_WITH_TIMEOUT(slider->property("value").toDouble() != held, 5000);
+
+        // The movie's two audio tracks in the audio panel.
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->audioTracks().size() == 2, 10000);
+        QVERIFY(click(paneItem(u"audioControls"_s)));
+        QVERIFY(m_model->audioControlsOpen());
+        save(m_window.get(), u"audio-panel"_s);
+    }
+
+    void aChosenSubtitleFileGoesToTheStreamItWasChosenFor()
+    {
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+        QTemporaryDir scratch;
+        QFile file(scratch.filePath(u"captions.srt"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("1\n00:00:00,000 --> 00:10:00,000\nBon dia\n");
+        file.close();
+        const QUrl address = QUrl::fromLocalFile(file.fileName());
+
+        QVERIFY(click(paneItem(u"subtitleControls"_s)));
+        QObject *dialog = m_window->findChild<QObject *>(u"subtitleFileDialog"_s);
+        QVERIFY(dialog);
+        QCOMPARE(dialog->property("title").toString(), u"Carrega subtítols"_s);
+        const QStringList filters = dialog->property("nameFilters").toStringList();
+        QCOMPARE(filters.size(), 1);
+        for (const QString &extension : {u"*.srt"_s, u"*.vtt"_s, u"*.ass"_s, u"*.ssa"_s})
+            QVERIFY2(filters.constFirst().contains(extension), qPrintable(extension));
+
+        // The dialog opens on the file, as if the user had picked it.
+        const auto choose = [&] {
+            QVERIFY(dialog->setProperty("currentFolder", QUrl::fromLocalFile(scratch.path())));
+            QVERIFY(dialog->setProperty("selectedFile", address));
+            QVERIFY(click(paneItem(u"loadSubtitleFileButton"_s)));
+            QTRY_VERIFY(dialog->property("visible").toBool());
+            QTRY_COMPARE(dialog->property("selectedFile").toUrl(), address);
+        };
+
+        // Chosen while another stream started: ignored.
+        choose();
+        if (QTest::currentTestFailed())
+            return;
+        save(m_window.get(), u"subtitle-file-dialog"_s);
+        m_model->play(liveChannel(ProviderCatalog::LiveKind::hls), false);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->waiting() && m_model->isPlaying(), 20000);
+        QVERIFY(QMetaObject::invokeMethod(dialog, "accept"));
+        QTest::qWait(1500); // several playback ticks
+        QCOMPARE(m_model->selectedSubtitle(), -1);
+        QVERIFY(m_model->subtitleTracks().isEmpty());
+
+        // Chosen for the stream that still plays: loaded and shown. (The panel stayed open, and the
+        // model still knows it, across the change of stream.)
+        QVERIFY(m_model->subtitleControlsOpen());
+        choose();
+        if (QTest::currentTestFailed())
+            return;
+        QVERIFY(QMetaObject::invokeMethod(dialog, "accept"));
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->selectedSubtitle() != -1, 10000);
+        QCOMPARE(m_model->subtitleTracks().size(), 1);
+    }
+};
+
+QTEST_MAIN(tst_PlaybackPane)
+#include "tst_playback_pane.moc"
