@@ -140,6 +140,12 @@ QSGNode *VideoSurface::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
 {
     // Render thread, with the main thread blocked: m_frame cannot change meanwhile.
     auto *node = static_cast<SurfaceNode *>(oldNode);
+    // The software renderer places a child added to a subtree it has already laid out at the window's
+    // origin, not at this item: the first picture gets a subtree of its own.
+    if (node && !node->picture && !m_frame.isNull()) {
+        delete node;
+        node = nullptr;
+    }
     if (!node)
         node = new SurfaceNode(window());
     node->background->setRect(boundingRect());
