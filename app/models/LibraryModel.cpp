@@ -503,12 +503,6 @@ void LibraryModel::persistFavorites()
     list.sort();
     m_preferences.setValue(favoritesKey(), list);
     m_channelList->setFavorites(m_favorites);
-
-    makePlayer();
-    connect(m_catalog, &CatalogModel::detailChanged, this, &LibraryModel::nextEpisodeChanged);
-    // The position of a movie or episode still playing is saved before the application quits.
-    if (QCoreApplication *application = QCoreApplication::instance())
-        connect(application, &QCoreApplication::aboutToQuit, this, &LibraryModel::saveProgress);
     Q_EMIT favoritesChanged();
 }
 

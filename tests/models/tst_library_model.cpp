@@ -386,6 +386,12 @@ private Q_SLOTS:
         QVERIFY(loaded(model, m3uSource(u"Notícies"_s, m_news)));
         model.playAt(0);
         QCOMPARE(model.currentChannel(), std::optional<Channel>(model.channels().at(0)));
+        // Marking favourites leaves playback alone.
+        const MediaPlayer *player = model.player();
+        model.toggleFavoriteAt(0);
+        model.toggleFavoriteAt(1);
+        QCOMPARE(model.player(), player);
+        QVERIFY(model.currentChannel().has_value());
         model.selectSection(LibraryModel::Section::live);
         QVERIFY(model.currentChannel().has_value());
         model.selectSection(u"series"_s);

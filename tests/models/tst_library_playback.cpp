@@ -16,6 +16,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 
@@ -295,6 +296,22 @@ private Q_SLOTS:
         m_preferences->restart();
         LibraryModel &next = startModel();
         QCOMPARE(next.history()->record(key)->seconds, afterStop);
+    }
+
+    void quittingSavesThePosition()
+    {
+        LibraryModel &model = *m_model;
+        QVERIFY(openFirstMovie());
+        const QString key = movieKey();
+        model.playMovie();
+        QVERIFY(tickUntil([&] { return model.history()->record(key).has_value(); }, 20s));
+        const double saved = model.history()->record(key)->seconds;
+        QTest::qWait(2000); // playing on, with the next periodic save still seconds away
+        // The application's event loop ends: the position is saved on the way out.
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        QCoreApplication::exec();
+        QVERIFY2(model.history()->record(key)->seconds > saved + 1,
+                 qPrintable(u"%1 then %2"_s.arg(saved).arg(model.history()->record(key)->seconds)));
     }
 
     void aResumeTheServerCannotReachIsAbandoned()
