@@ -308,7 +308,7 @@ private Q_SLOTS:
         const double saved = model.history()->record(key)->seconds;
         QTest::qWait(2000); // playing on, with the next periodic save still seconds away
         // The application's event loop ends: the position is saved on the way out.
-        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
         QCoreApplication::exec();
         QVERIFY2(model.history()->record(key)->seconds > saved + 1,
                  qPrintable(u"%1 then %2"_s.arg(saved).arg(model.history()->record(key)->seconds)));
