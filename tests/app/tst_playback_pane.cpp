@@ -3,8 +3,8 @@
 // are saved beside the test executable.
 
 #include "../stores/StoreTestSupport.h"
+#include "DemoProvider.h"
 #include "MediaPlayer.h"
-#include "ProviderServer.h"
 #include "VideoSurface.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
@@ -76,13 +76,11 @@ class tst_PlaybackPane : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<ProviderServer> m_provider;
+    DemoProvider m_provider;
     std::unique_ptr<StoreTest::Preferences> m_preferences;
     std::unique_ptr<LibraryModel> m_model;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickWindow> m_window;
-    PlaylistSource m_account{QUuid::createUuid(), u"Demo"_s, QString(), QString(), QString(),
-                             PlaylistSource::Kind::xtream};
 
     QQuickItem *pane() const { return m_window->findChild<QQuickItem *>(u"playbackPane"_s); }
 
@@ -101,12 +99,10 @@ private:
 
     Channel liveChannel(ProviderCatalog::LiveKind kind) const
     {
-        const QString name = m_provider->catalog().liveChannelName(m_provider->catalog().liveChannelIndex(kind));
-        for (const Channel &channel : m_model->channels()) {
-            if (channel.name() == name)
-                return channel;
-        }
-        qFatal("no channel %s", qPrintable(name));
+        const std::optional<Channel> channel = m_provider.liveChannel(kind, m_model->channels());
+        if (!channel)
+            qFatal("the demo account lists no channel of kind %d", int(kind));
+        return *channel;
     }
 
     // Clicks the middle of a visible, enabled item, in whatever window shows it.
@@ -180,13 +176,9 @@ private Q_SLOTS:
         options.movies = 2;
         options.series = 0;
         options.categories = 1;
-        m_provider = std::make_unique<ProviderServer>(options);
-        QVERIFY2(m_provider->start(), qPrintable(m_provider->errorString()));
-        if (!m_provider->mediaAvailable())
-            QSKIP(qPrintable(u"no generated media: "_s + m_provider->mediaError()));
-        m_account.address = m_provider->baseURL().toString();
-        m_account.username = ProviderCatalog::demoUsername();
-        m_account.password = ProviderCatalog::demoPassword();
+        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+        if (!m_provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_provider.mediaProblem()));
     }
 
     void init()
@@ -197,7 +189,7 @@ private Q_SLOTS:
         environment.keychainService = u"test.quenvo.pane"_s;
         m_model = std::make_unique<LibraryModel>(environment);
         QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
-        m_model->load(m_account, false, true);
+        m_model->load(m_provider.account(), false, true);
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->isLoading(), 20000);
         QVERIFY(m_model->channelCount() > 0);
 

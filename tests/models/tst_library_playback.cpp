@@ -4,8 +4,8 @@
 
 #include "../stores/StoreTestSupport.h"
 #include "Fixtures.h"
+#include "DemoProvider.h"
 #include "MediaPlayer.h"
-#include "ProviderServer.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
 #include "records/CatalogDetail.h"
@@ -30,11 +30,9 @@ class tst_LibraryPlayback : public QObject
 private:
     // Real time plus whatever the test has skipped.
     std::chrono::steady_clock::duration m_skipped{};
-    std::unique_ptr<ProviderServer> m_provider;
+    DemoProvider m_provider;
     std::unique_ptr<StoreTest::Preferences> m_preferences;
     std::unique_ptr<LibraryModel> m_model;
-    PlaylistSource m_account{QUuid::createUuid(), u"Demo"_s, QString(), QString(), QString(),
-                             PlaylistSource::Kind::xtream};
 
     void skip(std::chrono::seconds seconds) { m_skipped += seconds; }
 
@@ -65,12 +63,10 @@ private:
 
     Channel liveChannel(ProviderCatalog::LiveKind kind) const
     {
-        const QString name = m_provider->catalog().liveChannelName(m_provider->catalog().liveChannelIndex(kind));
-        for (const Channel &channel : m_model->channels()) {
-            if (channel.name() == name)
-                return channel;
-        }
-        qFatal("no channel %s", qPrintable(name));
+        const std::optional<Channel> channel = m_provider.liveChannel(kind, m_model->channels());
+        if (!channel)
+            qFatal("the demo account lists no channel of kind %d", int(kind));
+        return *channel;
     }
 
     bool receivedMedia() const { return !m_model->waiting() && !m_model->diagnostics().isEmpty(); }
@@ -89,7 +85,7 @@ private:
     QString movieKey() const
     {
         const CatalogDetail &detail = *m_model->catalog()->detail();
-        return WatchProgress::key(m_account.id, detail.item.kind, detail.item.id);
+        return WatchProgress::key(m_provider.account().id, detail.item.kind, detail.item.id);
     }
 
 private Q_SLOTS:
@@ -101,13 +97,9 @@ private Q_SLOTS:
         options.movies = 4;
         options.series = 2;
         options.categories = 2;
-        m_provider = std::make_unique<ProviderServer>(options);
-        QVERIFY2(m_provider->start(), qPrintable(m_provider->errorString()));
-        if (!m_provider->mediaAvailable())
-            QSKIP(qPrintable(u"no generated media: "_s + m_provider->mediaError()));
-        m_account.address = m_provider->baseURL().toString();
-        m_account.username = ProviderCatalog::demoUsername();
-        m_account.password = ProviderCatalog::demoPassword();
+        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+        if (!m_provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_provider.mediaProblem()));
     }
 
     void init()
@@ -116,9 +108,9 @@ private Q_SLOTS:
         m_preferences = std::make_unique<StoreTest::Preferences>();
         LibraryModel &model = startModel();
         QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
-        model.load(m_account, false, true);
+        model.load(m_provider.account(), false, true);
         QVERIFY(QTest::qWaitFor([&] { return !model.isLoading(); }, 20000));
-        QCOMPARE(model.activeID(), std::optional<QUuid>(m_account.id));
+        QCOMPARE(model.activeID(), std::optional<QUuid>(m_provider.account().id));
     }
 
     void cleanup()
@@ -424,7 +416,7 @@ private Q_SLOTS:
         model.playEpisode(episodes.at(lastOfFirst).id);
         QCOMPARE(model.currentChannel(), std::optional<Channel>(episodes.at(lastOfFirst).channel));
         QCOMPARE(model.historyKey(),
-                 std::optional<QString>(WatchProgress::key(m_account.id, CatalogKind::series, episodes.at(lastOfFirst).id)));
+                 std::optional<QString>(WatchProgress::key(m_provider.account().id, CatalogKind::series, episodes.at(lastOfFirst).id)));
         QCOMPARE(model.nextEpisode(), std::optional<CatalogEpisode>(episodes.at(lastOfFirst + 1)));
         QCOMPARE(model.nextEpisode()->season, episodes.at(0).season + 1);
         model.playNextEpisode();
