@@ -51,6 +51,7 @@ QHash<int, QByteArray> CatalogItemListModel::roleNames() const
         {AddedRole, "added"},
         {WatchKeyRole, "watchKey"},
         {WatchedRole, "watched"},
+        {RecordRole, "record"},
     };
 }
 
@@ -79,6 +80,8 @@ QVariant CatalogItemListModel::value(const CatalogItem &item, int role) const
         return item.added;
     case WatchKeyRole:
         return watchKey(item);
+    case RecordRole:
+        return QVariant::fromValue(item);
     case WatchedRole: {
         // A series as a whole has no record: only its episodes do.
         if (item.kind != CatalogKind::movies)

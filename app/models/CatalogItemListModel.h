@@ -45,6 +45,8 @@ public:
         AddedRole,
         WatchKeyRole,
         WatchedRole,
+        // The title itself, for the operations that take one (favourites, personal lists).
+        RecordRole,
     };
     Q_ENUM(Roles)
 

@@ -40,6 +40,17 @@ bool CatalogFavorites::contains(const QUuid &source, const CatalogItem &item) co
     });
 }
 
+bool CatalogFavorites::containsTitle(const QString &source, const QVariant &item) const
+{
+    return item.canConvert<CatalogItem>() && contains(QUuid::fromString(source), item.value<CatalogItem>());
+}
+
+void CatalogFavorites::toggleTitle(const QString &source, const QVariant &item)
+{
+    if (item.canConvert<CatalogItem>())
+        toggle(QUuid::fromString(source), item.value<CatalogItem>());
+}
+
 void CatalogFavorites::toggle(const QUuid &source, const CatalogItem &item)
 {
     if (source.isNull())

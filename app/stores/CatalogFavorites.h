@@ -11,6 +11,8 @@
 #include <QObject>
 #include <QUrl>
 #include <QUuid>
+#include <QVariant>
+#include <QtQml/qqmlregistration.h>
 
 #include <optional>
 
@@ -27,7 +29,11 @@ class QSettings;
 class CatalogFavorites : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The library model owns the catalogue favourites.")
     Q_PROPERTY(QList<CatalogFavorite> records READ records NOTIFY recordsChanged FINAL)
+    // How many favourites there are, of every connection: views bind to it to follow changes.
+    Q_PROPERTY(int count READ count NOTIFY recordsChanged FINAL)
     Q_PROPERTY(QHash<QString, QUrl> artwork READ artwork NOTIFY artworkChanged FINAL)
 
 public:
@@ -40,10 +46,16 @@ public:
     const QHash<QString, QUrl> &artwork() const { return m_artwork; }
     std::optional<QUrl> poster(const QString &favoriteID) const;
 
+    int count() const { return int(m_records.size()); }
+
     bool contains(const QUuid &source, const CatalogItem &item) const;
+    // The same for views: a connection id as text (empty: none) and a title as the catalogue's
+    // list models hand it out (their "record" role). Anything else is no favourite.
+    Q_INVOKABLE bool containsTitle(const QString &source, const QVariant &item) const;
     // Adds the favourite at the end (remembering the item's poster), or removes it; then saves.
     // Nothing happens without a connection.
     void toggle(const QUuid &source, const CatalogItem &item);
+    Q_INVOKABLE void toggleTitle(const QString &source, const QVariant &item);
     // Forgets every favourite of a connection and their posters; then saves.
     void remove(const QUuid &source);
     // Remembers (or, with no address, forgets) the poster of a favourite still in the list.

@@ -46,29 +46,12 @@ Rectangle {
         anchors.margins: Theme.spacing
         spacing: Theme.spacingSmall + 2
 
-        TextField {
-            id: searchField
-
+        SearchField {
             objectName: "searchField"
             placeholderText: "Cerca un canal"
-            Accessible.name: "Cerca un canal"
             text: root.library.search
             onTextEdited: root.library.search = text
-            font.pixelSize: Theme.bodySize
-            color: Theme.primaryText
-            placeholderTextColor: Theme.tertiaryText
-            selectionColor: Theme.mint
-            selectedTextColor: Theme.textOnMint
-            leftPadding: 10
-            rightPadding: 10
             Layout.fillWidth: true
-            background: Rectangle {
-                implicitHeight: 32
-                radius: Theme.radius
-                color: Theme.fieldBackground
-                border.width: 1
-                border.color: searchField.activeFocus ? Theme.mint : Theme.fieldBorder
-            }
         }
 
         ComboBox {
