@@ -104,4 +104,37 @@ Rectangle {
     SourceEditor {
         library: root.library
     }
+
+    // The personal-list sheets, asked for from anywhere in the window.
+    AddToPersonalListSheet {
+        id: addToListSheet
+
+        lists: root.library.personalListsModel
+    }
+    PersonalGroupSelectionSheet {
+        id: groupSelectionSheet
+
+        library: root.library
+    }
+    PersonalListNameEditor {
+        id: listNameEditor
+
+        library: root.library
+    }
+    Connections {
+        target: PersonalListSheets
+        function onAddRequested(content) { addToListSheet.show(content) }
+        function onGroupsRequested(kind) {
+            if (kind === "live")
+                groupSelectionSheet.showLiveGroups()
+            else
+                groupSelectionSheet.showCatalogGroups()
+        }
+        function onNameRequested(listID) {
+            if (listID.length > 0)
+                listNameEditor.rename(listID)
+            else
+                listNameEditor.create()
+        }
+    }
 }
