@@ -415,7 +415,7 @@ private Q_SLOTS:
         const QStringList newestFirst = movieNames(category);
         QTRY_COMPARE(cardNames(), newestFirst);
         QCOMPARE(m_ui.item(u"sortPicker"_s)->property("currentText").toString(), u"Afegits recentment"_s);
-        QCOMPARE(m_ui.item(u"sortPicker"_s)->width(), 180 - m_ui.item(u"sortPicker"_s)->x());
+        QCOMPARE(m_ui.item(u"sortPicker"_s)->width(), 180);
 
         QStringList byTitle = newestFirst;
         QCollator collator(QLocale(QLocale::Catalan));

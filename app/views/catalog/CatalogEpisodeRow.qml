@@ -101,6 +101,8 @@ RowLayout {
         key: root.watchKey
         title: "episodi " + root.number
         watched: root.watched
+        // As wide for either label, so that the rows keep one width.
+        Layout.preferredWidth: 136
         Layout.alignment: Qt.AlignVCenter
     }
 }

@@ -68,24 +68,18 @@ Item {
             }
             // "Afegeix aquesta agrupació a una llista…" (this category into a personal list) goes here.
             Item { Layout.fillWidth: true }
-            RowLayout {
-                spacing: Theme.spacingSmall
+            Label {
+                text: "Ordre"
+                font.pixelSize: Theme.calloutSize
+                color: Theme.secondaryText
+            }
+            CatalogPicker {
+                objectName: "sortPicker"
+                Accessible.name: "Ordre"
+                model: ["Afegits recentment", "Títol A–Z"]
+                currentIndex: root.catalog.sortByTitle ? 1 : 0
+                onActivated: index => root.catalog.sortByTitle = index === 1
                 Layout.preferredWidth: 180
-                Layout.maximumWidth: 180
-
-                Label {
-                    text: "Ordre"
-                    font.pixelSize: Theme.calloutSize
-                    color: Theme.secondaryText
-                }
-                CatalogPicker {
-                    objectName: "sortPicker"
-                    Accessible.name: "Ordre"
-                    model: ["Afegits recentment", "Títol A–Z"]
-                    currentIndex: root.catalog.sortByTitle ? 1 : 0
-                    onActivated: index => root.catalog.sortByTitle = index === 1
-                    Layout.fillWidth: true
-                }
             }
         }
 
