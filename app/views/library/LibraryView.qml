@@ -4,8 +4,9 @@ import QtQuick.Layouts
 import Quenvo
 
 // The content of the main window: the sidebar, then the header, the notice and the content, which
-// is the welcome view before any connection exists and the channel list beside the player for live
-// TV. It also hosts the connection editor and the question before a connection is removed.
+// is the welcome view before any connection exists, the channel list beside the player for live
+// TV, and the movies-and-series browser — or the player, while one of its titles plays. It also hosts
+// the connection editor and the question before a connection is removed.
 Rectangle {
     id: root
 
@@ -17,6 +18,9 @@ Rectangle {
                                          && library.channelCount === 0 && !library.isLoading
     readonly property bool showsLive: !showsPersonalList && !library.favoritesOnly && !showsWelcome
                                       && library.section === "live"
+    readonly property bool showsCatalog: !showsPersonalList && !library.favoritesOnly && !showsWelcome
+                                         && (library.section === "movies" || library.section === "series")
+    readonly property bool showsCatalogPlayer: showsCatalog && library.showsCatalogPlayer
 
     color: Theme.appBackground
     implicitWidth: 1000
@@ -85,12 +89,54 @@ Rectangle {
                         Layout.preferredWidth: Theme.channelListWidth
                         Layout.fillHeight: true
                     }
-                    PlaybackPane {
-                        objectName: "playbackPane"
-                        library: root.library
+                    Item {
+                        id: livePlayerPlace
+
                         Layout.fillWidth: true
                         Layout.fillHeight: true
                     }
+                }
+
+                // Movies and series: the browser, or the player while one of its titles plays.
+                CatalogBrowser {
+                    objectName: "catalogBrowser"
+                    anchors.fill: parent
+                    anchors.leftMargin: Theme.spacingHuge
+                    anchors.rightMargin: Theme.spacingHuge
+                    anchors.bottomMargin: Theme.spacingHuge
+                    visible: root.showsCatalog && !root.showsCatalogPlayer
+                    library: root.library
+                }
+                ColumnLayout {
+                    objectName: "catalogPlayer"
+                    anchors.fill: parent
+                    anchors.leftMargin: Theme.spacingHuge
+                    anchors.rightMargin: Theme.spacingHuge
+                    anchors.bottomMargin: Theme.spacingHuge
+                    visible: root.showsCatalogPlayer
+                    spacing: Theme.spacingSmall
+
+                    CatalogBackButton {
+                        objectName: "backToCatalog"
+                        text: "Torna al catàleg"
+                        onClicked: root.library.stop()
+                        Layout.leftMargin: -6
+                    }
+                    Item {
+                        id: catalogPlayerPlace
+
+                        Layout.fillWidth: true
+                        Layout.fillHeight: true
+                    }
+                }
+
+                // One player for the whole window: beside the channels, or alone for a movie or an
+                // episode (a second one would open a second full-screen window).
+                PlaybackPane {
+                    objectName: "playbackPane"
+                    parent: root.showsCatalogPlayer ? catalogPlayerPlace : livePlayerPlace
+                    anchors.fill: parent
+                    library: root.library
                 }
             }
         }
