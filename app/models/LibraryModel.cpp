@@ -3,6 +3,7 @@
 #include "CatalogModel.h"
 #include "ChannelCategoriesModel.h"
 #include "ChannelListModel.h"
+#include "FavoritesModel.h"
 #include "Publish.h"
 #include "http/TransportError.h"
 #include "records/IPTVError.h"
@@ -161,6 +162,7 @@ LibraryModel::LibraryModel(Environment environment, QObject *parent)
     connect(this, &LibraryModel::activeIDChanged, this, &LibraryModel::activeSourceChanged);
 
     m_player->setVolume(int(m_volume));
+    m_favoritesBrowser = new FavoritesModel(*this, m_fetch, this);
 
     startUp();
 }
