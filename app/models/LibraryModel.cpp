@@ -5,6 +5,7 @@
 #include "ChannelListModel.h"
 #include "PersonalListContent.h"
 #include "PersonalListsModel.h"
+#include "FavoritesModel.h"
 #include "Publish.h"
 #include "http/TransportError.h"
 #include "records/IPTVError.h"
@@ -165,6 +166,7 @@ LibraryModel::LibraryModel(Environment environment, QObject *parent)
     connect(this, &LibraryModel::activeIDChanged, this, &LibraryModel::activeSourceChanged);
 
     m_player->setVolume(int(m_volume));
+    m_favoritesBrowser = new FavoritesModel(*this, m_fetch, this);
 
     startUp();
 }

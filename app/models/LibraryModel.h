@@ -31,6 +31,7 @@ class CatalogFavorites;
 class CatalogModel;
 class ChannelCategoriesModel;
 class ChannelListModel;
+class FavoritesModel;
 class ConnectionRegistry;
 class QTimer;
 class PersonalLists;
@@ -42,6 +43,7 @@ Q_MOC_INCLUDE("models/CatalogModel.h")
 Q_MOC_INCLUDE("models/ChannelCategoriesModel.h")
 Q_MOC_INCLUDE("models/ChannelListModel.h")
 Q_MOC_INCLUDE("models/PersonalListsModel.h")
+Q_MOC_INCLUDE("models/FavoritesModel.h")
 Q_MOC_INCLUDE("stores/CatalogFavorites.h")
 Q_MOC_INCLUDE("stores/PersonalLists.h")
 Q_MOC_INCLUDE("stores/WatchHistory.h")
@@ -97,6 +99,8 @@ class LibraryModel : public QObject
     Q_PROPERTY(PersonalLists *personalLists READ personalLists CONSTANT FINAL)
     // The personal lists' ids and names, and how views create and rename them.
     Q_PROPERTY(PersonalListsModel *personalListsModel READ personalListsModel CONSTANT FINAL)
+    // What the favourites browser lists, counts and does.
+    Q_PROPERTY(FavoritesModel *favoritesBrowser READ favoritesBrowser CONSTANT FINAL)
 
     // Playback: the player the video surface draws, what it plays and how it is going.
     Q_PROPERTY(MediaPlayer *player READ player NOTIFY playerChanged FINAL)
@@ -260,6 +264,7 @@ public:
     CatalogFavorites *catalogFavorites() const { return m_catalogFavorites; }
     PersonalLists *personalLists() const { return m_personalLists; }
     PersonalListsModel *personalListsModel() const { return m_personalListsModel; }
+    FavoritesModel *favoritesBrowser() const { return m_favoritesBrowser; }
 
     // --- playback ----------------------------------------------------------------------------------
     // Plays a channel; `onDemand` for movies and episodes. Every start goes through stop(), so every
@@ -468,6 +473,7 @@ private:
     CatalogModel *m_catalog = nullptr;
     ConnectionRegistry *m_connections = nullptr;
     ChannelListModel *m_channelList = nullptr;
+    FavoritesModel *m_favoritesBrowser = nullptr;
 
     RequestSlot m_load;               // the channel load in flight
     RequestSlot m_navigation;         // the latest navigation, for steps that wait for a load

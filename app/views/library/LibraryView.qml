@@ -13,6 +13,7 @@ Rectangle {
     required property LibraryModel library
 
     readonly property bool showsPersonalList: library.selectedPersonalListID.length > 0
+    readonly property bool showsFavorites: !showsPersonalList && library.favoritesOnly
     readonly property bool showsWelcome: !showsPersonalList && !library.favoritesOnly
                                          && library.sources.length === 0 && library.temporarySources.length === 0
                                          && library.channelCount === 0 && !library.isLoading
@@ -72,6 +73,21 @@ Rectangle {
                     anchors.fill: parent
                     visible: root.showsWelcome
                     onAddRequested: root.library.addSource()
+                }
+
+                // Favourites mode: the favourites browser replaces the live view and the catalogue;
+                // it is made anew for each visit.
+                Loader {
+                    objectName: "favoritesView"
+                    anchors.fill: parent
+                    active: root.showsFavorites
+                    visible: active
+                    sourceComponent: Component {
+                        FavoritesBrowser {
+                            objectName: "favoritesBrowser"
+                            library: root.library
+                        }
+                    }
                 }
 
                 RowLayout {
