@@ -57,6 +57,9 @@ class CatalogModel : public QObject
     Q_PROPERTY(int itemCount READ itemCount NOTIFY itemsChanged FINAL)
     // {categoryID, name}, or null.
     Q_PROPERTY(QVariant selectedCategory READ selectedCategoryValue NOTIFY selectedCategoryChanged FINAL)
+    // The same as personal-list content, for "Afegeix aquesta agrupació a una llista…".
+    Q_PROPERTY(QVariant selectedCategoryContent READ personalContentForSelectedCategory NOTIFY
+            selectedCategoryChanged FINAL)
     // The open title with the roles of CatalogItemListModel, plus its watch record for a movie
     // (hasRecord, progressSeconds, progressDuration, progressFraction, resumeSeconds); or null.
     Q_PROPERTY(QVariant selectedItem READ selectedItemValue NOTIFY selectedItemChanged FINAL)
@@ -116,10 +119,10 @@ public:
     // Rows of filteredCategories and filteredItems; rows out of range are ignored.
     Q_INVOKABLE void selectCategoryAt(int row);
     Q_INVOKABLE void showItemAt(int row);
-    // What "Afegeix a una llista…" offers for a row of filteredCategories, and for the selected
-    // category (PersonalListContent: the category as a linked group); empty without a connection.
+    // What "Afegeix a una llista…" offers for a row of filteredCategories (PersonalListContent: the
+    // category as a linked group); empty without a connection.
     Q_INVOKABLE QVariant personalContentForCategoryAt(int row) const;
-    Q_INVOKABLE QVariant personalContentForSelectedCategory() const;
+    QVariant personalContentForSelectedCategory() const;
     // The watch-history key of a title ("movies"/"series" and its id) or of an episode (kind "series"),
     // empty without a connection.
     Q_INVOKABLE QString watchKey(const QString &kind, const QString &id) const;

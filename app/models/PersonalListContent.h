@@ -15,6 +15,9 @@ struct PersonalListContent
     QList<PersonalEntry> entries;
     QList<PersonalCategory> categories;
 
+    // Views tell one content from another by this (a QVariant compares with it).
+    friend bool operator==(const PersonalListContent &, const PersonalListContent &) = default;
+
     bool isEmpty() const { return entries.isEmpty() && categories.isEmpty(); }
 
     // The sheet's headline: the one category's name; without categories the one entry's name or

@@ -25,6 +25,7 @@ const QStringList viewSymbols = {
     u"arrow.up.left.and.arrow.down.right"_s,
     u"captions.bubble"_s,
     u"checklist"_s,
+    u"checkmark"_s,
     u"checkmark.circle.fill"_s,
     u"chevron.left"_s,
     u"chevron.right"_s,

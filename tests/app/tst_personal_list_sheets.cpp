@@ -347,7 +347,9 @@ private Q_SLOTS:
         const QUuid list = store().create(u"Pel·lis"_s);
         m_model->selectSection(u"movies"_s);
         QTRY_COMPARE(m_model->catalog()->categoryCount(), catalog().vodCategoryCount());
-        call(u"groupSelectionSheet"_s, "showCatalogGroups");
+        QTRY_VERIFY(m_ui.isShown(u"addSeveralCategories"_s));
+        m_ui.click(u"addSeveralCategories"_s);
+        QTRY_VERIFY(m_ui.isOpen(u"groupSelectionSheet"_s));
         QCOMPARE(textIn(u"groupSelectionSheet"_s, u"groupSheetTitle"_s), u"Agrupacions de pel·lícules"_s);
         m_ui.click(in(u"groupSelectionSheet"_s, u"selectVisibleGroups"_s));
         QCOMPARE(textIn(u"groupSelectionSheet"_s, u"groupSummary"_s),
@@ -361,10 +363,12 @@ private Q_SLOTS:
         QCOMPARE(store().list(list)->categories().size(), catalog().vodCategoryCount());
         QVERIFY(store().list(list)->entries().isEmpty());
 
-        // One catalogue category through the add sheet: linked as one folder.
+        // The selected category from the title grid: linked as one folder.
         const QUuid other = store().create(u"Una carpeta"_s);
-        call(u"addToPersonalListSheet"_s, "show", m_model->catalog()->personalContentForCategoryAt(0));
-        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), m_model->catalog()->categories().constFirst().name);
+        QTRY_VERIFY(m_model->catalog()->selectedCategory().has_value());
+        m_ui.click(u"addCategoryToList"_s);
+        QTRY_VERIFY(m_ui.isOpen(u"addToPersonalListSheet"_s));
+        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), m_model->catalog()->selectedCategory()->name);
         QVERIFY(textIn(u"addToPersonalListSheet"_s, u"folderNote"_s).startsWith(u"L’agrupació es mostrarà"_s));
         QQuickItem *picker = in(u"addToPersonalListSheet"_s, u"destinationPicker"_s);
         picker->setProperty("currentIndex", 2);
@@ -372,6 +376,19 @@ private Q_SLOTS:
         m_ui.key(Qt::Key_Return);
         QTRY_VERIFY(!m_ui.isOpen(u"addToPersonalListSheet"_s));
         QCOMPARE(store().list(other)->categories().size(), 1);
+        QCOMPARE(store().list(other)->categories().constFirst().categoryID(), m_model->catalog()->selectedCategory()->id);
+
+        // Any category row, from its menu.
+        QTRY_VERIFY(m_ui.findAll(u"categoryRow"_s).size() >= 2);
+        QQuickItem *row = m_ui.findAll(u"categoryRow"_s).at(1);
+        const QString name = row->property("name").toString();
+        m_ui.click(row, Qt::RightButton);
+        QObject *menu = WindowDriver::findObject(row, u"categoryMenu"_s);
+        QVERIFY(menu);
+        QTRY_VERIFY(menu->property("opened").toBool());
+        m_ui.click(m_ui.item(u"categoryMenuAddToList"_s, menu));
+        QTRY_VERIFY(m_ui.isOpen(u"addToPersonalListSheet"_s));
+        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), name);
     }
 };
 

@@ -35,6 +35,7 @@ Item {
             objectName: "categoryColumn"
             visible: root.showsCategorySidebar
             catalog: root.catalog
+            personalLists: root.library.personalListsModel
             Layout.preferredWidth: 252
             Layout.fillHeight: true
         }
@@ -53,6 +54,7 @@ Item {
                 anchors.fill: parent
                 visible: !root.showsDetail
                 catalog: root.catalog
+                personalLists: root.library.personalListsModel
             }
             CatalogDetailPage {
                 objectName: "detailPage"

@@ -9,6 +9,7 @@ Item {
     id: root
 
     required property CatalogModel catalog
+    required property PersonalListsModel personalLists
 
     readonly property string selectedID: catalog.selectedCategory !== undefined && catalog.selectedCategory !== null
                                          ? catalog.selectedCategory.categoryID : ""
@@ -43,7 +44,14 @@ Item {
             Layout.fillWidth: true
             Layout.leftMargin: Theme.spacingTiny
         }
-        // "Afegeix diverses agrupacions…" (several categories into personal lists) goes here.
+        LinkButton {
+            objectName: "addSeveralCategories"
+            text: "Afegeix diverses agrupacions…"
+            iconName: "checklist"
+            enabled: root.catalog.categoryCount > 0
+            Layout.leftMargin: Theme.spacingTiny
+            onClicked: PersonalListSheets.groupsRequested(root.catalog.kind)
+        }
 
         Item {
             Layout.fillWidth: true
@@ -64,6 +72,7 @@ Item {
                 delegate: CatalogCategoryRow {
                     width: ListView.view.width
                     selected: categoryID === root.selectedID
+                    personalContent: root.catalog.personalContentForCategoryAt(index)
                     onChosen: index => root.catalog.selectCategoryAt(index)
                 }
             }

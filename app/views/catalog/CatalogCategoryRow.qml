@@ -11,6 +11,8 @@ AbstractButton {
     required property string categoryID
     required property string name
     property bool selected
+    // What "Afegeix a una llista…" adds: this category, linked as a folder.
+    property var personalContent
 
     signal chosen(int index)
 
@@ -25,8 +27,23 @@ AbstractButton {
     Accessible.name: name
     onClicked: root.chosen(index)
 
-    // "Afegeix a una llista…" (this category, as kind:id, into a personal list) goes in this row's
-    // context menu.
+    // The row's menu: a right click, or the context-menu key.
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        onTapped: rowMenu.popup()
+    }
+    Keys.onMenuPressed: rowMenu.popup()
+
+    Menu {
+        id: rowMenu
+
+        objectName: "categoryMenu"
+        MenuItem {
+            objectName: "categoryMenuAddToList"
+            text: "Afegeix a una llista…"
+            onTriggered: PersonalListSheets.addRequested(root.personalContent)
+        }
+    }
 
     contentItem: Label {
         text: root.name

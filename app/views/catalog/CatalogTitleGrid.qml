@@ -10,6 +10,7 @@ Item {
     id: root
 
     required property CatalogModel catalog
+    required property PersonalListsModel personalLists
 
     readonly property int count: catalog.filteredItems.count
     readonly property bool searching: catalog.search.length > 0
@@ -66,7 +67,12 @@ Item {
                 Layout.fillWidth: true
                 Layout.maximumWidth: 420
             }
-            // "Afegeix aquesta agrupació a una llista…" (this category into a personal list) goes here.
+            AddToPersonalListButton {
+                objectName: "addCategoryToList"
+                lists: root.personalLists
+                title: "Afegeix aquesta agrupació a una llista…"
+                content: root.catalog.selectedCategoryContent
+            }
             Item { Layout.fillWidth: true }
             Label {
                 text: "Ordre"
