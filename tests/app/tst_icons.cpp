@@ -27,6 +27,7 @@ const QStringList viewSymbols = {
     u"checklist"_s,
     u"checkmark"_s,
     u"checkmark.circle.fill"_s,
+    u"chevron.down"_s,
     u"chevron.left"_s,
     u"chevron.right"_s,
     u"circle"_s,

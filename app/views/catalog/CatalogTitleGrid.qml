@@ -65,12 +65,15 @@ Item {
                 text: root.catalog.search
                 onTextEdited: root.catalog.search = text
                 Layout.fillWidth: true
+                Layout.minimumWidth: 200
                 Layout.maximumWidth: 420
             }
             AddToPersonalListButton {
                 objectName: "addCategoryToList"
                 lists: root.personalLists
                 title: "Afegeix aquesta agrupació a una llista…"
+                // Only its symbol (and the title as a tooltip) where the row is short of room.
+                compact: root.width < 820
                 content: root.catalog.selectedCategoryContent
             }
             Item { Layout.fillWidth: true }

@@ -52,6 +52,9 @@ Rectangle {
             LibraryHeader {
                 objectName: "header"
                 library: root.library
+                returnName: root.library.personalListsModel.count >= 0
+                            ? root.library.personalListsModel.nameOf(root.library.personalReturnID) : ""
+                onReturnRequested: root.library.openPersonalList(root.library.personalReturnID)
                 Layout.fillWidth: true
                 Layout.topMargin: Theme.spacingSmall
             }
@@ -65,8 +68,25 @@ Rectangle {
             }
 
             Item {
+                id: contentArea
+
                 Layout.fillWidth: true
                 Layout.fillHeight: true
+
+                // A personal list: a fresh browser for every list shown.
+                Repeater {
+                    model: root.showsPersonalList ? [root.library.selectedPersonalListID] : []
+
+                    delegate: PersonalListBrowser {
+                        required property string modelData
+
+                        objectName: "personalListBrowser"
+                        parent: contentArea
+                        anchors.fill: parent
+                        library: root.library
+                        listID: modelData
+                    }
+                }
 
                 WelcomeView {
                     objectName: "welcomeView"

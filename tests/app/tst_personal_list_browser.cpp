@@ -1,0 +1,304 @@
+// A personal list on screen: the kind it opens on, its search and selection, removing and
+// restoring what a linked group provides, the check of linked groups at the provider, entries of a
+// connection that is gone, deleting the list, and the way back to it. The real QML on the real
+// library model, against the local provider's demo Xtream account.
+
+#include "../stores/StoreTestSupport.h"
+#include "DemoProvider.h"
+#include "MediaPlayer.h"
+#include "WindowDriver.h"
+#include "models/ChannelListModel.h"
+#include "models/LibraryModel.h"
+#include "models/PersonalListBrowserModel.h"
+#include "records/PersonalList.h"
+#include "stores/PersonalLists.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class tst_PersonalListBrowser : public QObject
+{
+    Q_OBJECT
+
+private:
+    DemoProvider m_provider;
+    std::unique_ptr<StoreTest::Preferences> m_preferences;
+    std::unique_ptr<LibraryModel> m_model;
+    WindowDriver m_ui;
+    const QUuid m_listID = QUuid::createUuid();
+
+    const ProviderCatalog &catalog() const { return m_provider.server().catalog(); }
+    QUuid source() const { return m_provider.account().id; }
+    PersonalLists &store() const { return *m_model->personalLists(); }
+
+    // Starts the window with `list` stored, and the demo account connected for the session.
+    bool start(const PersonalList &list)
+    {
+        m_preferences->settings().setValue(PersonalLists::storageKey(), PersonalLists::encode({list}));
+        LibraryModel::Environment environment;
+        environment.preferences = &m_preferences->settings();
+        environment.keychainService = u"test.quenvo.personallistbrowser"_s;
+        environment.pollPlayback = false;
+        m_model = std::make_unique<LibraryModel>(environment);
+        if (!QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000) || !m_ui.open(m_model.get()))
+            return false;
+        m_model->load(m_provider.account(), false, true);
+        return QTest::qWaitFor([&] { return m_model->channelCount() > 0 && !m_model->isLoading(); }, 20000);
+    }
+    void openList()
+    {
+        m_model->openPersonalList(m_listID);
+        QTRY_VERIFY(m_ui.isShown(u"personalListBrowser"_s));
+        QTRY_VERIFY(!browser()->loading());
+    }
+    PersonalListBrowserModel *browser() const
+    {
+        QQuickItem *view = m_ui.find(u"personalListBrowser"_s);
+        return view ? view->property("browser").value<PersonalListBrowserModel *>() : nullptr;
+    }
+    QStringList cardNames() const
+    {
+        QStringList names;
+        for (QQuickItem *card : m_ui.findAll(u"cardName"_s))
+            names.append(card->property("text").toString());
+        return names;
+    }
+    PersonalCategory movieGroup(int category) const
+    {
+        return PersonalCategory(source(), PersonalContentKind::movies, catalog().vodCategoryID(category),
+            catalog().vodCategoryName(category));
+    }
+    PersonalCategory liveGroup(int category) const
+    {
+        const QString name = catalog().liveCategoryName(category);
+        return PersonalCategory(source(), PersonalContentKind::live, name, name);
+    }
+    PersonalEntry liveEntry(int index) const
+    {
+        return PersonalEntry(source(), PersonalContentKind::live, QString(), catalog().liveChannelName(index),
+            QString(), QString(), QString(), QString());
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
+        ProviderOptions options;
+        options.liveChannels = 30;
+        options.categories = 3;
+        options.movies = 6;
+        options.series = 2;
+        options.generateMedia = false;
+        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+    }
+
+    void init() { m_preferences = std::make_unique<StoreTest::Preferences>(); }
+
+    void cleanup()
+    {
+        const QStringList warnings = m_ui.ownWarnings();
+        m_ui.close();
+        m_model.reset();
+        m_preferences.reset();
+        QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
+    }
+
+    // The kind a list opens on, and what its empty content says.
+    void opensOnTheFirstKindWithContent_data()
+    {
+        QTest::addColumn<bool>("movieGroups");
+        QTest::addColumn<bool>("seriesGroups");
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("emptyTitle");
+        QTest::newRow("empty list") << false << false << u"live"_s << u"Afegeix canals a la teva llista"_s;
+        QTest::newRow("movie groups only") << true << false << u"movies"_s << QString();
+        QTest::newRow("series groups only") << false << true << u"series"_s << QString();
+    }
+    void opensOnTheFirstKindWithContent()
+    {
+        QFETCH(bool, movieGroups);
+        QFETCH(bool, seriesGroups);
+        QFETCH(QString, kind);
+        QFETCH(QString, emptyTitle);
+        PersonalList list(m_listID, u"Vespre"_s);
+        if (movieGroups)
+            list.link(movieGroup(0));
+        if (seriesGroups)
+            list.link(PersonalCategory(source(), PersonalContentKind::series, catalog().seriesCategoryID(0),
+                catalog().seriesCategoryName(0)));
+        QVERIFY(start(list));
+        openList();
+        QCOMPARE(browser()->kindName(), kind);
+        QCOMPARE(m_ui.text(u"headerTitle"_s), u"Vespre"_s);
+        QVERIFY(m_ui.text(u"headerSubtitle"_s).startsWith(u"Llista personal · Desada al teu "_s));
+        QCOMPARE(m_ui.isShown(u"listEmptyState"_s), !emptyTitle.isEmpty());
+        if (!emptyTitle.isEmpty()) {
+            QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"listEmptyState"_s)), emptyTitle);
+            QVERIFY(m_ui.saveScreenshot(u"list-empty"_s));
+        } else {
+            QTRY_COMPARE(m_ui.findAll(u"listGroupCard"_s).size(), 1);
+        }
+    }
+
+    void searchSelectionAndKinds()
+    {
+        PersonalList list(m_listID, u"Barreja"_s);
+        list.link(movieGroup(0));
+        list.link(movieGroup(1));
+        QVERIFY(start(list));
+        // Channels by name through the store, as the add sheet adds them.
+        QList<PersonalEntry> entries;
+        for (int index = 0; index < 4; ++index)
+            entries.append(PersonalEntry(source(), m_model->channels().at(index)));
+        store().add(entries, {}, m_listID);
+        openList();
+        QCOMPARE(browser()->kindName(), u"live"_s);
+        QCOMPARE(browser()->kindLabels(),
+            (QStringList{u"TV en directe · 4"_s, u"Pel·lícules · 2"_s, u"Sèries · 0"_s}));
+        QTRY_COMPARE(m_ui.findAll(u"listChannelCard"_s).size(), 4);
+
+        // A search that matches nothing.
+        m_ui.type(u"listSearch"_s, u"cap canal així"_s);
+        QTRY_COMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"listEmptyState"_s)), u"Cap resultat"_s);
+        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"listEmptyState"_s)),
+            u"Prova una altra cerca o tipus de contingut."_s);
+
+        // Narrowed to one channel, "Selecciona els resultats" takes only that one.
+        const QString kept = m_model->channels().at(2).name();
+        m_ui.type(u"listSearch"_s, kept);
+        QTRY_COMPARE(cardNames(), QStringList{kept});
+        m_ui.click(u"selectionModeButton"_s);
+        QCOMPARE(m_ui.text(u"selectionModeButton"_s), u"Acaba la selecció"_s);
+        m_ui.click(u"selectListResults"_s);
+        QCOMPARE(m_ui.text(u"chosenCount"_s), u"1 seleccionats"_s);
+        QVERIFY(m_ui.item(u"addChosenToList"_s)->isEnabled());
+        QVERIFY(m_ui.saveScreenshot(u"list-selection"_s));
+
+        // Another kind forgets the choice and the search.
+        m_ui.click(u"segment_movies"_s);
+        QCOMPARE(browser()->kindName(), u"movies"_s);
+        QCOMPARE(m_ui.text(u"chosenCount"_s), u"0 seleccionats"_s);
+        QCOMPARE(m_ui.item(u"listSearch"_s)->property("text").toString(), QString());
+        QCOMPARE(m_ui.text(u"listSubtitle"_s),
+            u"Les teves agrupacions de pel·lícules · Obre una carpeta per veure’n el catàleg"_s);
+        QTRY_COMPARE(m_ui.findAll(u"listGroupCard"_s).size(), 2);
+        QVERIFY(m_ui.saveScreenshot(u"list-groups"_s));
+        // "Treu de la llista" on every chosen group.
+        m_ui.click(u"selectListResults"_s);
+        m_ui.click(u"removeChosen"_s);
+        QTRY_VERIFY(store().list(m_listID)->categories().isEmpty());
+        QCOMPARE(store().list(m_listID)->entries().size(), 4);
+
+        // The kind is remembered for the next time the list opens.
+        m_model->selectSection(u"live"_s);
+        openList();
+        QCOMPARE(browser()->kindName(), u"movies"_s);
+    }
+
+    void removedGroupMemberStaysHiddenAcrossARefresh()
+    {
+        PersonalList list(m_listID, u"Grup viu"_s);
+        list.link(liveGroup(0));
+        QVERIFY(start(list));
+        openList();
+        int members = 0;
+        for (int index = 0; index < catalog().liveChannelCount(); ++index)
+            members += catalog().liveChannelCategory(index) == 0 ? 1 : 0;
+        QTRY_COMPARE(m_ui.findAll(u"listChannelCard"_s).size(), members);
+        const QString removed = cardNames().constFirst();
+        QQuickItem *remove = m_ui.findAll(u"cardRemove"_s).constFirst();
+        QCOMPARE(WindowDriver::accessibleName(remove), u"Treu de la llista: "_s + removed);
+        m_ui.click(remove);
+        QTRY_COMPARE(m_ui.findAll(u"listChannelCard"_s).size(), members - 1);
+
+        m_model->refreshCurrentView();
+        QTRY_VERIFY(browser()->loading());
+        QTRY_VERIFY(!browser()->loading());
+        QCOMPARE(m_ui.findAll(u"listChannelCard"_s).size(), members - 1);
+        QVERIFY(!cardNames().contains(removed));
+    }
+
+    void uncheckableGroupsAreListedAndRetried()
+    {
+        PersonalList list(m_listID, u"Catàleg"_s);
+        list.link(movieGroup(0));
+        list.link(PersonalCategory(source(), PersonalContentKind::movies, u"999999"_s, u"Retirada"_s));
+        QVERIFY(start(list));
+        openList();
+        QTRY_VERIFY(m_ui.isShown(u"listFailures"_s));
+        QCOMPARE(m_ui.text(u"failuresTitle"_s), u"No s’han pogut comprovar algunes agrupacions"_s);
+        QList<QQuickItem *> lines = m_ui.findAll(u"failureLine"_s);
+        QCOMPARE(lines.size(), 1);
+        QVERIFY(lines.constFirst()->property("text").toString().startsWith(u"Retirada"_s));
+        QVERIFY(m_ui.saveScreenshot(u"list-failures"_s));
+
+        // Folded shut, then checked again.
+        m_ui.click(u"failuresToggle"_s);
+        QTRY_VERIFY(m_ui.findAll(u"failureLine"_s).isEmpty());
+        const long long before = m_provider.server().requestCount();
+        m_ui.click(u"retryGroups"_s);
+        QTRY_VERIFY(m_provider.server().requestCount() > before);
+        QTRY_VERIFY(!browser()->loading());
+        QCOMPARE(browser()->failures().size(), 1);
+    }
+
+    void entriesOfAGoneConnection()
+    {
+        PersonalList list(m_listID, u"Antiga"_s);
+        list.add({PersonalEntry(QUuid::createUuid(), PersonalContentKind::live, u"abc"_s, u"Canal perdut"_s,
+            QString(), QString(), QString(), QString())});
+        QVERIFY(start(list));
+        openList();
+        QTRY_COMPARE(m_ui.findAll(u"cardSource"_s).size(), 1);
+        QCOMPARE(m_ui.findAll(u"cardSource"_s).constFirst()->property("text").toString(),
+            u"Connexió no disponible"_s);
+        m_ui.click(m_ui.findAll(u"cardOpenButton"_s).constFirst());
+        QTRY_VERIFY(!m_model->notice().value_or(QString()).isEmpty());
+        QVERIFY(m_ui.isShown(u"noticeBanner"_s));
+        QVERIFY(m_ui.isShown(u"personalListBrowser"_s));
+    }
+
+    void openingAChannelAndComingBack()
+    {
+        PersonalList list(m_listID, u"Tornada"_s);
+        QVERIFY(start(list));
+        store().add({PersonalEntry(source(), m_model->channels().at(1))}, {}, m_listID);
+        // Favourites mode does not hide a list that is opened.
+        m_model->showFavorites();
+        openList();
+        QVERIFY(m_model->favoritesOnly() == false || m_ui.isShown(u"personalListBrowser"_s));
+        QVERIFY(!m_ui.isShown(u"favoritesView"_s));
+
+        m_ui.click(m_ui.findAll(u"cardOpenButton"_s).constFirst());
+        QTRY_VERIFY(m_model->currentChannel().has_value());
+        QCOMPARE(m_model->currentChannel()->name(), m_model->channels().at(1).name());
+        QTRY_VERIFY(m_ui.isShown(u"returnButton"_s));
+        QCOMPARE(m_ui.text(u"returnButton"_s), u"Torna a Tornada"_s);
+        m_ui.click(u"returnButton"_s);
+        QTRY_COMPARE(m_model->selectedPersonalListID(), std::optional<QUuid>(m_listID));
+        QTRY_VERIFY(m_ui.isShown(u"personalListBrowser"_s));
+    }
+
+    void deletingTheListReturnsToLiveTV()
+    {
+        PersonalList list(m_listID, u"Temporal"_s);
+        QVERIFY(start(list));
+        openList();
+        m_ui.click(u"listOptions"_s);
+        QObject *menu = m_ui.object(u"listOptionsMenu"_s);
+        QTRY_VERIFY(menu->property("opened").toBool());
+        m_ui.click(m_ui.item(u"deleteList"_s, menu));
+        QTRY_VERIFY(m_ui.isOpen(u"deletePersonalListDialog"_s));
+        QVERIFY(m_ui.saveScreenshot(u"list-delete"_s));
+        m_ui.click(m_ui.item(u"confirmDelete"_s, m_ui.object(u"deletePersonalListDialog"_s)));
+        QTRY_VERIFY(!m_model->selectedPersonalListID().has_value());
+        QVERIFY(store().lists().isEmpty());
+        QCOMPARE(m_model->section(), LibraryModel::Section::live);
+        QTRY_VERIFY(m_ui.isShown(u"liveView"_s));
+    }
+};
+
+QTEST_MAIN(tst_PersonalListBrowser)
+#include "tst_personal_list_browser.moc"
