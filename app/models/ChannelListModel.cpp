@@ -94,6 +94,8 @@ QVariant ChannelListModel::data(const QModelIndex &index, int role) const
         return bool(m_favoriteRow[std::size_t(row)]);
     case RequiresCustomHeadersRole:
         return channel.requiresCustomHeaders();
+    case SelectedRole:
+        return bool(m_selectedRow[std::size_t(row)]);
     default:
         return {};
     }
@@ -108,11 +110,19 @@ QHash<int, QByteArray> ChannelListModel::roleNames() const
         {URLRole, "url"},
         {FavoriteRole, "favorite"},
         {RequiresCustomHeadersRole, "requiresCustomHeaders"},
+        {SelectedRole, "selected"},
     };
 }
 
 void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)
 {
+    // The same connection again keeps the chosen channels it still lists.
+    std::vector<Channel::Digest> chosen;
+    if (source == m_source) {
+        for (const Channel &channel : selectedChannels())
+            chosen.push_back(channel.digest());
+        std::sort(chosen.begin(), chosen.end());
+    }
     m_channels = std::move(channels);
     m_source = source;
 
@@ -149,10 +159,24 @@ void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)
                 std::binary_search(m_favoriteDigests.begin(), m_favoriteDigests.end(), m_channels[row].digest());
     }
 
+    const int previousSelected = m_selectedCount;
+    m_selectedRow.assign(std::size_t(m_channels.size()), false);
+    m_selectedCount = 0;
+    if (!chosen.empty()) {
+        for (qsizetype row = 0; row < m_channels.size(); ++row) {
+            if (std::binary_search(chosen.begin(), chosen.end(), m_channels[row].digest())) {
+                m_selectedRow[std::size_t(row)] = true;
+                ++m_selectedCount;
+            }
+        }
+    }
+
     const int previousCount = count();
     beginResetModel();
     m_visible = filteredRows();
     endResetModel();
+    if (m_selectedCount != previousSelected || m_selectedCount > 0)
+        Q_EMIT selectionChanged();
     m_categories->setCategories(std::move(groups));
     Q_EMIT channelsChanged();
     if (count() != previousCount)
@@ -190,6 +214,7 @@ void ChannelListModel::setCategory(const std::optional<QString> &category)
     m_categoryGroup = !m_category ? -1 : m_groupIndex.value(*m_category, -2);
     Q_EMIT categoryChanged();
     refilter();
+    clearSelection();
 }
 
 void ChannelListModel::setFavoritesOnly(bool favoritesOnly)
@@ -309,4 +334,68 @@ void ChannelListModel::applyRows(std::vector<qint32> rows)
     endResetModel();
     if (count() != previousCount)
         Q_EMIT countChanged();
+}
+
+void ChannelListModel::setSelectedAt(int row, bool selected)
+{
+    if (row < 0 || row >= count())
+        return;
+    const std::size_t channel = std::size_t(m_visible[std::size_t(row)]);
+    if (m_selectedRow[channel] == selected)
+        return;
+    m_selectedRow[channel] = selected;
+    m_selectedCount += selected ? 1 : -1;
+    Q_EMIT dataChanged(index(row), index(row), {SelectedRole});
+    Q_EMIT selectionChanged();
+}
+
+void ChannelListModel::selectFiltered()
+{
+    for (const qint32 row : m_visible) {
+        if (!m_selectedRow[std::size_t(row)]) {
+            m_selectedRow[std::size_t(row)] = true;
+            ++m_selectedCount;
+        }
+    }
+    selectionEdited();
+}
+
+void ChannelListModel::clearSelection()
+{
+    if (m_selectedCount == 0)
+        return;
+    std::fill(m_selectedRow.begin(), m_selectedRow.end(), false);
+    m_selectedCount = 0;
+    selectionEdited();
+}
+
+QList<Channel> ChannelListModel::selectedChannels() const
+{
+    QList<Channel> chosen;
+    chosen.reserve(m_selectedCount);
+    for (qsizetype row = 0; row < m_channels.size() && chosen.size() < m_selectedCount; ++row) {
+        if (m_selectedRow[std::size_t(row)])
+            chosen.append(m_channels.at(row));
+    }
+    return chosen;
+}
+
+QList<Channel> ChannelListModel::channelsInGroup(const QString &group) const
+{
+    QList<Channel> channels;
+    const qint32 wanted = m_groupIndex.value(group, -1);
+    if (wanted < 0)
+        return channels;
+    for (qsizetype row = 0; row < m_channels.size(); ++row) {
+        if (m_groupOfRow[std::size_t(row)] == wanted)
+            channels.append(m_channels.at(row));
+    }
+    return channels;
+}
+
+void ChannelListModel::selectionEdited()
+{
+    if (count() > 0)
+        Q_EMIT dataChanged(index(0), index(count() - 1), {SelectedRole});
+    Q_EMIT selectionChanged();
 }

@@ -30,6 +30,9 @@ class ChannelListModel : public QAbstractListModel
     Q_PROPERTY(QString search READ search WRITE setSearch NOTIFY searchChanged FINAL)
     Q_PROPERTY(bool favoritesOnly READ favoritesOnly WRITE setFavoritesOnly NOTIFY favoritesOnlyChanged FINAL)
     Q_PROPERTY(ChannelCategoriesModel *categories READ categories CONSTANT FINAL)
+    // Channels chosen in the list's selection mode. The choice is forgotten when the connection or
+    // the category changes; a reload of the same connection keeps the channels that are still there.
+    Q_PROPERTY(int selectedCount READ selectedCount NOTIFY selectionChanged FINAL)
 
 public:
     enum Roles
@@ -40,6 +43,7 @@ public:
         URLRole,
         FavoriteRole,
         RequiresCustomHeadersRole,
+        SelectedRole,
     };
     Q_ENUM(Roles)
 
@@ -73,6 +77,17 @@ public:
     // current connection count.
     void setFavorites(const QSet<QString> &favorites);
 
+    int selectedCount() const { return m_selectedCount; }
+    // Chooses or unchooses the channel shown at `row`.
+    Q_INVOKABLE void setSelectedAt(int row, bool selected);
+    // Chooses every channel shown (earlier choices stay).
+    Q_INVOKABLE void selectFiltered();
+    Q_INVOKABLE void clearSelection();
+    // The chosen channels, in the connection's order.
+    QList<Channel> selectedChannels() const;
+    // The channels of one group, in the connection's order.
+    QList<Channel> channelsInGroup(const QString &group) const;
+
     // Memory the model holds for its channels (the channels themselves included), in bytes.
     qsizetype byteSize() const;
 
@@ -83,6 +98,7 @@ Q_SIGNALS:
     void favoritesOnlyChanged();
     void favoritesChanged();
     void channelsChanged();
+    void selectionChanged();
 
 private:
     std::vector<qint32> filteredRows() const;
@@ -90,6 +106,7 @@ private:
     void applyRows(std::vector<qint32> rows);
     void refilter();
     void updateFavoriteFlags();
+    void selectionEdited();
 
     QList<Channel> m_channels;
     QUuid m_source;
@@ -107,5 +124,7 @@ private:
     QSet<QString> m_favorites;
 
     std::vector<qint32> m_visible;          // rows of m_channels shown, ascending
+    std::vector<bool> m_selectedRow;        // per channel: chosen in selection mode
+    int m_selectedCount = 0;
     ChannelCategoriesModel *m_categories = nullptr;
 };

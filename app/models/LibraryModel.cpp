@@ -511,6 +511,26 @@ QVariant LibraryModel::personalContentForChannelAt(int row) const
     return content.toVariant();
 }
 
+QVariant LibraryModel::personalContentForSelectedChannels() const
+{
+    PersonalListContent content;
+    if (m_activeID) {
+        for (const Channel &channel : m_channelList->selectedChannels())
+            content.entries.append(PersonalEntry(*m_activeID, channel));
+    }
+    return content.toVariant();
+}
+
+QVariant LibraryModel::personalContentForCategoryChannels() const
+{
+    PersonalListContent content;
+    if (m_activeID && category()) {
+        for (const Channel &channel : m_channelList->channelsInGroup(*category()))
+            content.entries.append(PersonalEntry(*m_activeID, channel));
+    }
+    return content.toVariant();
+}
+
 void LibraryModel::persistFavorites()
 {
     QStringList list(m_favorites.begin(), m_favorites.end());

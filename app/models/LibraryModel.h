@@ -236,6 +236,10 @@ public:
     // What "Afegeix a una llista…" offers for the channel shown at a row of `filteredChannels`
     // (a PersonalListContent); empty content without an active connection.
     Q_INVOKABLE QVariant personalContentForChannelAt(int row) const;
+    // The same for the channels chosen in the channel list, and for every channel of the selected
+    // category.
+    Q_INVOKABLE QVariant personalContentForSelectedChannels() const;
+    Q_INVOKABLE QVariant personalContentForCategoryChannels() const;
 
     // --- sections and navigation -------------------------------------------------------------------
     Section section() const { return m_section; }

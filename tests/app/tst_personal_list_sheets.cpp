@@ -236,6 +236,49 @@ private Q_SLOTS:
         QCOMPARE(store().entries(store().lists().constFirst().id()).size(), 2);
     }
 
+    void channelListSelectionMode()
+    {
+        QVERIFY(connect());
+        const QUuid list = store().create(u"Tria"_s);
+        m_ui.click(u"channelSelectionMode"_s);
+        QTRY_VERIFY(m_ui.isShown(u"channelSelectionRow"_s));
+        QCOMPARE(m_ui.text(u"channelSelectionMode"_s), u"Acaba"_s);
+        QVERIFY(!m_ui.item(u"addSelectedChannels"_s)->isEnabled());
+        QTRY_VERIFY(m_ui.findAll(u"channelCheckbox"_s).size() >= 3);
+        QList<QQuickItem *> boxes = m_ui.findAll(u"channelCheckbox"_s);
+        QCOMPARE(WindowDriver::accessibleName(boxes.at(0)),
+            u"Selecciona "_s + m_model->filteredChannels()->channelAt(0).name());
+        m_ui.click(boxes.at(0));
+        m_ui.click(boxes.at(2));
+        QCOMPARE(m_ui.text(u"addSelectedChannels"_s), u"Afegeix seleccionats (2)"_s);
+        QVERIFY(!m_ui.isShown(u"addCategoryChannels"_s));
+        QVERIFY(m_ui.saveScreenshot(u"lists-channel-selection"_s));
+        m_ui.click(u"addSelectedChannels"_s);
+        QTRY_VERIFY(m_ui.isOpen(u"addToPersonalListSheet"_s));
+        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), u"2 canals seleccionats"_s);
+        m_ui.key(Qt::Key_Return);
+        QTRY_VERIFY(!sheet(u"addToPersonalListSheet"_s)->property("visible").toBool());
+        QCOMPARE(store().entries(list).size(), 2);
+
+        // A category: the choice is forgotten, selection mode stays, and the category can go whole.
+        const QString group = catalog().liveCategoryName(0);
+        m_model->setCategory(group);
+        QTRY_COMPARE(m_ui.text(u"addSelectedChannels"_s), u"Afegeix seleccionats (0)"_s);
+        QVERIFY(m_ui.isShown(u"channelSelectionRow"_s));
+        QTRY_VERIFY(m_ui.isShown(u"addCategoryChannels"_s));
+        QVERIFY(m_ui.settle());
+        m_ui.click(u"selectChannelResults"_s);
+        QCOMPARE(m_ui.text(u"addSelectedChannels"_s),
+            u"Afegeix seleccionats (%1)"_s.arg(channelsIn(0)));
+        m_ui.click(u"addCategoryChannels"_s);
+        QTRY_VERIFY(m_ui.isOpen(u"addToPersonalListSheet"_s));
+        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s),
+            channelsIn(0) == 1 ? catalog().liveChannelName(0) : u"%1 canals seleccionats"_s.arg(channelsIn(0)));
+        m_ui.key(Qt::Key_Escape);
+        m_ui.click(u"channelSelectionMode"_s);
+        QTRY_VERIFY(!m_ui.isShown(u"channelSelectionRow"_s));
+    }
+
     void addSheetRefusesATakenNameAndAddsNothing()
     {
         QVERIFY(connect());

@@ -3,7 +3,8 @@
 // Drives the application's main window in an interface test: loads Main.qml on a library model as
 // the application does, finds items by object name (delegates, repeaters and popups included),
 // clicks and types as a user would, reads accessible names and saves screenshots into the test's
-// build folder (screenshots/). Header only: the interface tests link Qt Quick and the application.
+// build folder (screenshots/). Header only: the interface tests link Qt Quick (and Qt Quick Test)
+// and the application.
 
 #include "models/LibraryModel.h"
 
@@ -16,6 +17,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
+#include <QtQuickTest/quicktest.h>
 
 #include <memory>
 
@@ -135,7 +137,11 @@ public:
         return found && found->isVisible();
     }
 
-    // Clicks the middle of an item that is visible and enabled.
+    // Waits until the window's layouts and positioners have placed what changed.
+    bool settle() const { return QQuickTest::qWaitForPolish(m_window); }
+
+    // Clicks the middle of an item that is visible and enabled, where it is now: call settle()
+    // first when the layouts around it have just changed.
     void click(QQuickItem *target, Qt::MouseButton button = Qt::LeftButton)
     {
         QVERIFY(target);

@@ -14,6 +14,8 @@ Rectangle {
     readonly property string playingID: library.currentChannel !== undefined ? library.currentChannel.id : ""
     // The names of `categories`, in its order; the picker puts "Totes les categories" before them.
     property var categoryNames: []
+    // Rows show checkboxes; the chosen channels go into a personal list together.
+    property bool selectionMode: false
 
     color: Theme.panel
     radius: Theme.radiusLarge
@@ -81,11 +83,46 @@ Rectangle {
                 Layout.fillWidth: true
             }
             LinkButton {
-                objectName: "addSeveralGroups"
-                text: "Afegeix diverses agrupacions…"
-                iconName: "checklist"
-                enabled: root.library.channelCount > 0
-                onClicked: PersonalListSheets.groupsRequested("live")
+                objectName: "channelSelectionMode"
+                text: root.selectionMode ? "Acaba" : "Selecciona"
+                enabled: root.library.channelCount > 0 || root.selectionMode
+                onClicked: root.selectionMode = !root.selectionMode
+            }
+        }
+        LinkButton {
+            objectName: "addSeveralGroups"
+            text: "Afegeix diverses agrupacions…"
+            iconName: "checklist"
+            enabled: root.library.channelCount > 0
+            onClicked: PersonalListSheets.groupsRequested("live")
+        }
+        // Selection mode: choose every channel shown, and add the chosen ones (or the whole
+        // category) to a personal list.
+        Flow {
+            objectName: "channelSelectionRow"
+            visible: root.selectionMode
+            spacing: Theme.spacing
+            Layout.fillWidth: true
+
+            LinkButton {
+                objectName: "selectChannelResults"
+                text: "Selecciona els resultats"
+                enabled: root.count > 0
+                onClicked: root.library.filteredChannels.selectFiltered()
+            }
+            LinkButton {
+                objectName: "addSelectedChannels"
+                text: "Afegeix seleccionats (" + root.library.filteredChannels.selectedCount + ")"
+                iconName: "text.badge.plus"
+                enabled: root.library.filteredChannels.selectedCount > 0
+                onClicked: PersonalListSheets.addRequested(root.library.personalContentForSelectedChannels())
+            }
+            LinkButton {
+                objectName: "addCategoryChannels"
+                visible: root.library.category !== undefined
+                text: "Afegeix els canals de la categoria…"
+                iconName: "text.badge.plus"
+                onClicked: PersonalListSheets.addRequested(root.library.personalContentForCategoryChannels())
             }
         }
 
@@ -109,6 +146,8 @@ Rectangle {
                     width: ListView.view.width
                     playing: channelID === root.playingID
                     personalLists: root.library.personalListsModel
+                    selectionMode: root.selectionMode
+                    onSelectedToggled: (index, chosen) => root.library.filteredChannels.setSelectedAt(index, chosen)
                     personalContent: root.library.personalContentForChannelAt(index)
                     onPlayRequested: index => root.library.playAt(index)
                     onFavoriteToggled: index => root.library.toggleFavoriteAt(index)

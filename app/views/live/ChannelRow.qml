@@ -13,12 +13,15 @@ Item {
     required property string channelID
     required property bool favorite
     required property bool playing
+    required property bool selected
+    property bool selectionMode: false
     // What "Afegeix a una llista…" adds for this row (a PersonalListContent).
     property var personalContent
     property PersonalListsModel personalLists
 
     signal playRequested(int index)
     signal favoriteToggled(int index)
+    signal selectedToggled(int index, bool chosen)
 
     implicitHeight: 48
 
@@ -29,7 +32,7 @@ Item {
         anchors.fill: parent
         Accessible.role: Accessible.Button
         Accessible.name: root.name
-        leftPadding: Theme.spacing
+        leftPadding: Theme.spacing + (root.selectionMode ? selectBox.width + Theme.spacingSmall : 0)
         rightPadding: starButton.width + addButton.width + Theme.spacing
         onClicked: root.playRequested(root.index)
 
@@ -75,6 +78,20 @@ Item {
                 }
             }
         }
+    }
+
+    CheckBox {
+        id: selectBox
+
+        objectName: "channelCheckbox"
+        visible: root.selectionMode
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacingSmall
+        anchors.verticalCenter: parent.verticalCenter
+        padding: 0
+        checked: root.selected
+        Accessible.name: "Selecciona " + root.name
+        onToggled: root.selectedToggled(root.index, checked)
     }
 
     AddToPersonalListButton {
