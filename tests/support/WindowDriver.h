@@ -5,6 +5,7 @@
 // clicks and types as a user would, reads accessible names and saves screenshots into the test's
 // build folder (screenshots/). Header only: the interface tests link Qt Quick and the application.
 
+#include "artwork/CatalogArtwork.h"
 #include "models/LibraryModel.h"
 
 #include <QAccessible>
@@ -29,6 +30,7 @@ public:
         m_warnings.clear();
         m_engine = std::make_unique<QQmlApplicationEngine>();
         m_engine->addImportPath(QStringLiteral("qrc:/"));
+        CatalogArtwork::install(*m_engine);
         QObject::connect(m_engine.get(), &QQmlApplicationEngine::warnings, m_engine.get(),
             [this](const QList<QQmlError> &warnings) { m_warnings += warnings; });
         m_engine->setInitialProperties({{QStringLiteral("library"), QVariant::fromValue(model)}});
