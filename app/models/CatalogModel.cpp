@@ -1,5 +1,7 @@
 #include "CatalogModel.h"
 
+#include "PersonalListContent.h"
+
 #include "CatalogCategoryListModel.h"
 #include "CatalogEpisodeListModel.h"
 #include "CatalogItemListModel.h"
@@ -323,6 +325,29 @@ void CatalogModel::showItemAt(int row)
 {
     if (row >= 0 && row < m_filteredItems->count())
         show(m_filteredItems->itemAt(row));
+}
+
+QVariant CatalogModel::personalContentForCategoryAt(int row) const
+{
+    std::optional<CatalogCategory> category;
+    if (row >= 0 && row < m_filteredCategories->count())
+        category = m_filteredCategories->categoryAt(row);
+    return personalContent(category);
+}
+
+QVariant CatalogModel::personalContentForSelectedCategory() const
+{
+    return personalContent(m_selectedCategory);
+}
+
+QVariant CatalogModel::personalContent(const std::optional<CatalogCategory> &category) const
+{
+    PersonalListContent content;
+    if (category && m_source) {
+        content.categories.append(PersonalCategory(
+            m_source->id, PersonalContentKinds::fromCatalogKind(m_kind), category->id, category->name));
+    }
+    return content.toVariant();
 }
 
 QString CatalogModel::watchKey(const QString &kind, const QString &id) const

@@ -116,6 +116,10 @@ public:
     // Rows of filteredCategories and filteredItems; rows out of range are ignored.
     Q_INVOKABLE void selectCategoryAt(int row);
     Q_INVOKABLE void showItemAt(int row);
+    // What "Afegeix a una llista…" offers for a row of filteredCategories, and for the selected
+    // category (PersonalListContent: the category as a linked group); empty without a connection.
+    Q_INVOKABLE QVariant personalContentForCategoryAt(int row) const;
+    Q_INVOKABLE QVariant personalContentForSelectedCategory() const;
     // The watch-history key of a title ("movies"/"series" and its id) or of an episode (kind "series"),
     // empty without a connection.
     Q_INVOKABLE QString watchKey(const QString &kind, const QString &id) const;
@@ -200,6 +204,7 @@ private:
 
     static QString cacheKey(CatalogKind kind, const QString &categoryID);
     std::optional<QUuid> sourceID() const;
+    QVariant personalContent(const std::optional<CatalogCategory> &category) const;
 
     void setKind(CatalogKind kind);
     void setSource(const std::optional<PlaylistSource> &source);

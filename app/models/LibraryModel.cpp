@@ -3,6 +3,9 @@
 #include "CatalogModel.h"
 #include "ChannelCategoriesModel.h"
 #include "ChannelListModel.h"
+#include "PersonalListContent.h"
+#include "PersonalListsModel.h"
+#include "FavoritesModel.h"
 #include "Publish.h"
 #include "http/TransportError.h"
 #include "records/IPTVError.h"
@@ -133,6 +136,8 @@ LibraryModel::LibraryModel(Environment environment, QObject *parent)
 {
     m_catalogFavorites = new CatalogFavorites(m_preferences, this);
     m_personalLists = new PersonalLists(m_preferences, m_fetch, this);
+    m_personalListsModel = new PersonalListsModel(*m_personalLists, this);
+    connect(m_personalLists, &PersonalLists::listsChanged, this, &LibraryModel::updateSelectedPersonalListName);
     m_channelList = new ChannelListModel(this);
     connect(m_channelList, &ChannelListModel::channelsChanged, this, &LibraryModel::channelsChanged);
     connect(m_channelList, &ChannelListModel::searchChanged, this, &LibraryModel::searchChanged);
@@ -161,6 +166,7 @@ LibraryModel::LibraryModel(Environment environment, QObject *parent)
     connect(this, &LibraryModel::activeIDChanged, this, &LibraryModel::activeSourceChanged);
 
     m_player->setVolume(int(m_volume));
+    m_favoritesBrowser = new FavoritesModel(*this, m_fetch, this);
 
     startUp();
 }
@@ -497,6 +503,14 @@ void LibraryModel::toggleFavoriteAt(int row)
         toggleFavorite(m_channelList->channelAt(row));
 }
 
+QVariant LibraryModel::personalContentForChannelAt(int row) const
+{
+    PersonalListContent content;
+    if (m_activeID && row >= 0 && row < m_channelList->count())
+        content.entries.append(PersonalEntry(*m_activeID, m_channelList->channelAt(row)));
+    return content.toVariant();
+}
+
 void LibraryModel::persistFavorites()
 {
     QStringList list(m_favorites.begin(), m_favorites.end());
@@ -679,6 +693,14 @@ void LibraryModel::setSection(Section section)
 void LibraryModel::setSelectedPersonalListID(const std::optional<QUuid> &id)
 {
     publish(this, m_selectedPersonalListID, id, &LibraryModel::selectedPersonalListIDChanged);
+    updateSelectedPersonalListName();
+}
+
+void LibraryModel::updateSelectedPersonalListName()
+{
+    const auto list = m_selectedPersonalListID ? m_personalLists->list(*m_selectedPersonalListID) : std::nullopt;
+    publish(this, m_selectedPersonalListName, list ? list->name() : QString(),
+        &LibraryModel::selectedPersonalListNameChanged);
 }
 
 void LibraryModel::setPersonalReturnID(const std::optional<QUuid> &id)

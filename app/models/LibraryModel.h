@@ -31,15 +31,19 @@ class CatalogFavorites;
 class CatalogModel;
 class ChannelCategoriesModel;
 class ChannelListModel;
+class FavoritesModel;
 class ConnectionRegistry;
 class QTimer;
 class PersonalLists;
+class PersonalListsModel;
 class QSettings;
 class WatchHistory;
 
 Q_MOC_INCLUDE("models/CatalogModel.h")
 Q_MOC_INCLUDE("models/ChannelCategoriesModel.h")
 Q_MOC_INCLUDE("models/ChannelListModel.h")
+Q_MOC_INCLUDE("models/PersonalListsModel.h")
+Q_MOC_INCLUDE("models/FavoritesModel.h")
 Q_MOC_INCLUDE("stores/CatalogFavorites.h")
 Q_MOC_INCLUDE("stores/PersonalLists.h")
 Q_MOC_INCLUDE("stores/WatchHistory.h")
@@ -85,11 +89,18 @@ class LibraryModel : public QObject
     // Canonical upper-case ids; empty when none.
     Q_PROPERTY(QString selectedPersonalListID READ selectedPersonalListIDText NOTIFY selectedPersonalListIDChanged FINAL)
     Q_PROPERTY(QString personalReturnID READ personalReturnIDText NOTIFY personalReturnIDChanged FINAL)
+    // The name of the personal list on screen, following renames; empty when none is.
+    Q_PROPERTY(QString selectedPersonalListName READ selectedPersonalListName NOTIFY
+            selectedPersonalListNameChanged FINAL)
 
     Q_PROPERTY(CatalogModel *catalog READ catalog CONSTANT FINAL)
     Q_PROPERTY(WatchHistory *history READ history CONSTANT FINAL)
     Q_PROPERTY(CatalogFavorites *catalogFavorites READ catalogFavorites CONSTANT FINAL)
     Q_PROPERTY(PersonalLists *personalLists READ personalLists CONSTANT FINAL)
+    // The personal lists' ids and names, and how views create and rename them.
+    Q_PROPERTY(PersonalListsModel *personalListsModel READ personalListsModel CONSTANT FINAL)
+    // What the favourites browser lists, counts and does.
+    Q_PROPERTY(FavoritesModel *favoritesBrowser READ favoritesBrowser CONSTANT FINAL)
 
     // Playback: the player the video surface draws, what it plays and how it is going.
     Q_PROPERTY(MediaPlayer *player READ player NOTIFY playerChanged FINAL)
@@ -222,6 +233,9 @@ public:
     // The same for the channel shown at a row of `filteredChannels`.
     Q_INVOKABLE bool isFavoriteAt(int row) const;
     Q_INVOKABLE void toggleFavoriteAt(int row);
+    // What "Afegeix a una llista…" offers for the channel shown at a row of `filteredChannels`
+    // (a PersonalListContent); empty content without an active connection.
+    Q_INVOKABLE QVariant personalContentForChannelAt(int row) const;
 
     // --- sections and navigation -------------------------------------------------------------------
     Section section() const { return m_section; }
@@ -229,6 +243,7 @@ public:
     void setFavoriteSection(Section section);
     const std::optional<QUuid> &selectedPersonalListID() const { return m_selectedPersonalListID; }
     const std::optional<QUuid> &personalReturnID() const { return m_personalReturnID; }
+    const QString &selectedPersonalListName() const { return m_selectedPersonalListName; }
 
     void selectSection(Section section);
     Q_INVOKABLE void selectSection(const QString &section);
@@ -248,6 +263,8 @@ public:
     WatchHistory *history() const { return m_history; }
     CatalogFavorites *catalogFavorites() const { return m_catalogFavorites; }
     PersonalLists *personalLists() const { return m_personalLists; }
+    PersonalListsModel *personalListsModel() const { return m_personalListsModel; }
+    FavoritesModel *favoritesBrowser() const { return m_favoritesBrowser; }
 
     // --- playback ----------------------------------------------------------------------------------
     // Plays a channel; `onDemand` for movies and episodes. Every start goes through stop(), so every
@@ -341,6 +358,7 @@ Q_SIGNALS:
     void favoriteSectionChanged();
     void selectedPersonalListIDChanged();
     void personalReturnIDChanged();
+    void selectedPersonalListNameChanged();
     void playerChanged();
     void currentChannelChanged();
     void isOnDemandChanged();
@@ -396,6 +414,7 @@ private:
     void setSection(Section section);
     void setSelectedPersonalListID(const std::optional<QUuid> &id);
     void setPersonalReturnID(const std::optional<QUuid> &id);
+    void updateSelectedPersonalListName();
     // Playback internals.
     void makePlayer();
     void retirePlayer();
@@ -449,10 +468,12 @@ private:
 
     CatalogFavorites *m_catalogFavorites = nullptr;
     PersonalLists *m_personalLists = nullptr;
+    PersonalListsModel *m_personalListsModel = nullptr;
     WatchHistory *m_history = nullptr;
     CatalogModel *m_catalog = nullptr;
     ConnectionRegistry *m_connections = nullptr;
     ChannelListModel *m_channelList = nullptr;
+    FavoritesModel *m_favoritesBrowser = nullptr;
 
     RequestSlot m_load;               // the channel load in flight
     RequestSlot m_navigation;         // the latest navigation, for steps that wait for a load
@@ -467,6 +488,7 @@ private:
     Section m_favoriteSection = Section::live;
     std::optional<QUuid> m_selectedPersonalListID;
     std::optional<QUuid> m_personalReturnID;
+    QString m_selectedPersonalListName;
 
     // Playback.
     using TimePoint = std::chrono::steady_clock::time_point;

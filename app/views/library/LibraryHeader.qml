@@ -8,14 +8,12 @@ Item {
     id: root
 
     required property LibraryModel library
-    // The personal list shown, when there is one: its name.
-    property string personalListName
     // The name of the place a personal list was opened from, when the model can return there.
     property string returnName
 
     readonly property string title: {
         if (library.selectedPersonalListID.length > 0)
-            return personalListName
+            return library.selectedPersonalListName
         if (library.favoritesOnly)
             return "Els teus favorits"
         switch (library.section) {

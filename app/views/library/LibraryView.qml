@@ -4,19 +4,24 @@ import QtQuick.Layouts
 import Quenvo
 
 // The content of the main window: the sidebar, then the header, the notice and the content, which
-// is the welcome view before any connection exists and the channel list beside the player for live
-// TV. It also hosts the connection editor and the question before a connection is removed.
+// is the welcome view before any connection exists, the channel list beside the player for live
+// TV, and the movies-and-series browser — or the player, while one of its titles plays. It also hosts
+// the connection editor and the question before a connection is removed.
 Rectangle {
     id: root
 
     required property LibraryModel library
 
     readonly property bool showsPersonalList: library.selectedPersonalListID.length > 0
+    readonly property bool showsFavorites: !showsPersonalList && library.favoritesOnly
     readonly property bool showsWelcome: !showsPersonalList && !library.favoritesOnly
                                          && library.sources.length === 0 && library.temporarySources.length === 0
                                          && library.channelCount === 0 && !library.isLoading
     readonly property bool showsLive: !showsPersonalList && !library.favoritesOnly && !showsWelcome
                                       && library.section === "live"
+    readonly property bool showsCatalog: !showsPersonalList && !library.favoritesOnly && !showsWelcome
+                                         && (library.section === "movies" || library.section === "series")
+    readonly property bool showsCatalogPlayer: showsCatalog && library.showsCatalogPlayer
 
     color: Theme.appBackground
     implicitWidth: 1000
@@ -70,6 +75,21 @@ Rectangle {
                     onAddRequested: root.library.addSource()
                 }
 
+                // Favourites mode: the favourites browser replaces the live view and the catalogue;
+                // it is made anew for each visit.
+                Loader {
+                    objectName: "favoritesView"
+                    anchors.fill: parent
+                    active: root.showsFavorites
+                    visible: active
+                    sourceComponent: Component {
+                        FavoritesBrowser {
+                            objectName: "favoritesBrowser"
+                            library: root.library
+                        }
+                    }
+                }
+
                 RowLayout {
                     objectName: "liveView"
                     anchors.fill: parent
@@ -85,12 +105,54 @@ Rectangle {
                         Layout.preferredWidth: Theme.channelListWidth
                         Layout.fillHeight: true
                     }
-                    PlaybackPane {
-                        objectName: "playbackPane"
-                        library: root.library
+                    Item {
+                        id: livePlayerPlace
+
                         Layout.fillWidth: true
                         Layout.fillHeight: true
                     }
+                }
+
+                // Movies and series: the browser, or the player while one of its titles plays.
+                CatalogBrowser {
+                    objectName: "catalogBrowser"
+                    anchors.fill: parent
+                    anchors.leftMargin: Theme.spacingHuge
+                    anchors.rightMargin: Theme.spacingHuge
+                    anchors.bottomMargin: Theme.spacingHuge
+                    visible: root.showsCatalog && !root.showsCatalogPlayer
+                    library: root.library
+                }
+                ColumnLayout {
+                    objectName: "catalogPlayer"
+                    anchors.fill: parent
+                    anchors.leftMargin: Theme.spacingHuge
+                    anchors.rightMargin: Theme.spacingHuge
+                    anchors.bottomMargin: Theme.spacingHuge
+                    visible: root.showsCatalogPlayer
+                    spacing: Theme.spacingSmall
+
+                    CatalogBackButton {
+                        objectName: "backToCatalog"
+                        text: "Torna al catàleg"
+                        onClicked: root.library.stop()
+                        Layout.leftMargin: -6
+                    }
+                    Item {
+                        id: catalogPlayerPlace
+
+                        Layout.fillWidth: true
+                        Layout.fillHeight: true
+                    }
+                }
+
+                // One player for the whole window: beside the channels, or alone for a movie or an
+                // episode (a second one would open a second full-screen window).
+                PlaybackPane {
+                    objectName: "playbackPane"
+                    parent: root.showsCatalogPlayer ? catalogPlayerPlace : livePlayerPlace
+                    anchors.fill: parent
+                    library: root.library
                 }
             }
         }
@@ -103,5 +165,38 @@ Rectangle {
     }
     SourceEditor {
         library: root.library
+    }
+
+    // The personal-list sheets, asked for from anywhere in the window.
+    AddToPersonalListSheet {
+        id: addToListSheet
+
+        lists: root.library.personalListsModel
+    }
+    PersonalGroupSelectionSheet {
+        id: groupSelectionSheet
+
+        library: root.library
+    }
+    PersonalListNameEditor {
+        id: listNameEditor
+
+        library: root.library
+    }
+    Connections {
+        target: PersonalListSheets
+        function onAddRequested(content) { addToListSheet.show(content) }
+        function onGroupsRequested(kind) {
+            if (kind === "live")
+                groupSelectionSheet.showLiveGroups()
+            else
+                groupSelectionSheet.showCatalogGroups()
+        }
+        function onNameRequested(listID) {
+            if (listID.length > 0)
+                listNameEditor.rename(listID)
+            else
+                listNameEditor.create()
+        }
     }
 }

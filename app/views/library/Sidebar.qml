@@ -135,10 +135,12 @@ Rectangle {
             Layout.fillWidth: true
             Layout.topMargin: Theme.spacingSmall
         }
-        // The personal lists are placed here.
-        Item {
+        PersonalListsSidebar {
+            objectName: "personalListsSidebar"
+            library: root.library
             Layout.fillWidth: true
             Layout.fillHeight: true
+            Layout.topMargin: Theme.spacingTiny
         }
 
         // Where the connections are kept

@@ -54,7 +54,7 @@ Rectangle {
             Layout.fillWidth: true
         }
 
-        ComboBox {
+        Picker {
             id: categoryPicker
 
             objectName: "categoryPicker"
@@ -62,57 +62,31 @@ Rectangle {
             model: ["Totes les categories"].concat(root.categoryNames)
             currentIndex: root.library.category === undefined ? 0 : root.categoryNames.indexOf(root.library.category) + 1
             onActivated: index => root.library.category = index === 0 ? undefined : root.categoryNames[index - 1]
-            font.pixelSize: Theme.bodySize
-            leftPadding: 10
             Layout.fillWidth: true
-            background: Rectangle {
-                implicitHeight: 32
-                radius: Theme.radius
-                color: categoryPicker.pressed ? Theme.selection : Theme.fieldBackground
-                border.width: 1
-                border.color: categoryPicker.activeFocus ? Theme.mint : Theme.fieldBorder
-            }
-            delegate: ItemDelegate {
-                id: categoryItem
-
-                required property int index
-                required property string modelData
-
-                width: categoryPicker.width - 8
-                x: 4
-                highlighted: categoryPicker.highlightedIndex === index
-                contentItem: Label {
-                    text: categoryItem.modelData
-                    font.pixelSize: Theme.bodySize
-                    font.weight: categoryPicker.currentIndex === categoryItem.index ? Font.DemiBold : Font.Normal
-                    color: categoryPicker.currentIndex === categoryItem.index ? Theme.mint : Theme.primaryText
-                    elide: Text.ElideRight
-                    verticalAlignment: Text.AlignVCenter
-                }
-                background: Rectangle {
-                    radius: Theme.radiusSmall
-                    color: categoryItem.highlighted ? Theme.hover : "transparent"
-                }
-            }
-            popup.topPadding: 4
-            popup.bottomPadding: 4
-            popup.background: Rectangle {
-                color: Qt.lighter(Theme.panel, 1.35)
-                radius: Theme.radius
-                border.width: 1
-                border.color: Theme.separator
-            }
         }
 
-        Label {
-            objectName: "channelCount"
-            text: root.count === 1 ? "1 CANAL" : root.count + " CANALS"
-            font.pixelSize: Theme.captionSize
-            font.weight: Font.DemiBold
-            font.letterSpacing: Theme.wideLetterSpacing
-            color: Theme.tertiaryText
+        RowLayout {
+            spacing: Theme.spacingSmall
             Layout.topMargin: Theme.spacingTiny
-            Layout.leftMargin: Theme.spacingTiny
+            Layout.fillWidth: true
+
+            Label {
+                objectName: "channelCount"
+                text: root.count === 1 ? "1 CANAL" : root.count + " CANALS"
+                font.pixelSize: Theme.captionSize
+                font.weight: Font.DemiBold
+                font.letterSpacing: Theme.wideLetterSpacing
+                color: Theme.tertiaryText
+                Layout.leftMargin: Theme.spacingTiny
+                Layout.fillWidth: true
+            }
+            LinkButton {
+                objectName: "addSeveralGroups"
+                text: "Afegeix diverses agrupacions…"
+                iconName: "checklist"
+                enabled: root.library.channelCount > 0
+                onClicked: PersonalListSheets.groupsRequested("live")
+            }
         }
 
         Item {
@@ -134,6 +108,8 @@ Rectangle {
                 delegate: ChannelRow {
                     width: ListView.view.width
                     playing: channelID === root.playingID
+                    personalLists: root.library.personalListsModel
+                    personalContent: root.library.personalContentForChannelAt(index)
                     onPlayRequested: index => root.library.playAt(index)
                     onFavoriteToggled: index => root.library.toggleFavoriteAt(index)
                 }

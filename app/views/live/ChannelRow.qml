@@ -13,6 +13,9 @@ Item {
     required property string channelID
     required property bool favorite
     required property bool playing
+    // What "Afegeix a una llista…" adds for this row (a PersonalListContent).
+    property var personalContent
+    property PersonalListsModel personalLists
 
     signal playRequested(int index)
     signal favoriteToggled(int index)
@@ -27,8 +30,15 @@ Item {
         Accessible.role: Accessible.Button
         Accessible.name: root.name
         leftPadding: Theme.spacing
-        rightPadding: starButton.width + Theme.spacing
+        rightPadding: starButton.width + addButton.width + Theme.spacing
         onClicked: root.playRequested(root.index)
+
+        // The row's menu: a right click, or the context-menu key.
+        TapHandler {
+            acceptedButtons: Qt.RightButton
+            onTapped: rowMenu.popup()
+        }
+        Keys.onMenuPressed: rowMenu.popup()
 
         background: Rectangle {
             radius: Theme.radius
@@ -64,6 +74,27 @@ Item {
                     Layout.fillWidth: true
                 }
             }
+        }
+    }
+
+    AddToPersonalListButton {
+        id: addButton
+
+        objectName: "channelAddToList"
+        anchors.right: starButton.left
+        anchors.verticalCenter: parent.verticalCenter
+        lists: root.personalLists
+        content: root.personalContent
+        compact: true
+    }
+    Menu {
+        id: rowMenu
+
+        objectName: "channelMenu"
+        MenuItem {
+            objectName: "channelMenuAddToList"
+            text: "Afegeix a una llista…"
+            onTriggered: PersonalListSheets.addRequested(root.personalContent)
         }
     }
 

@@ -1,0 +1,293 @@
+// The favourites browser in the main window, as the user meets it: the real QML on the real library
+// model, against the local provider's Xtream account over the loopback interface, with a preferences
+// file and a keychain of the test's own. Screenshots go to the test's build folder (screenshots/).
+
+#include "../stores/StoreTestSupport.h"
+#include "DemoProvider.h"
+#include "MediaPlayer.h"
+#include "models/FavoriteChannelListModel.h"
+#include "models/FavoritesModel.h"
+#include "models/LibraryModel.h"
+#include "records/CatalogFavorite.h"
+#include "stores/CatalogFavorites.h"
+#include "text/LocalizedText.h"
+#include "WindowDriver.h"
+
+#include <QQuickItem>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+CatalogItem movie(const ProviderCatalog &catalog, int index)
+{
+    CatalogItem item;
+    item.id = QString::number(catalog.movieID(index));
+    item.kind = CatalogKind::movies;
+    item.name = catalog.movieName(index);
+    item.categoryID = catalog.vodCategoryID(catalog.movieCategory(index));
+    item.year = QString::number(catalog.movieYear(index));
+    item.rating = catalog.movieRating(index);
+    return item;
+}
+
+CatalogItem series(const ProviderCatalog &catalog, int index)
+{
+    CatalogItem item;
+    item.id = QString::number(catalog.seriesID(index));
+    item.kind = CatalogKind::series;
+    item.name = catalog.seriesName(index);
+    item.categoryID = catalog.seriesCategoryID(catalog.seriesCategory(index));
+    return item;
+}
+
+QStringList sortedNames(QStringList names)
+{
+    std::sort(names.begin(), names.end(), [](const QString &a, const QString &b) { return LocalizedText::lessThan(a, b); });
+    return names;
+}
+
+} // namespace
+
+class tst_FavoritesBrowser : public QObject
+{
+    Q_OBJECT
+
+private:
+    DemoProvider m_provider;
+    std::unique_ptr<StoreTest::Preferences> m_preferences;
+    std::unique_ptr<LibraryModel> m_model;
+    WindowDriver m_ui;
+    QStringList m_warnings;
+
+    bool openWindow()
+    {
+        LibraryModel::Environment environment;
+        environment.preferences = &m_preferences->settings();
+        environment.keychainService = u"test.quenvo.favoritesbrowser"_s;
+        environment.pollPlayback = false;
+        m_model = std::make_unique<LibraryModel>(environment);
+        if (!QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000))
+            return false;
+        return m_ui.open(m_model.get());
+    }
+
+    bool loadAccount()
+    {
+        m_model->load(m_provider.account(), false, true);
+        return QTest::qWaitFor([&] { return !m_model->isLoading(); }, 20000)
+            && m_model->activeID() == m_provider.account().id;
+    }
+
+    // The sidebar's entry, as the user chooses it.
+    void showFavorites()
+    {
+        QQuickItem *entry = nullptr;
+        const QList<QQuickItem *> sidebar = m_ui.findAll(u"sidebar"_s);
+        QVERIFY(!sidebar.isEmpty());
+        std::function<void(QQuickItem *)> look = [&](QQuickItem *item) {
+            if (!entry && item->property("text").toString() == u"Favorits"_s && item->isVisible())
+                entry = item;
+            for (QQuickItem *child : item->childItems())
+                look(child);
+        };
+        look(sidebar.constFirst());
+        m_ui.click(entry);
+        QVERIFY(m_model->favoritesOnly());
+        QTRY_VERIFY(m_ui.isShown(u"favoritesBrowser"_s));
+        QVERIFY(!m_ui.isShown(u"liveView"_s));
+    }
+
+    QStringList segmentTexts() const
+    {
+        return {m_ui.text(u"segment_live"_s), m_ui.text(u"segment_movies"_s), m_ui.text(u"segment_series"_s)};
+    }
+
+    QStringList shownTexts(const QString &name) const
+    {
+        QStringList texts;
+        for (QQuickItem *item : m_ui.findAll(name))
+            texts.append(item->property("text").toString());
+        return texts;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
+        ProviderOptions options;
+        options.liveChannels = 30;
+        options.movies = 6;
+        options.series = 3;
+        options.categories = 2;
+        options.generateMedia = false;
+        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+    }
+
+    void init()
+    {
+        m_warnings.clear();
+        m_preferences = std::make_unique<StoreTest::Preferences>();
+        QVERIFY(openWindow());
+    }
+
+    void cleanup()
+    {
+        // Posters come through the application's artwork image provider, which this window's engine
+        // does not have yet: its absence is the only warning allowed.
+        const QStringList own = m_ui.ownWarnings();
+        for (const QString &warning : own) {
+            if (!warning.contains(u"Invalid image provider: image://artwork/"_s))
+                m_warnings.append(warning);
+        }
+        m_ui.close();
+        m_model.reset();
+        m_preferences.reset();
+        QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));
+    }
+
+    void withoutAConnectionNothingIsCounted()
+    {
+        // Favourites of a connection that is not open are not counted.
+        CatalogItem item;
+        item.id = u"7"_s;
+        item.name = u"D’una altra llista"_s;
+        m_model->catalogFavorites()->toggle(QUuid::createUuid(), item);
+
+        showFavorites();
+        QCOMPARE(segmentTexts(),
+                 (QStringList{u"TV en directe · 0"_s, u"Pel·lícules · 0"_s, u"Sèries · 0"_s}));
+        QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"favoriteSectionPicker"_s)), u"Tipus de favorits"_s);
+        QCOMPARE(m_ui.item(u"favoritesSearch"_s)->property("placeholderText").toString(), u"Cerca als favorits"_s);
+        QCOMPARE(m_ui.text(u"favoritesCaption"_s), u"Els favorits de la llista seleccionada, ordenats de la A a la Z."_s);
+        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"favoritesEmptyState"_s)), u"Encara no tens favorits aquí"_s);
+        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"favoritesEmptyState"_s)),
+                 u"Prem l’estrella d’un canal, una pel·lícula o una sèrie per trobar-lo aquí."_s);
+        QCOMPARE(m_ui.text(u"headerTitle"_s), u"Els teus favorits"_s);
+        QVERIFY(m_ui.saveScreenshot(u"favorites-empty"_s));
+    }
+
+    void channelsAreListedSearchedRemovedAndPlayed()
+    {
+        QVERIFY(loadAccount());
+        QStringList names;
+        for (int row : {4, 1, 9}) {
+            const Channel channel = m_model->channels().at(row);
+            m_model->toggleFavorite(channel);
+            names.append(channel.name());
+        }
+        names = sortedNames(names);
+
+        showFavorites();
+        QCOMPARE(m_model->favoriteSection(), LibraryModel::Section::live);
+        QCOMPARE(segmentTexts(), (QStringList{u"TV en directe · 3"_s, u"Pel·lícules · 0"_s, u"Sèries · 0"_s}));
+        QTRY_COMPARE(shownTexts(u"favoriteChannelName"_s), names);
+        QVERIFY(!m_ui.isShown(u"favoritesEmptyState"_s));
+        const QList<QQuickItem *> plays = m_ui.findAll(u"favoriteChannelPlay"_s);
+        const QList<QQuickItem *> stars = m_ui.findAll(u"favoriteChannelRemove"_s);
+        QCOMPARE(plays.size(), 3);
+        QCOMPARE(WindowDriver::accessibleName(plays.at(0)), u"Reprodueix canal: "_s + names.at(0));
+        QCOMPARE(WindowDriver::accessibleName(stars.at(2)), u"Treu de favorits: "_s + names.at(2));
+        QCOMPARE(stars.at(2)->property("toolTipText").toString(), u"Treu de favorits"_s);
+        QVERIFY(m_ui.saveScreenshot(u"favorites-channels"_s));
+
+        // A search that matches no channel, even though nothing else is searched.
+        m_ui.type(u"favoritesSearch"_s, u"cap canal així"_s);
+        QCOMPARE(m_model->favoritesBrowser()->search(), u"cap canal així"_s);
+        QTRY_VERIFY(m_ui.isShown(u"favoritesEmptyState"_s));
+        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"favoritesEmptyState"_s)), u"Cap resultat"_s);
+        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"favoritesEmptyState"_s)),
+                 u"Prova una altra cerca o canvia el tipus de contingut."_s);
+        // Counts ignore the search.
+        QCOMPARE(m_ui.text(u"segment_live"_s), u"TV en directe · 3"_s);
+        QVERIFY(m_ui.saveScreenshot(u"favorites-no-result"_s));
+        m_ui.type(u"favoritesSearch"_s, QString());
+        QTRY_COMPARE(shownTexts(u"favoriteChannelName"_s).size(), 3);
+
+        // The star takes the first one away.
+        m_ui.click(m_ui.findAll(u"favoriteChannelRemove"_s).at(0));
+        QTRY_COMPARE(shownTexts(u"favoriteChannelName"_s), names.mid(1));
+        QCOMPARE(m_ui.text(u"segment_live"_s), u"TV en directe · 2"_s);
+
+        // Choosing one leaves the favourites for live TV and plays it.
+        m_ui.click(m_ui.findAll(u"favoriteChannelPlay"_s).at(1));
+        QVERIFY(!m_model->favoritesOnly());
+        QCOMPARE(m_model->section(), LibraryModel::Section::live);
+        QVERIFY(m_model->currentChannel().has_value());
+        QCOMPARE(m_model->currentChannel()->name(), names.at(2));
+        QTRY_VERIFY(m_ui.isShown(u"liveView"_s));
+        QVERIFY(!m_ui.isShown(u"favoritesBrowser"_s));
+        m_model->stop();
+    }
+
+    void removingTheLastChannelShowsTheEmptyState()
+    {
+        QVERIFY(loadAccount());
+        m_model->toggleFavorite(m_model->channels().at(0));
+        showFavorites();
+        QTRY_COMPARE(m_ui.findAll(u"favoriteChannelRemove"_s).size(), 1);
+        m_ui.click(m_ui.findAll(u"favoriteChannelRemove"_s).at(0));
+        QTRY_VERIFY(m_ui.isShown(u"favoritesEmptyState"_s));
+        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"favoritesEmptyState"_s)), u"Encara no tens favorits aquí"_s);
+        QVERIFY(m_model->favorites().isEmpty());
+    }
+
+    void titlesAreListedAndOpenInTheCatalogue()
+    {
+        QVERIFY(loadAccount());
+        const ProviderCatalog &catalog = m_provider.server().catalog();
+        CatalogFavorites &store = *m_model->catalogFavorites();
+        const QUuid account = m_provider.account().id;
+        for (int index : {3, 0, 5})
+            store.toggle(account, movie(catalog, index));
+        store.toggle(account, series(catalog, 1));
+        // The same movie of another connection is neither listed nor counted.
+        store.toggle(QUuid::createUuid(), movie(catalog, 2));
+
+        showFavorites();
+        m_ui.click(u"segment_movies"_s);
+        QCOMPARE(m_model->favoriteSection(), LibraryModel::Section::movies);
+        QCOMPARE(segmentTexts(), (QStringList{u"TV en directe · 0"_s, u"Pel·lícules · 3"_s, u"Sèries · 1"_s}));
+        const QStringList movies =
+            sortedNames({catalog.movieName(3), catalog.movieName(0), catalog.movieName(5)});
+        QTRY_COMPARE(shownTexts(u"cardName"_s), movies);
+        const QList<QQuickItem *> buttons = m_ui.findAll(u"favoriteTitleButton"_s);
+        QCOMPARE(buttons.size(), 3);
+        QCOMPARE(buttons.at(0)->property("text").toString(), u"Als favorits"_s);
+        QCOMPARE(WindowDriver::accessibleName(buttons.at(0)), u"Treu de favorits: "_s + movies.at(0));
+        // Each tile on screen looks its poster up once: the store remembers them for the run.
+        for (int index : {3, 0, 5}) {
+            QTRY_VERIFY_WITH_TIMEOUT(store.poster(CatalogFavorite(account, movie(catalog, index)).id()).has_value(), 10000);
+        }
+        QTRY_COMPARE(m_model->favoritesBrowser()->posterLookupCount(), 0);
+        QVERIFY(m_ui.saveScreenshot(u"favorites-movies"_s));
+
+        m_ui.click(u"segment_series"_s);
+        QTRY_COMPARE(shownTexts(u"cardName"_s), QStringList{catalog.seriesName(1)});
+        QVERIFY(m_ui.saveScreenshot(u"favorites-series"_s));
+        // The button under a tile takes it away, and the empty state takes its place.
+        m_ui.click(m_ui.findAll(u"favoriteTitleButton"_s).at(0));
+        QTRY_VERIFY(m_ui.isShown(u"favoritesEmptyState"_s));
+        QCOMPARE(m_ui.text(u"segment_series"_s), u"Sèries · 0"_s);
+
+        // A movie opens in the catalogue's movie section.
+        m_ui.click(u"segment_movies"_s);
+        QTRY_COMPARE(m_ui.findAll(u"favoriteTitleCard"_s).size(), 3);
+        m_ui.click(m_ui.findAll(u"favoriteTitleCard"_s).at(1));
+        QVERIFY(!m_model->favoritesOnly());
+        QCOMPARE(m_model->section(), LibraryModel::Section::movies);
+        QTRY_VERIFY(!m_ui.isShown(u"favoritesBrowser"_s));
+        // Coming back shows the kind picked last.
+        showFavorites();
+        QCOMPARE(m_ui.item(u"favoriteSectionPicker"_s)->property("currentValue").toString(), u"movies"_s);
+    }
+};
+
+QTEST_MAIN(tst_FavoritesBrowser)
+#include "tst_favorites_browser.moc"

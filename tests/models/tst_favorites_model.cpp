@@ -1,0 +1,328 @@
+// The favourites browser's model on the real library model and catalogue favourites store: a playlist
+// scripted on a loopback server for the lists, counts and actions, and the local provider's Xtream
+// API for the poster lookups, with a preferences file of its own and a throw-away Secret Service.
+
+#include "../stores/StoreTestSupport.h"
+#include "LoopbackServer.h"
+#include "MediaPlayer.h"
+#include "ProviderServer.h"
+#include "models/FavoriteChannelListModel.h"
+#include "models/FavoriteTitleListModel.h"
+#include "models/FavoritesModel.h"
+#include "models/LibraryModel.h"
+#include "records/CatalogFavorite.h"
+#include "stores/CatalogFavorites.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+PlaylistSource m3uSource(const QString &name, const QUrl &url)
+{
+    return PlaylistSource(QUuid::createUuid(), name, url.toString(), QString(), QString(), PlaylistSource::Kind::m3u);
+}
+
+CatalogItem title(CatalogKind kind, const QString &id, const QString &name)
+{
+    CatalogItem item;
+    item.id = id;
+    item.kind = kind;
+    item.name = name;
+    item.categoryID = u"1"_s;
+    return item;
+}
+
+QStringList channelNames(const FavoriteChannelListModel &model)
+{
+    QStringList names;
+    for (int row = 0; row < model.rowCount(); ++row)
+        names.append(model.data(model.index(row), FavoriteChannelListModel::NameRole).toString());
+    return names;
+}
+
+QStringList titleNames(const FavoriteTitleListModel &model)
+{
+    QStringList names;
+    for (int row = 0; row < model.rowCount(); ++row)
+        names.append(model.data(model.index(row), FavoriteTitleListModel::NameRole).toString());
+    return names;
+}
+
+} // namespace
+
+class tst_FavoritesModel : public QObject
+{
+    Q_OBJECT
+
+private:
+    LoopbackServer m_server;
+    std::unique_ptr<ProviderServer> m_provider;
+    std::unique_ptr<StoreTest::Preferences> m_preferences;
+    std::unique_ptr<LibraryModel> m_model;
+    std::unique_ptr<QAbstractItemModelTester> m_channelTester;
+    std::unique_ptr<QAbstractItemModelTester> m_titleTester;
+    PlaylistSource m_tv = m3uSource(u"TV"_s, {});
+    PlaylistSource m_other = m3uSource(u"Una altra"_s, {});
+
+    FavoritesModel &favorites() const { return *m_model->favoritesBrowser(); }
+
+    // A model with these channel favourites stored, started without any connection.
+    void start(const QStringList &channelFavorites = {})
+    {
+        m_preferences->settings().setValue(LibraryModel::favoritesKey(), channelFavorites);
+        LibraryModel::Environment environment;
+        environment.preferences = &m_preferences->settings();
+        environment.keychainService = u"test.quenvo.favorites."_s + QUuid::createUuid().toString(QUuid::WithoutBraces);
+        environment.pollPlayback = false;
+        m_model = std::make_unique<LibraryModel>(environment);
+        m_channelTester = std::make_unique<QAbstractItemModelTester>(
+            favorites().channels(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        m_titleTester = std::make_unique<QAbstractItemModelTester>(
+            favorites().titles(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
+    }
+
+    bool loaded(const PlaylistSource &source)
+    {
+        m_model->load(source, false, true);
+        return QTest::qWaitFor([&] { return !m_model->isLoading(); }, 20000) && m_model->activeID() == source.id;
+    }
+
+    QString channelKey(const QString &name, const QString &path, const PlaylistSource &source) const
+    {
+        return Channel(name, u"g"_s, m_server.url(path), false).favoriteID(source.id);
+    }
+
+    // Every channel of the playlist a favourite of m_tv, "Esports" also of m_other; two movies and a
+    // series of m_tv, a movie of m_other.
+    void startWithFavorites()
+    {
+        start({channelKey(u"Canal 10"_s, u"/c10.ts"_s, m_tv), channelKey(u"Canal 2"_s, u"/c2.ts"_s, m_tv),
+               channelKey(u"Café TV"_s, u"/cafe.ts"_s, m_tv), channelKey(u"Esports"_s, u"/esports.ts"_s, m_other)});
+        CatalogFavorites &store = *m_model->catalogFavorites();
+        store.toggle(m_tv.id, title(CatalogKind::movies, u"12"_s, u"Pel·lícula 10"_s));
+        store.toggle(m_tv.id, title(CatalogKind::movies, u"11"_s, u"Pel·lícula 9"_s));
+        store.toggle(m_tv.id, title(CatalogKind::series, u"12"_s, u"Sèrie del cafè"_s));
+        store.toggle(m_other.id, title(CatalogKind::movies, u"13"_s, u"D’una altra llista"_s));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
+        QVERIFY(m_server.start());
+        QByteArray playlist = "#EXTM3U\n";
+        for (const auto &[name, path] : {std::pair{"Canal 10", "/c10.ts"}, std::pair{"Canal 2", "/c2.ts"},
+                                         std::pair{"Esports", "/esports.ts"}, std::pair{"Café TV", "/cafe.ts"}})
+            playlist += QByteArray("#EXTINF:-1 group-title=\"g\",") + name + '\n' + m_server.url(QString::fromLatin1(path)).toEncoded() + '\n';
+        m_server.route(u"/tv.m3u"_s, LoopbackServer::Response::ok(playlist));
+        m_tv = m3uSource(u"TV"_s, m_server.url(u"/tv.m3u"_s));
+        m_other = m3uSource(u"Una altra"_s, m_server.url(u"/tv.m3u"_s));
+
+        ProviderOptions options;
+        options.liveChannels = 8;
+        options.movies = 3;
+        options.series = 1;
+        options.generateMedia = false;
+        m_provider = std::make_unique<ProviderServer>(options);
+        QVERIFY2(m_provider->start(), qPrintable(m_provider->errorString()));
+    }
+
+    void init() { m_preferences = std::make_unique<StoreTest::Preferences>(); }
+
+    void cleanup()
+    {
+        m_channelTester.reset();
+        m_titleTester.reset();
+        m_model.reset();
+        m_preferences.reset();
+    }
+
+    void countsAreThoseOfTheActiveConnection()
+    {
+        startWithFavorites();
+        // No connection: nothing is counted, whatever is stored.
+        for (const QString &section : {u"live"_s, u"movies"_s, u"series"_s})
+            QCOMPARE(favorites().count(section), 0);
+        QCOMPARE(favorites().channels()->count(), 0);
+
+        QVERIFY(loaded(m_tv));
+        QCOMPARE(favorites().count(u"live"_s), 3);
+        QCOMPARE(favorites().count(u"movies"_s), 2);
+        QCOMPARE(favorites().count(u"series"_s), 1);
+
+        // The other connection has the same channels: only its own favourites count.
+        QVERIFY(loaded(m_other));
+        QCOMPARE(favorites().liveCount(), 1);
+        QCOMPARE(favorites().movieCount(), 1);
+        QCOMPARE(favorites().seriesCount(), 0);
+        QCOMPARE(channelNames(*favorites().channels()), QStringList{u"Esports"_s});
+    }
+
+    void listsAreSortedAsAPersonReadsNames()
+    {
+        startWithFavorites();
+        QVERIFY(loaded(m_tv));
+        QCOMPARE(channelNames(*favorites().channels()), (QStringList{u"Café TV"_s, u"Canal 2"_s, u"Canal 10"_s}));
+        m_model->setFavoriteSection(LibraryModel::Section::movies);
+        QCOMPARE(titleNames(*favorites().titles()), (QStringList{u"Pel·lícula 9"_s, u"Pel·lícula 10"_s}));
+        // Live shows series among the titles: only the picked kind matters for the tiles.
+        m_model->setFavoriteSection(LibraryModel::Section::series);
+        QCOMPARE(titleNames(*favorites().titles()), QStringList{u"Sèrie del cafè"_s});
+    }
+
+    void searchFiltersTheChosenSection_data()
+    {
+        QTest::addColumn<LibraryModel::Section>("section");
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("channels, accents ignored") << LibraryModel::Section::live << u"CAFE"_s << QStringList{u"Café TV"_s};
+        QTest::newRow("channels, by name") << LibraryModel::Section::live << u"canal"_s
+                                          << QStringList{u"Canal 2"_s, u"Canal 10"_s};
+        QTest::newRow("series, accents ignored") << LibraryModel::Section::series << u"cafe"_s
+                                                 << QStringList{u"Sèrie del cafè"_s};
+        // Channels and series match, movies do not: "Cap resultat" for movies only.
+        QTest::newRow("movies, nothing matches") << LibraryModel::Section::movies << u"cafe"_s << QStringList{};
+        QTest::newRow("movies, empty search") << LibraryModel::Section::movies << QString()
+                                              << QStringList{u"Pel·lícula 9"_s, u"Pel·lícula 10"_s};
+    }
+
+    void searchFiltersTheChosenSection()
+    {
+        QFETCH(LibraryModel::Section, section);
+        QFETCH(QString, search);
+        QFETCH(QStringList, shown);
+        startWithFavorites();
+        QVERIFY(loaded(m_tv));
+        m_model->setFavoriteSection(section);
+        favorites().setSearch(search);
+        const QStringList names = section == LibraryModel::Section::live ? channelNames(*favorites().channels())
+                                                                         : titleNames(*favorites().titles());
+        QCOMPARE(names, shown);
+        // Counts ignore the search.
+        QCOMPARE(favorites().liveCount(), 3);
+        QCOMPARE(favorites().movieCount(), 2);
+
+        // Showing the favourites again starts with an empty search.
+        m_model->selectSection(LibraryModel::Section::live);
+        m_model->showFavorites();
+        QCOMPARE(favorites().search(), QString());
+    }
+
+    void removingTheLastChannelEmptiesTheList()
+    {
+        start({channelKey(u"Canal 2"_s, u"/c2.ts"_s, m_tv)});
+        QVERIFY(loaded(m_tv));
+        QCOMPARE(favorites().channels()->count(), 1);
+        favorites().removeChannel(0);
+        QCOMPARE(favorites().channels()->count(), 0);
+        QCOMPARE(favorites().liveCount(), 0);
+        QVERIFY(m_model->favorites().isEmpty());
+        QCOMPARE(m_preferences->settings().value(LibraryModel::favoritesKey()).toStringList(), QStringList());
+
+        // A star set from the channel list shows up at once.
+        m_model->toggleFavorite(m_model->channels().at(0));
+        QCOMPARE(channelNames(*favorites().channels()), QStringList{u"Canal 10"_s});
+    }
+
+    void playingAChannelLeavesTheFavorites()
+    {
+        startWithFavorites();
+        QVERIFY(loaded(m_tv));
+        m_model->setSearch(u"esp"_s);
+        m_model->setCategory(u"g"_s);
+        m_model->selectSection(LibraryModel::Section::movies);
+        m_model->showFavorites();
+        QVERIFY(m_model->favoritesOnly());
+
+        favorites().playChannel(1);
+        QCOMPARE(m_model->section(), LibraryModel::Section::live);
+        QVERIFY(!m_model->favoritesOnly());
+        QCOMPARE(m_model->search(), QString());
+        QCOMPARE(m_model->category(), std::nullopt);
+        QVERIFY(m_model->currentChannel().has_value());
+        QCOMPARE(m_model->currentChannel()->name(), u"Canal 2"_s);
+        QVERIFY(!m_model->isOnDemand());
+        m_model->stop();
+    }
+
+    void openingATitleShowsItInItsSection()
+    {
+        startWithFavorites();
+        QVERIFY(loaded(m_tv));
+        m_model->setFavoriteSection(LibraryModel::Section::series);
+        m_model->showFavorites();
+        favorites().openTitle(0);
+        QCOMPARE(m_model->section(), LibraryModel::Section::series);
+        QVERIFY(!m_model->favoritesOnly());
+        // The favourites browser keeps its kind for the next visit.
+        QCOMPARE(m_model->favoriteSection(), LibraryModel::Section::series);
+    }
+
+    void postersAreLookedUpOncePerTitle()
+    {
+        start();
+        PlaylistSource account(QUuid::createUuid(), u"Demo"_s, m_provider->baseURL().toString(),
+                               ProviderCatalog::demoUsername(), ProviderCatalog::demoPassword(),
+                               PlaylistSource::Kind::xtream);
+        QVERIFY(loaded(account));
+        const ProviderCatalog &catalog = m_provider->catalog();
+        CatalogFavorites &store = *m_model->catalogFavorites();
+        const CatalogItem first = title(CatalogKind::movies, QString::number(catalog.movieID(0)), catalog.movieName(0));
+        const CatalogItem second = title(CatalogKind::movies, QString::number(catalog.movieID(1)), catalog.movieName(1));
+        const CatalogItem unknown = title(CatalogKind::movies, u"999999"_s, u"Desconeguda"_s);
+        for (const CatalogItem &item : {first, second, unknown})
+            store.toggle(account.id, item);
+        m_model->setFavoriteSection(LibraryModel::Section::movies);
+        const QString firstID = CatalogFavorite(account.id, first).id();
+        const QString secondID = CatalogFavorite(account.id, second).id();
+        const QString unknownID = CatalogFavorite(account.id, unknown).id();
+
+        // A tile that leaves before the answer: nothing is remembered.
+        favorites().requestPoster(secondID);
+        QCOMPARE(favorites().posterLookupCount(), 1);
+        favorites().releasePoster(secondID);
+        QCOMPARE(favorites().posterLookupCount(), 0);
+
+        // Two tiles of one title ask once.
+        const long long before = m_provider->requestCount();
+        favorites().requestPoster(firstID);
+        favorites().requestPoster(firstID);
+        QCOMPARE(favorites().posterLookupCount(), 1);
+        const QUrl expected = m_provider->url(u"/images/poster-%1.jpg"_s.arg(catalog.moviePoster(0)));
+        QTRY_COMPARE_WITH_TIMEOUT(store.poster(firstID), std::optional<QUrl>(expected), 10000);
+        QCOMPARE(favorites().posterLookupCount(), 0);
+        QCOMPARE(m_provider->requestCount() - before, 1);
+        const int row = titleNames(*favorites().titles()).indexOf(catalog.movieName(0));
+        QCOMPARE(favorites().titles()->data(favorites().titles()->index(row), FavoriteTitleListModel::PosterRole)
+                     .toString(),
+                 expected.toString());
+
+        // Known now: no second request.
+        favorites().requestPoster(firstID);
+        QCOMPARE(favorites().posterLookupCount(), 0);
+
+        // A title the provider does not know keeps its placeholder, silently.
+        favorites().requestPoster(unknownID);
+        QTRY_COMPARE_WITH_TIMEOUT(favorites().posterLookupCount(), 0, 10000);
+        QCOMPARE(store.poster(unknownID), std::nullopt);
+        QCOMPARE(m_model->notice(), std::nullopt);
+        // Two more round trips later, the lookup abandoned at the start has still stored nothing.
+        QCOMPARE(store.poster(secondID), std::nullopt);
+
+        // Another connection's favourite is never asked about.
+        const CatalogItem elsewhere = title(CatalogKind::movies, QString::number(catalog.movieID(2)), catalog.movieName(2));
+        store.toggle(m_other.id, elsewhere);
+        favorites().requestPoster(CatalogFavorite(m_other.id, elsewhere).id());
+        QCOMPARE(favorites().posterLookupCount(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_FavoritesModel)
+#include "tst_favorites_model.moc"
