@@ -95,6 +95,7 @@ private Q_SLOTS:
     void downloadsInFlightAreBounded();
     void requestWithdrawnWhileQueuedIsNeverDownloaded();
     void downloadWithdrawnInFlightStoresNothing();
+    void engineClosedWhileDownloading();
     void postersOnScreen();
 
 private:
@@ -407,6 +408,25 @@ void TestCatalogArtwork::downloadWithdrawnInFlightStoresNothing()
     QQuickItem *poster = show(url);
     QTRY_VERIFY_WITH_TIMEOUT(hasArtwork(poster), 10000);
     QCOMPARE(requestsFor(url), 2);
+}
+
+// As when the window closes: posters, window and engine go at once, pictures still on their way.
+void TestCatalogArtwork::engineClosedWhileDownloading()
+{
+    QVERIFY(startServer(1000));
+    constexpr int queued = 2;
+    for (int variant = 0; variant < ArtworkLoader::maximumDownloads + queued; ++variant)
+        show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
+    QTRY_COMPARE(m_loader->queuedDownloads(), queued);
+    QTRY_COMPARE(m_server->imageAnswersInProgress(), ArtworkLoader::maximumDownloads);
+    m_shown.clear();
+    m_window.reset();
+    m_poster.reset();
+    m_engine.reset();
+    // Every download withdrawn, nothing kept, and (in cleanup) every response deleted.
+    QTRY_VERIFY(m_loader->isIdle());
+    QCOMPARE(m_loader->cachedPictures(), 0);
+    QCOMPARE(m_loader->downloadsStarted(), ArtworkLoader::maximumDownloads);
 }
 
 void TestCatalogArtwork::postersOnScreen()
