@@ -47,6 +47,19 @@ QString ArtworkResponse::errorString() const
 
 void ArtworkResponse::cancel()
 {
+    // The engine still waits for finished() before it lets the response go. It is emitted here, at
+    // once, unless an answer is already on its way: when the engine closes, its image thread stops
+    // right after cancelling, and an answer posted later would never be seen (nor the response freed).
+    bool answerNow = false;
+    {
+        const QMutexLocker locker(&m_reply->m_mutex);
+        if (!m_reply->m_answered) {
+            m_reply->m_answered = true;
+            answerNow = true;
+        }
+    }
     if (m_withdraw)
         m_withdraw(m_reply);
+    if (answerNow)
+        Q_EMIT finished();
 }

@@ -12,7 +12,7 @@
 // One picture an Image asked the artwork provider for. It is created on the engine's image thread,
 // answered once (a picture, or nothing for a failure) from whichever thread has the answer, and
 // deleted by the engine after `finished()`, which is always emitted in the response's own thread.
-// A response the engine no longer wants (its delegate went away) is still answered, with nothing.
+// A response the engine no longer wants (its delegate went away) is answered at once, with nothing.
 class ArtworkResponse : public QQuickImageResponse
 {
     Q_OBJECT
