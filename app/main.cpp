@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "artwork/CatalogArtwork.h"
 #include "models/LibraryModel.h"
 
 #include <QGuiApplication>
@@ -39,6 +40,7 @@ int main(int argc, char *argv[])
     QQmlApplicationEngine engine;
     // Qt 6.4 resolves the module's singletons only from its resource path.
     engine.addImportPath(u"qrc:/"_s);
+    CatalogArtwork::install(engine);
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,
                      [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
     engine.setInitialProperties({{u"library"_s, QVariant::fromValue(&library)}});

@@ -418,7 +418,7 @@ private Q_SLOTS:
         QCOMPARE(m_ui.item(u"sortPicker"_s)->width(), 180);
 
         QStringList byTitle = newestFirst;
-        QCollator collator(QLocale(QLocale::Catalan));
+        QCollator collator{QLocale(QLocale::Catalan)};
         collator.setCaseSensitivity(Qt::CaseInsensitive);
         collator.setNumericMode(true);
         std::sort(byTitle.begin(), byTitle.end(), collator);

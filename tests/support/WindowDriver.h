@@ -6,6 +6,7 @@
 // build folder (screenshots/). Header only: the interface tests link Qt Quick (and Qt Quick Test)
 // and the application.
 
+#include "artwork/CatalogArtwork.h"
 #include "models/LibraryModel.h"
 
 #include <QAccessible>
@@ -31,6 +32,7 @@ public:
         m_warnings.clear();
         m_engine = std::make_unique<QQmlApplicationEngine>();
         m_engine->addImportPath(QStringLiteral("qrc:/"));
+        CatalogArtwork::install(*m_engine);
         QObject::connect(m_engine.get(), &QQmlApplicationEngine::warnings, m_engine.get(),
             [this](const QList<QQmlError> &warnings) { m_warnings += warnings; });
         m_engine->setInitialProperties({{QStringLiteral("library"), QVariant::fromValue(model)}});
@@ -54,13 +56,19 @@ public:
     QQmlApplicationEngine *engine() const { return m_engine.get(); }
     // What the engine warned about since open().
     const QList<QQmlError> &warnings() const { return m_warnings; }
-    // The warnings about the application's own components (those under qrc:/Quenvo/).
+    // The warnings about the application's own components (those under qrc:/Quenvo/). A picture
+    // that cannot be had is not one: the poster keeps its placeholder on purpose, and Qt reports
+    // the failed image load all the same.
     QStringList ownWarnings() const
     {
         QStringList own;
         for (const QQmlError &warning : m_warnings) {
-            if (warning.url().toString().startsWith(QStringLiteral("qrc:/Quenvo/")))
-                own.append(warning.toString());
+            if (!warning.url().toString().startsWith(QStringLiteral("qrc:/Quenvo/")))
+                continue;
+            if (warning.url().fileName() == QStringLiteral("CatalogPoster.qml")
+                && warning.description().endsWith(QStringLiteral("no picture")))
+                continue;
+            own.append(warning.toString());
         }
         return own;
     }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -62,6 +63,8 @@ HttpConnection::HttpConnection(
     m_pace.setInterval(paceInterval);
     m_idle.setSingleShot(true);
     m_idle.setInterval(idleTimeout);
+    m_delay.setSingleShot(true);
+    connect(&m_delay, &QTimer::timeout, this, &HttpConnection::sendDelayed);
     connect(&m_pace, &QTimer::timeout, this, &HttpConnection::sendLive);
     connect(&m_idle, &QTimer::timeout, this, &HttpConnection::close);
     connect(socket, &QTcpSocket::readyRead, this, &HttpConnection::readIncoming);
@@ -83,6 +86,7 @@ HttpConnection::HttpConnection(
 HttpConnection::~HttpConnection()
 {
     setStreaming(false);
+    setAnsweringImage(false);
     --m_counters.connections;
     if (m_socket) {
         m_socket->disconnect(this);
@@ -129,6 +133,29 @@ void HttpConnection::handleBuffered()
 
 void HttpConnection::respond(const HttpRequest &request, HttpReply reply, bool keepAlive)
 {
+    setAnsweringImage(reply.image);
+    if (reply.delayMs > 0) {
+        m_state = State::delayed;
+        m_delayedHeadOnly = request.method == "HEAD";
+        m_delayedKeepAlive = keepAlive;
+        m_reply = std::move(reply);
+        m_delay.start(m_reply.delayMs);
+        return;
+    }
+    send(request.method == "HEAD", std::move(reply), keepAlive);
+}
+
+void HttpConnection::sendDelayed()
+{
+    if (!m_socket || m_state != State::delayed)
+        return;
+    HttpReply reply = std::exchange(m_reply, {});
+    reply.delayMs = 0;
+    send(m_delayedHeadOnly, std::move(reply), m_delayedKeepAlive);
+}
+
+void HttpConnection::send(bool headOnly, HttpReply reply, bool keepAlive)
+{
     const bool fixed = reply.kind == HttpReply::Body::fixed;
     m_keepAlive = keepAlive && fixed;
     QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reason(reply.status) + "\r\n";
@@ -142,7 +169,7 @@ void HttpConnection::respond(const HttpRequest &request, HttpReply reply, bool k
 
     m_reply = std::move(reply);
     m_sent = 0;
-    if (request.method == "HEAD") {
+    if (headOnly) {
         finishAnswer();
         return;
     }
@@ -205,6 +232,7 @@ void HttpConnection::finishAnswer()
 {
     m_pace.stop();
     setStreaming(false);
+    setAnsweringImage(false);
     m_reply = {};
     if (!m_keepAlive) {
         closeWhenWritten();
@@ -234,6 +262,17 @@ void HttpConnection::setStreaming(bool streaming)
         --m_counters.streams;
 }
 
+void HttpConnection::setAnsweringImage(bool answering)
+{
+    if (answering == m_answeringImage)
+        return;
+    m_answeringImage = answering;
+    if (answering)
+        m_counters.imageAnswerStarted();
+    else
+        m_counters.imageAnswerEnded();
+}
+
 void HttpConnection::close()
 {
     if (m_closed)
@@ -241,7 +280,9 @@ void HttpConnection::close()
     m_closed = true;
     m_pace.stop();
     m_idle.stop();
+    m_delay.stop();
     setStreaming(false);
+    setAnsweringImage(false);
     if (m_socket) {
         m_socket->disconnect(this);
         m_socket->abort();

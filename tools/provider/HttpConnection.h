@@ -31,6 +31,7 @@ private:
     enum class State
     {
         idle,
+        delayed,
         sending,
         streaming,
         stalled,
@@ -40,6 +41,9 @@ private:
     void readIncoming();
     void handleBuffered();
     void respond(const HttpRequest &request, HttpReply reply, bool keepAlive);
+    void send(bool headOnly, HttpReply reply, bool keepAlive);
+    void sendDelayed();
+    void setAnsweringImage(bool answering);
     void sendFixed();
     void sendLive();
     void finishAnswer();
@@ -56,10 +60,14 @@ private:
     bool m_counted = false;
     bool m_closed = false;
     bool m_handling = false;
+    bool m_answeringImage = false;
+    bool m_delayedHeadOnly = false;
+    bool m_delayedKeepAlive = false;
 
     HttpReply m_reply;
     qint64 m_sent = 0;
     QElapsedTimer m_clock;
     QTimer m_pace;
     QTimer m_idle;
+    QTimer m_delay;
 };

@@ -25,6 +25,10 @@ struct HttpReply
     double bytesPerSecond = 0;
     qint64 burstBytes = 0;
     bool loop = true;
+    // The answer is sent after this many milliseconds; the connection waits on a timer meanwhile.
+    int delayMs = 0;
+    // A picture: counted in ProviderCounters' image answers while it is in progress.
+    bool image = false;
 
     qint64 bodyLength() const { return length < 0 ? body.size() - offset : length; }
     void addHeader(QByteArray name, QByteArray value) { headers.append({std::move(name), std::move(value)}); }

@@ -54,9 +54,10 @@ const QString director = u"Mercè Rovira"_s;
 
 } // namespace
 
-ProviderAnswers::ProviderAnswers(const ProviderCatalog &catalog, QString baseURL)
+ProviderAnswers::ProviderAnswers(const ProviderCatalog &catalog, QString baseURL, bool posterPerTitle)
     : m_catalog(catalog)
     , m_baseURL(std::move(baseURL))
+    , m_posterPerTitle(posterPerTitle)
 {
 }
 
@@ -68,6 +69,13 @@ QString ProviderAnswers::logoURL(int logo) const
 QString ProviderAnswers::posterURL(int poster) const
 {
     return m_baseURL + u"/images/poster-"_s + QString::number(poster) + u".jpg"_s;
+}
+
+QString ProviderAnswers::titlePosterURL(int poster, const char *kind, qint64 id) const
+{
+    if (!m_posterPerTitle)
+        return posterURL(poster);
+    return posterURL(poster) + u'?' + QLatin1String(kind) + u'=' + QString::number(id);
 }
 
 QByteArray ProviderAnswers::playlist(const ProviderAccount &account, const QString &extension) const
@@ -234,7 +242,7 @@ QByteArray ProviderAnswers::vodStreams(const QString &categoryID) const
         json.field("name", m_catalog.movieName(index));
         json.field("stream_type", u"movie"_s);
         json.field("stream_id", m_catalog.movieID(index));
-        json.field("stream_icon", posterURL(m_catalog.moviePoster(index)));
+        json.field("stream_icon", titlePosterURL(m_catalog.moviePoster(index), "movie", m_catalog.movieID(index)));
         json.field("rating", rating);
         json.field("rating_5based", fiveBased(rating));
         json.field("added", stamp(m_catalog.movieAdded(index)));
@@ -269,7 +277,7 @@ QByteArray ProviderAnswers::series(const QString &categoryID) const
         if (!inCategory(categoryID, category))
             continue;
         const QString rating = m_catalog.seriesRating(index);
-        const QString poster = posterURL(m_catalog.seriesPoster(index));
+        const QString poster = titlePosterURL(m_catalog.seriesPoster(index), "series", m_catalog.seriesID(index));
         json.beginObject();
         json.field("num", ++number);
         json.field("name", m_catalog.seriesName(index));
@@ -309,7 +317,7 @@ QByteArray ProviderAnswers::vodInfo(const QString &vodID) const
     if (!found)
         return QByteArrayLiteral(R"({"info":[]})");
     const int index = *found;
-    const QString poster = posterURL(m_catalog.moviePoster(index));
+    const QString poster = titlePosterURL(m_catalog.moviePoster(index), "movie", m_catalog.movieID(index));
     const QString rating = m_catalog.movieRating(index);
     const QString category = m_catalog.vodCategoryID(m_catalog.movieCategory(index));
     QByteArray out;
@@ -369,7 +377,7 @@ QByteArray ProviderAnswers::seriesInfo(const QString &seriesID) const
             R"("episodes":[]})");
     }
     const int index = *found;
-    const QString poster = posterURL(m_catalog.seriesPoster(index));
+    const QString poster = titlePosterURL(m_catalog.seriesPoster(index), "series", m_catalog.seriesID(index));
     const QString rating = m_catalog.seriesRating(index);
     const QString category = m_catalog.seriesCategoryID(m_catalog.seriesCategory(index));
     const QList<int> seasons = m_catalog.seasons(index);
@@ -436,7 +444,10 @@ QByteArray ProviderAnswers::seriesInfo(const QString &seriesID) const
             json.field("container_extension", extension);
             json.key("info");
             json.beginObject();
-            json.field("movie_image", poster);
+            json.field("movie_image",
+                m_posterPerTitle ? titlePosterURL(m_catalog.seriesPoster(index), "episode",
+                                       m_catalog.episodeID(index, season, number))
+                                 : poster);
             json.field("releaseDate", date(m_catalog.seriesYear(index), number));
             json.field("plot",
                 u"Episodi "_s + QString::number(number) + u" de «"_s + m_catalog.seriesName(index)

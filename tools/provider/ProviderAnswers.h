@@ -11,8 +11,9 @@
 class ProviderAnswers
 {
 public:
-    // `baseURL` is "http://127.0.0.1:<port>", without a trailing slash.
-    ProviderAnswers(const ProviderCatalog &catalog, QString baseURL);
+    // `baseURL` is "http://127.0.0.1:<port>", without a trailing slash. With `posterPerTitle`, every
+    // movie, series and episode names its picture with a query of its own (see titlePosterURL).
+    ProviderAnswers(const ProviderCatalog &catalog, QString baseURL, bool posterPerTitle = false);
 
     // Every live channel; stream addresses carry the account's credentials and end in `extension`
     // ("ts" or "m3u8"). With "ts", the HLS test channel keeps its ".m3u8" address.
@@ -35,8 +36,12 @@ public:
 
     QString logoURL(int logo) const;
     QString posterURL(int poster) const;
+    // The poster as one title lists it: posterURL, followed with `posterPerTitle` by
+    // "?<kind>=<id>" (kind "movie", "series" or "episode"), the same picture under an address of its own.
+    QString titlePosterURL(int poster, const char *kind, qint64 id) const;
 
 private:
     const ProviderCatalog &m_catalog;
     QString m_baseURL;
+    bool m_posterPerTitle = false;
 };

@@ -60,6 +60,13 @@ public:
     int openConnections() const { return m_counters.connections; }
     int activeStreams() const { return m_counters.streams; }
     long long requestCount() const { return m_counters.requests; }
+    // Requests under /images/, in total and per address as sent ("/images/poster-1.jpg?movie=7").
+    long long imageRequestCount() const { return m_counters.imageRequests; }
+    QHash<QString, int> imageRequestsByAddress() const { return m_counters.imageRequestsByAddress(); }
+    // The most picture answers that were in progress at once (a request waiting for its
+    // imageDelayMs counts from its arrival).
+    int peakImageAnswers() const { return m_counters.peakImageAnswers; }
+    int imageAnswersInProgress() const { return m_counters.imageAnswers; }
 
 private:
     const ProviderOptions m_options;

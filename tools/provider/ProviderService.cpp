@@ -182,7 +182,8 @@ bool ProviderService::listen(quint16 port)
         m_server = nullptr;
         return false;
     }
-    m_answers.emplace(m_catalog, u"http://127.0.0.1:"_s + QString::number(m_server->serverPort()));
+    m_answers.emplace(
+        m_catalog, u"http://127.0.0.1:"_s + QString::number(m_server->serverPort()), m_options.posterPerTitle);
     m_liveClock.start();
     connect(m_server, &QTcpServer::newConnection, this, [this] {
         while (QTcpSocket *socket = m_server->nextPendingConnection())
@@ -255,7 +256,7 @@ HttpReply ProviderService::route(const HttpRequest &request)
     if (first == u"movie"_s || first == u"series"_s)
         return catalogueFile(request, first == u"series"_s);
     if (first == u"images"_s && path.size() == 2)
-        return image(path[1]);
+        return image(request);
     return notFound();
 }
 
@@ -489,12 +490,21 @@ HttpReply ProviderService::catalogueFile(const HttpRequest &request, bool series
     return fileReply(request, m_media.movie(extension), contentType(extension));
 }
 
-HttpReply ProviderService::image(const QString &name) const
+HttpReply ProviderService::image(const HttpRequest &request)
 {
-    if (!m_media.isAvailable())
-        return mediaMissing(m_media.error());
-    const QByteArray bytes = m_media.image(name);
-    if (bytes.isEmpty())
-        return notFound();
-    return HttpReply::text(200, bytes, contentType(QStringView(name).mid(name.lastIndexOf(u'.') + 1)));
+    m_counters.countImageRequest(QString::fromUtf8(request.target));
+    const QString &name = request.path[1];
+    HttpReply reply;
+    if (const auto extra = m_options.extraImages.constFind(name); extra != m_options.extraImages.constEnd()) {
+        reply = HttpReply::text(200, *extra, contentType(QStringView(name).mid(name.lastIndexOf(u'.') + 1)));
+    } else if (!m_media.isAvailable()) {
+        reply = mediaMissing(m_media.error());
+    } else if (const QByteArray bytes = m_media.image(name); !bytes.isEmpty()) {
+        reply = HttpReply::text(200, bytes, contentType(QStringView(name).mid(name.lastIndexOf(u'.') + 1)));
+    } else {
+        reply = notFound();
+    }
+    reply.image = true;
+    reply.delayMs = std::max(0, m_options.imageDelayMs);
+    return reply;
 }

@@ -53,7 +53,7 @@ private:
     HttpReply playerAPI(const HttpRequest &request);
     HttpReply live(const HttpRequest &request);
     HttpReply catalogueFile(const HttpRequest &request, bool series);
-    HttpReply image(const QString &name) const;
+    HttpReply image(const HttpRequest &request);
     HttpReply hlsPlaylist(int clip, const QString &segmentPrefix, bool ended) const;
     HttpReply hlsSegment(int clip, const QString &sequence, bool ended) const;
     QByteArray cached(const QString &key, const std::function<QByteArray()> &make);

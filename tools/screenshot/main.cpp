@@ -6,6 +6,7 @@
 // under Xvfb; the application itself has no such option.
 
 #include "CommandLine.h"
+#include "artwork/CatalogArtwork.h"
 #include "models/LibraryModel.h"
 
 #include <QGuiApplication>
@@ -69,6 +70,7 @@ int main(int argc, char *argv[])
 
     QQmlApplicationEngine engine;
     engine.addImportPath(u"qrc:/"_s);
+    CatalogArtwork::install(engine);
     engine.setInitialProperties({{u"library"_s, QVariant::fromValue(&library)}});
     engine.load(QUrl(u"qrc:/Quenvo/views/Main.qml"_s));
     auto *window = engine.rootObjects().isEmpty() ? nullptr

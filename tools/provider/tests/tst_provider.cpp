@@ -177,6 +177,9 @@ private slots:
     void manyClientsAndStop();
     void takenPortIsReported();
     void largeCatalogueWithoutMedia();
+    void posterPerTitle_data();
+    void posterPerTitle();
+    void delayedImagesAndCounters();
 
 private:
     QUrl url(const QString &path) const { return m_server->url(path); }
@@ -1246,6 +1249,119 @@ void ProviderTest::largeCatalogueWithoutMedia()
         const Response response = fetch(network, server.url(path));
         QCOMPARE(response.status, 503);
     }
+}
+
+void ProviderTest::posterPerTitle_data()
+{
+    QTest::addColumn<bool>("perTitle");
+    QTest::newRow("shared posters") << false;
+    QTest::newRow("a poster per title") << true;
+}
+
+// Every movie, series and episode names its own poster address, all served with the same bytes;
+// the server counts the requests per address.
+void ProviderTest::posterPerTitle()
+{
+    QFETCH(bool, perTitle);
+    ProviderOptions options;
+    options.movies = 12;
+    options.series = 3;
+    options.generateMedia = false;
+    options.posterPerTitle = perTitle;
+    const QByteArray picture = QByteArrayLiteral("\xff\xd8 a poster");
+    for (int poster = 1; poster <= ProviderCatalog::posterCount; ++poster)
+        options.extraImages.insert(u"poster-%1.jpg"_s.arg(poster), picture);
+    ProviderServer server(options);
+    QVERIFY(server.start());
+    const ProviderCatalog &catalog = server.catalog();
+    QNetworkAccessManager network;
+    const QString api = u"/player_api.php?username=demo&password=demo&action="_s;
+
+    QSet<QString> addresses;
+    const QJsonArray movies = json(fetch(network, server.url(api + u"get_vod_streams"_s)).body).array();
+    QCOMPARE(movies.size(), 12);
+    for (int index = 0; index < movies.size(); ++index) {
+        const QString icon = movies[index].toObject().value(u"stream_icon"_s).toString();
+        const QString query = u"?movie="_s + QString::number(catalog.movieID(index));
+        QCOMPARE(icon.endsWith(query), perTitle);
+        addresses.insert(icon);
+    }
+    const QJsonArray series = json(fetch(network, server.url(api + u"get_series"_s)).body).array();
+    for (int index = 0; index < series.size(); ++index) {
+        const QString cover = series[index].toObject().value(u"cover"_s).toString();
+        QCOMPARE(cover.endsWith(u"?series="_s + QString::number(catalog.seriesID(index))), perTitle);
+        addresses.insert(cover);
+    }
+    const QString seriesID = QString::number(catalog.seriesID(0));
+    const QJsonObject detail = json(fetch(network, server.url(api + u"get_series_info&series_id="_s + seriesID)).body).object();
+    int episodes = 0;
+    const QJsonObject seasons = detail.value(u"episodes"_s).toObject();
+    for (const QJsonValue &season : seasons) {
+        for (const QJsonValue &episode : season.toArray()) {
+            const QString image = episode.toObject().value(u"info"_s).toObject().value(u"movie_image"_s).toString();
+            QCOMPARE(image.endsWith(u"?episode="_s + episode.toObject().value(u"id"_s).toString()), perTitle);
+            addresses.insert(image);
+            ++episodes;
+        }
+    }
+    QVERIFY(episodes > 0);
+    QCOMPARE(addresses.size(), perTitle ? 12 + series.size() + episodes : ProviderCatalog::posterCount);
+
+    // Whatever the query, the same picture; each address counted on its own.
+    const QString first = movies[0].toObject().value(u"stream_icon"_s).toString();
+    for (int time = 0; time < 2; ++time)
+        QCOMPARE(fetch(network, QUrl(first)).body, picture);
+    const QString second = movies[1].toObject().value(u"stream_icon"_s).toString();
+    QCOMPARE(fetch(network, QUrl(second)).body, picture);
+    QCOMPARE(server.imageRequestCount(), 3);
+    const QHash<QString, int> byAddress = server.imageRequestsByAddress();
+    const auto pathAndQuery = [](const QString &address) {
+        return QUrl(address).toString(QUrl::RemoveScheme | QUrl::RemoveAuthority);
+    };
+    if (perTitle) {
+        QCOMPARE(byAddress.size(), 2);
+        QCOMPARE(byAddress.value(pathAndQuery(first)), 2);
+        QCOMPARE(byAddress.value(pathAndQuery(second)), 1);
+    } else {
+        QCOMPARE(byAddress.value(pathAndQuery(first)) + byAddress.value(pathAndQuery(second)), 3);
+    }
+}
+
+// Delayed pictures are in progress together while the server goes on answering other requests.
+void ProviderTest::delayedImagesAndCounters()
+{
+    ProviderOptions options;
+    options.generateMedia = false;
+    options.imageDelayMs = 1500;
+    options.extraImages.insert(u"still.png"_s, QByteArrayLiteral("picture"));
+    ProviderServer server(options);
+    QVERIFY(server.start());
+
+    constexpr int pictures = 5;
+    std::vector<std::unique_ptr<QNetworkAccessManager>> networks;
+    std::vector<std::unique_ptr<QNetworkReply>> replies;
+    for (int index = 0; index < pictures; ++index) {
+        networks.push_back(std::make_unique<QNetworkAccessManager>());
+        const QString path = index == 0 ? u"/images/missing.png"_s : u"/images/still.png?n=%1"_s.arg(index);
+        replies.emplace_back(networks.back()->get(QNetworkRequest(server.url(path))));
+    }
+    QTRY_COMPARE(server.imageAnswersInProgress(), pictures);
+    QNetworkAccessManager other;
+    const Response index = fetch(other, server.url(u"/"_s));
+    QCOMPARE(index.status, 200);
+    QCOMPARE(server.imageAnswersInProgress(), pictures); // still waiting for their delay
+
+    for (const auto &reply : replies) {
+        if (!reply->isFinished())
+            QVERIFY(QSignalSpy(reply.get(), &QNetworkReply::finished).wait(10000));
+    }
+    // Without media only the extra pictures exist: the others are refused as usual, after the delay.
+    QCOMPARE(replies[0]->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 503);
+    QCOMPARE(replies[1]->readAll(), QByteArrayLiteral("picture"));
+    QTRY_COMPARE(server.imageAnswersInProgress(), 0);
+    QCOMPARE(server.peakImageAnswers(), pictures);
+    QCOMPARE(server.imageRequestCount(), pictures);
+    QCOMPARE(server.imageRequestsByAddress().value(u"/images/still.png?n=3"_s), 1);
 }
 
 QTEST_GUILESS_MAIN(ProviderTest)
