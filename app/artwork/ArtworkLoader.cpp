@@ -31,6 +31,8 @@ ArtworkLoader *ArtworkLoader::instance()
 ArtworkLoader::ArtworkLoader(QObject *parent)
     : QObject(parent)
 {
+    m_queueTimer.setSingleShot(true);
+    connect(&m_queueTimer, &QTimer::timeout, this, &ArtworkLoader::startQueued);
 }
 
 ArtworkLoader::~ArtworkLoader()
@@ -70,6 +72,7 @@ void ArtworkLoader::request(const std::shared_ptr<ArtworkResponse::Reply> &reply
     download->fetch = fetch;
     download->cancellation = CancellationToken::create();
     download->waiting.append(reply);
+    download->due = QDeadlineTimer(settleDelay);
     m_downloads.insert(url, download);
     m_queue.push_back(std::move(download));
     startQueued();
@@ -100,6 +103,12 @@ void ArtworkLoader::withdraw(const std::shared_ptr<ArtworkResponse::Reply> &repl
 void ArtworkLoader::startQueued()
 {
     while (m_inFlight < maximumDownloads && !m_queue.empty()) {
+        // The queue is in request order, so its first request is the first one due.
+        if (!m_queue.front()->due.hasExpired()) {
+            if (!m_queueTimer.isActive())
+                m_queueTimer.start(std::max<qint64>(1, m_queue.front()->due.remainingTime()));
+            return;
+        }
         std::shared_ptr<Download> download = std::move(m_queue.front());
         m_queue.pop_front();
         download->started = true;

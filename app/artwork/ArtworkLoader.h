@@ -7,9 +7,12 @@
 #include <QHash>
 #include <QImage>
 #include <QMutex>
+#include <QDeadlineTimer>
 #include <QObject>
+#include <QTimer>
 #include <QUrl>
 
+#include <chrono>
 #include <deque>
 #include <memory>
 
@@ -30,6 +33,10 @@ public:
     // Six downloads at a time, as web browsers allow per server: enough to fill a screen of posters
     // quickly, and a load that the providers' picture servers are used to. Everything else waits.
     static constexpr int maximumDownloads = 6;
+    // A request starts its download only once it has waited this long: cards that a fling carries
+    // past withdraw their requests before that, so only the posters a person can look at are
+    // downloaded.
+    static constexpr std::chrono::milliseconds settleDelay{120};
     // The cache keeps at most this many pictures and this many bytes of pixels; the least recently
     // used pictures go first. A picture costs its bytes per line times its height.
     static constexpr int maximumCachedPictures = 160;
@@ -76,6 +83,7 @@ private:
         CancellationToken cancellation;
         QList<std::shared_ptr<ArtworkResponse::Reply>> waiting;
         bool started = false;
+        QDeadlineTimer due; // when it may start
     };
 
     explicit ArtworkLoader(QObject *parent);
@@ -87,6 +95,7 @@ private:
     ArtworkCache m_cache{maximumCachedPictures, maximumCacheCost};
     QHash<QUrl, std::shared_ptr<Download>> m_downloads; // queued or in flight, by address
     std::deque<std::shared_ptr<Download>> m_queue;
+    QTimer m_queueTimer; // wakes the queue when its first request is due
     int m_inFlight = 0;
     int m_decoding = 0;
     int m_peakInFlight = 0;

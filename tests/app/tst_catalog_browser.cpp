@@ -7,6 +7,8 @@
 #include "DemoProvider.h"
 #include "MediaPlayer.h"
 #include "WindowDriver.h"
+#include "artwork/ArtworkLoader.h"
+#include "artwork/ArtworkResponse.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
 #include "stores/WatchHistory.h"
@@ -244,18 +246,98 @@ private Q_SLOTS:
     {
         if (m_model)
             m_model->stop();
-        // Posters ask the artwork provider for their pictures; where the window has none, the
-        // placeholders stay and the engine says why: that is not a fault of the browser.
-        const bool hasArtwork = m_ui.engine() && m_ui.engine()->imageProvider(u"artwork"_s);
-        for (const QString &warning : m_ui.ownWarnings()) {
-            if (hasArtwork || !warning.contains(u"Invalid image provider: image://artwork/"_s))
-                m_warnings.append(warning);
-        }
+        // No download or answer outlives the window.
+        QTRY_VERIFY(ArtworkLoader::instance()->isIdle());
+        m_warnings += m_ui.ownWarnings();
         m_ui.close();
+        QTRY_COMPARE(ArtworkResponse::liveResponses(), 0);
         m_model.reset();
         m_preferences.reset();
         // The browser's components must load and bind without a warning.
         QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));
+    }
+
+    // Flinging through 20,000 titles asks only for the posters of cards that were laid out, never
+    // more than the bound at once, and the same poster in the grid and the detail once.
+    void postersFollowTheScreen()
+    {
+        ProviderOptions options;
+        options.liveChannels = 6;
+        options.categories = 1;
+        options.movies = 20000;
+        options.series = 0;
+        options.posterPerTitle = true;
+        options.imageDelayMs = 30;
+        DemoProvider big;
+        QVERIFY2(big.start(options), qPrintable(big.server().errorString()));
+        ArtworkLoader *artwork = ArtworkLoader::instance();
+        artwork->clearCache();
+        artwork->resetCounters();
+        QVERIFY(openOn(big.account(), u"movies"_s));
+        QVERIFY(waitForTitles());
+        QCOMPARE(catalog()->itemCount(), 20000);
+
+        auto *grid = m_ui.item(u"titleGrid"_s);
+        QVERIFY(grid);
+        // Every poster a laid-out card showed, as the provider is asked for it (path and query).
+        QSet<QString> laidOut;
+        const auto collect = [&] {
+            for (QQuickItem *card : m_ui.findAll(u"titleCard"_s, grid)) {
+                const QUrl url(card->property("posterURL").toString());
+                laidOut.insert(url.path() + u'?' + url.query());
+            }
+        };
+        QVERIFY(m_ui.settle());
+        collect();
+        // Let the first screen's posters arrive, as a person would see them before flinging.
+        const auto shownPosters = [&] {
+            int shown = 0;
+            for (QQuickItem *image : m_ui.findAll(u"posterImage"_s, grid))
+                shown += image->property("status").toInt() == 1 ? 1 : 0; // Image.Ready
+            return shown;
+        };
+        QTRY_VERIFY(shownPosters() >= 8);
+        QTRY_VERIFY(artwork->isIdle());
+        QVERIFY(m_ui.saveScreenshot(u"catalog-grid-posters"_s));
+        const qreal end = grid->property("contentHeight").toReal() - grid->height();
+        for (qreal y = 0; y < end; y += grid->height() * 7) {
+            grid->setProperty("contentY", y);
+            QVERIFY(m_ui.settle());
+            collect();
+        }
+        // The grid lays out the cards just past the last screen a moment later.
+        QTRY_VERIFY(artwork->isIdle());
+        collect();
+
+        const QHash<QString, int> asked = big.server().imageRequestsByAddress();
+        QVERIFY(!asked.isEmpty());
+        for (auto it = asked.cbegin(); it != asked.cend(); ++it)
+            QVERIFY2(laidOut.contains(it.key()), qPrintable(it.key()));
+        qInfo("%lld posters asked for, %lld cards laid out", qlonglong(asked.size()), qlonglong(laidOut.size()));
+        // Only the screens the fling rested on: far fewer than the cards it carried past.
+        QVERIFY2(asked.size() < laidOut.size() / 10, qPrintable(QString::number(asked.size())));
+        QVERIFY(big.server().peakImageAnswers() <= ArtworkLoader::maximumDownloads);
+        QVERIFY(artwork->peakDownloadsInFlight() <= ArtworkLoader::maximumDownloads);
+
+        // The first title's poster, shown again by its detail, is not asked for again.
+        grid->setProperty("contentY", 0);
+        QVERIFY(m_ui.settle());
+        QTRY_VERIFY(artwork->isIdle());
+        const QString first = cards().constFirst()->property("name").toString();
+        const QUrl poster(cards().constFirst()->property("posterURL").toString());
+        const QString address = poster.path() + u'?' + poster.query();
+        const int before = big.server().imageRequestsByAddress().value(address);
+        QCOMPARE(before, 1);
+        openTitle(first);
+        QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
+        QTRY_VERIFY(!catalog()->loadingDetail());
+        QVERIFY(m_ui.settle());
+        QTRY_VERIFY(artwork->isIdle());
+        QCOMPARE(big.server().imageRequestsByAddress().value(address), 1);
+        QVERIFY(m_ui.saveScreenshot(u"catalog-detail-poster"_s));
+        m_model->stop();
+        m_ui.close();
+        m_model.reset();
     }
 
     void anM3UConnectionShowsOnlyTheXtreamHint_data()

@@ -12,6 +12,8 @@
 #include "stores/CatalogFavorites.h"
 #include "text/LocalizedText.h"
 #include "WindowDriver.h"
+#include "artwork/ArtworkLoader.h"
+#include "artwork/ArtworkResponse.h"
 
 #include <QQuickItem>
 #include <QSignalSpy>
@@ -139,14 +141,11 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // Posters come through the application's artwork image provider, which this window's engine
-        // does not have yet: its absence is the only warning allowed.
-        const QStringList own = m_ui.ownWarnings();
-        for (const QString &warning : own) {
-            if (!warning.contains(u"Invalid image provider: image://artwork/"_s))
-                m_warnings.append(warning);
-        }
+        // No download or answer outlives the window.
+        QTRY_VERIFY(ArtworkLoader::instance()->isIdle());
+        m_warnings += m_ui.ownWarnings();
         m_ui.close();
+        QTRY_COMPARE(ArtworkResponse::liveResponses(), 0);
         m_model.reset();
         m_preferences.reset();
         QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));

@@ -44,7 +44,8 @@ Item {
 
         objectName: "posterImage"
         anchors.fill: parent
-        source: root.url.length > 0 ? "image://artwork/" + encodeURIComponent(root.url) : ""
+        // Only while shown: a card put aside for reuse, or a hidden page, withdraws its request.
+        source: root.url.length > 0 && root.visible ? "image://artwork/" + encodeURIComponent(root.url) : ""
         asynchronous: true
         // The artwork provider keeps the one cache.
         cache: false
