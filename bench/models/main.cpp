@@ -1,4 +1,5 @@
-// quenvo-bench-channel-list: ChannelListModel over a large generated connection.
+// quenvo-bench-channel-list: ChannelListModel over a large generated connection, and its selection
+// mode: every channel chosen, turned into personal-list entries and added to a list.
 //   quenvo-bench-channel-list [--channels 100000] [--runs 7]
 //
 // Generates the channels (names with accents, about 300 groups shared as the M3U parser shares
@@ -16,9 +17,13 @@
 
 #include "models/ChannelCategoriesModel.h"
 #include "models/ChannelListModel.h"
+#include "records/PersonalEntry.h"
+#include "stores/PersonalLists.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QElapsedTimer>
 #include <QTextStream>
 
@@ -132,6 +137,12 @@ int main(int argc, char **argv)
     QList<DurationSamples> keystrokeTimes(keystrokes.size());
     QList<int> keystrokeCounts(keystrokes.size());
     DurationSamples categoryOn, categoryOff, favoriteOn, favoriteOff, favoritesView;
+    // Selection mode: choose every result, turn the choice into list entries, add them to a new
+    // personal list (which writes the preferences), forget the choice.
+    DurationSamples selectAll, chosenEntries, addToList, clearChoice;
+    QTemporaryDir preferencesFolder;
+    QSettings preferences(preferencesFolder.filePath(u"preferences.ini"_s), QSettings::IniFormat);
+    PersonalLists lists(preferences);
     const QString someGroup = model.categories()->names().at(17);
     for (int run = 0; run <= runs; ++run) {
         const bool timed = run > 0;
@@ -149,6 +160,19 @@ int main(int argc, char **argv)
         time(timed ? favoritesView : scratch, [&] { model.setFavoritesOnly(true); });
         model.setFavoritesOnly(false);
         model.setFavorites({});
+
+        time(timed ? selectAll : scratch, [&] { model.selectFiltered(); });
+        QList<PersonalEntry> entries;
+        time(timed ? chosenEntries : scratch, [&] {
+            const QList<Channel> chosen = model.selectedChannels();
+            entries.reserve(chosen.size());
+            for (const Channel &channel : chosen)
+                entries.append(PersonalEntry(source, channel));
+        });
+        const QUuid list = lists.create(u"Tria "_s + QString::number(run));
+        time(timed ? addToList : scratch, [&] { lists.add(entries, {}, list); });
+        lists.deleteList(list);
+        time(timed ? clearChoice : scratch, [&] { model.clearSelection(); });
     }
 
     out << "median of " << runs << " runs after one untimed round, ms (best):\n";
@@ -168,6 +192,11 @@ int main(int argc, char **argv)
     line(u"favourite on"_s, favoriteOn);
     line(u"favourite off"_s, favoriteOff);
     line(u"favourites view"_s, favoritesView);
+    out << "selection mode over every channel:\n";
+    line(u"select results"_s, selectAll);
+    line(u"chosen → entries"_s, chosenEntries);
+    line(u"add to a list"_s, addToList);
+    line(u"clear selection"_s, clearChoice);
     out << "Targets: keystroke <= 5 ms: worst median " << QString::number(worstKeystroke, 'f', 3) << " ms ("
         << (worstKeystroke <= 5 ? "met" : "NOT met") << "); memory <= 600 B per channel: resident "
         << QString::number(residentPerChannel, 'f', 0) << " B (" << (residentPerChannel <= 600 ? "met" : "NOT met")

@@ -8,7 +8,6 @@
 #include "MediaPlayer.h"
 #include "WindowDriver.h"
 #include "artwork/ArtworkLoader.h"
-#include "artwork/ArtworkResponse.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
 #include "stores/WatchHistory.h"
@@ -84,12 +83,8 @@ private:
     // A fresh model and window with the demo account loaded, showing `section`.
     bool openOn(const PlaylistSource &source, const QString &section)
     {
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
-        environment.keychainService = u"test.quenvo.catalog"_s;
-        environment.pollPlayback = false;
-        m_model = std::make_unique<LibraryModel>(environment);
-        if (!QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000))
+        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.catalog"_s);
+        if (!m_model)
             return false;
         m_model->load(source, false, true);
         if (!QTest::qWaitFor([&] { return !m_model->isLoading() && m_model->activeID().has_value(); }, 20000))
@@ -246,11 +241,7 @@ private Q_SLOTS:
     {
         if (m_model)
             m_model->stop();
-        // No download or answer outlives the window.
-        QTRY_VERIFY(ArtworkLoader::instance()->isIdle());
-        m_warnings += m_ui.ownWarnings();
-        m_ui.close();
-        QTRY_COMPARE(ArtworkResponse::liveResponses(), 0);
+        m_warnings += m_ui.finish();
         m_model.reset();
         m_preferences.reset();
         // The browser's components must load and bind without a warning.

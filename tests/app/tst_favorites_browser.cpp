@@ -12,8 +12,6 @@
 #include "stores/CatalogFavorites.h"
 #include "text/LocalizedText.h"
 #include "WindowDriver.h"
-#include "artwork/ArtworkLoader.h"
-#include "artwork/ArtworkResponse.h"
 
 #include <QQuickItem>
 #include <QSignalSpy>
@@ -70,12 +68,8 @@ private:
 
     bool openWindow()
     {
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
-        environment.keychainService = u"test.quenvo.favoritesbrowser"_s;
-        environment.pollPlayback = false;
-        m_model = std::make_unique<LibraryModel>(environment);
-        if (!QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000))
+        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.favoritesbrowser"_s);
+        if (!m_model)
             return false;
         return m_ui.open(m_model.get());
     }
@@ -141,11 +135,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // No download or answer outlives the window.
-        QTRY_VERIFY(ArtworkLoader::instance()->isIdle());
-        m_warnings += m_ui.ownWarnings();
-        m_ui.close();
-        QTRY_COMPARE(ArtworkResponse::liveResponses(), 0);
+        m_warnings += m_ui.finish();
         m_model.reset();
         m_preferences.reset();
         QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));

@@ -42,20 +42,15 @@ private:
     bool openWindow()
     {
         closeWindow();
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
-        environment.keychainService = u"test.quenvo.mainwindow"_s;
-        environment.pollPlayback = false;
-        m_model = std::make_unique<LibraryModel>(environment);
-        if (!QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000))
+        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.mainwindow"_s);
+        if (!m_model)
             return false;
         return m_ui.open(m_model.get());
     }
 
     void closeWindow()
     {
-        m_warnings += m_ui.ownWarnings();
-        m_ui.close();
+        m_warnings += m_ui.finish();
         m_model.reset();
     }
 

@@ -37,12 +37,8 @@ private:
     bool start(const PersonalList &list)
     {
         m_preferences->settings().setValue(PersonalLists::storageKey(), PersonalLists::encode({list}));
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
-        environment.keychainService = u"test.quenvo.personallistbrowser"_s;
-        environment.pollPlayback = false;
-        m_model = std::make_unique<LibraryModel>(environment);
-        if (!QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000) || !m_ui.open(m_model.get()))
+        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.personallistbrowser"_s);
+        if (!m_model || !m_ui.open(m_model.get()))
             return false;
         m_model->load(m_provider.account(), false, true);
         return QTest::qWaitFor([&] { return m_model->channelCount() > 0 && !m_model->isLoading(); }, 20000);
@@ -98,8 +94,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        const QStringList warnings = m_ui.ownWarnings();
-        m_ui.close();
+        const QStringList warnings = m_ui.finish();
         m_model.reset();
         m_preferences.reset();
         QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));

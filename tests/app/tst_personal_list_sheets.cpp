@@ -91,19 +91,14 @@ private Q_SLOTS:
     void init()
     {
         m_preferences = std::make_unique<StoreTest::Preferences>();
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
-        environment.keychainService = u"test.quenvo.personallists"_s;
-        environment.pollPlayback = false;
-        m_model = std::make_unique<LibraryModel>(environment);
-        QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
+        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.personallists"_s);
+        QVERIFY(m_model);
         QVERIFY(m_ui.open(m_model.get()));
     }
 
     void cleanup()
     {
-        const QStringList warnings = m_ui.ownWarnings();
-        m_ui.close();
+        const QStringList warnings = m_ui.finish();
         m_model.reset();
         m_preferences.reset();
         QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));

@@ -6,6 +6,8 @@
 // build folder (screenshots/). Header only: the interface tests link Qt Quick (and Qt Quick Test)
 // and the application.
 
+#include "artwork/ArtworkLoader.h"
+#include "artwork/ArtworkResponse.h"
 #include "artwork/CatalogArtwork.h"
 #include "models/LibraryModel.h"
 
@@ -17,6 +19,8 @@
 #include <QQmlError>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSettings>
+#include <QSignalSpy>
 #include <QTest>
 #include <QtQuickTest/quicktest.h>
 
@@ -25,6 +29,36 @@
 class WindowDriver
 {
 public:
+    // A library model as the application starts it, on a preferences file and a keychain service of
+    // the test's own, with the playback tick left to the test; null when it does not start up.
+    static std::unique_ptr<LibraryModel> startModel(QSettings &preferences, const QString &keychainService)
+    {
+        LibraryModel::Environment environment;
+        environment.preferences = &preferences;
+        environment.keychainService = keychainService;
+        environment.pollPlayback = false;
+        auto model = std::make_unique<LibraryModel>(environment);
+        if (!QSignalSpy(model.get(), &LibraryModel::startedUp).wait(10000))
+            return nullptr;
+        return model;
+    }
+
+    // Closes the window once no picture download is left, and makes sure no picture answer
+    // outlives it. Returns what the engine warned about the application's own components.
+    QStringList finish()
+    {
+        QStringList own;
+        if (m_engine) {
+            if (!QTest::qWaitFor([] { return ArtworkLoader::instance()->isIdle(); }, 10000))
+                own.append(QStringLiteral("picture downloads still running"));
+            own += ownWarnings();
+        }
+        close();
+        if (!QTest::qWaitFor([] { return ArtworkResponse::liveResponses() == 0; }, 10000))
+            own.append(QStringLiteral("picture answers outlive the window"));
+        return own;
+    }
+
     // Opens the window on `model`, which must outlive it. False when it cannot be loaded or shown.
     bool open(LibraryModel *model)
     {
