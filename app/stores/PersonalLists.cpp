@@ -13,23 +13,12 @@
 #include <QJsonDocument>
 #include <QPointer>
 #include <QSettings>
-#include <QTextBoundaryFinder>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// User-perceived characters: a letter followed by combining accents counts once.
-qsizetype graphemeCount(const QString &text)
-{
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    qsizetype count = 0;
-    while (finder.toNextBoundary() != -1)
-        ++count;
-    return count;
-}
 
 std::optional<CatalogKind> catalogKind(PersonalContentKind kind)
 {
@@ -104,7 +93,7 @@ void PersonalLists::setSelectedKind(const QUuid &list, PersonalContentKind kind)
 QString PersonalLists::validate(const QString &name, const QUuid &excluding) const
 {
     const QString trimmed = name.trimmed();
-    if (trimmed.isEmpty() || graphemeCount(trimmed) > maximumNameLength)
+    if (trimmed.isEmpty() || LocalizedText::characterCount(trimmed) > maximumNameLength)
         throw IPTVError(u"Escriu un nom d’entre 1 i 80 caràcters."_s);
     for (const PersonalList &list : m_lists) {
         if (!excluding.isNull() && list.id() == excluding)

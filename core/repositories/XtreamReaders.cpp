@@ -1,6 +1,7 @@
 #include "XtreamReaders.h"
 #include "XtreamJson.h"
 #include "records/IPTVError.h"
+#include "text/LocalizedText.h"
 
 #include <QSet>
 
@@ -283,7 +284,7 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
             name,
             categoryID,
             optionalHttpURL(text(valueOr(row, "cover", "stream_icon"))),
-            text(valueOr(row, "year", "releaseDate", "release_date")).left(4),
+            LocalizedText::leftCharacters(text(valueOr(row, "year", "releaseDate", "release_date")), 4),
             text(row, "rating"),
             text(row, "plot"),
             extension,

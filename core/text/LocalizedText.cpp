@@ -2,6 +2,7 @@
 
 #include <QCollator>
 #include <QLocale>
+#include <QTextBoundaryFinder>
 
 #include <algorithm>
 
@@ -80,6 +81,30 @@ bool contains(QStringView haystack, QStringView needle)
     if (needle.isEmpty())
         return false;
     return folded(haystack).contains(folded(needle));
+}
+
+qsizetype characterCount(const QString &text)
+{
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype count = 0;
+    while (finder.toNextBoundary() != -1)
+        ++count;
+    return count;
+}
+
+QString leftCharacters(const QString &text, qsizetype count)
+{
+    if (count <= 0)
+        return QString();
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype end = 0;
+    for (qsizetype taken = 0; taken < count; ++taken) {
+        const qsizetype next = finder.toNextBoundary();
+        if (next == -1)
+            return text;
+        end = next;
+    }
+    return text.left(end);
 }
 
 } // namespace LocalizedText

@@ -21,6 +21,12 @@ QString folded(QStringView text);
 // Case- and diacritic-insensitive containment. An empty needle is contained in nothing.
 bool contains(QStringView haystack, QStringView needle);
 
+// User-perceived characters: a letter with its combining accents, or a character outside the basic
+// plane, counts once.
+qsizetype characterCount(const QString &text);
+// The first `count` user-perceived characters of `text`, never cut inside one.
+QString leftCharacters(const QString &text, qsizetype count);
+
 } // namespace LocalizedText
 
 // Folded names packed in one buffer, for searching a large list on every keystroke without touching

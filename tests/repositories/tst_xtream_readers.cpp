@@ -681,6 +681,9 @@ void TestXtreamReaders::catalogItemField_data()
         QString());
     row("year shorter than four", R"("year":"99")", "year", u"99"_s);
     row("year cut to four characters", R"("year":"1999-2003")", "year", u"1999"_s);
+    // Four characters as a person counts them: never through a surrogate pair or before an accent.
+    row("year cut after a combining accent", "\"year\":\"19e\u0301xx\"", "year", u"19e\u0301x"_s);
+    row("year cut after an astral character", "\"year\":\"19\U0001F3AC0xx\"", "year", u"19\U0001F3AC0"_s);
     row("year no date", R"("name":"x")", "year", QString());
     // rating and plot unchanged
     row("rating text", R"("rating":"6.3")", "rating", u"6.3"_s);
