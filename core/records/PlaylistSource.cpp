@@ -31,7 +31,8 @@ QUrl PlaylistSource::validatedURL() const
         return url;
     if (username.isEmpty() || password.isEmpty())
         throw IPTVError(u"Indica l’usuari i la contrasenya del servidor."_s);
-    const QString lastComponent = url.path().section(u'/', -1);
+    // The last component as a path names it: a trailing slash ends the path, not the name.
+    const QString lastComponent = url.path().section(u'/', -1, -1, QString::SectionSkipEmpty);
     if (url.hasQuery() || url.hasFragment() || lastComponent == "player_api.php"_L1
         || lastComponent == "get.php"_L1)
         throw IPTVError(u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s);

@@ -191,6 +191,10 @@ private Q_SLOTS:
             << u"S"_s << u"nope"_s << QString() << QString() << true << urlMessage << QString();
         QTest::newRow("xtream player_api.php") << u"S"_s << u"http://h/player_api.php"_s << u"u"_s << u"p"_s << true
                                                << baseMessage << QString();
+        QTest::newRow("xtream player_api.php with a slash")
+            << u"S"_s << u"http://h/player_api.php/"_s << u"u"_s << u"p"_s << true << baseMessage << QString();
+        QTest::newRow("xtream get.php/ under a prefix")
+            << u"S"_s << u"http://h/x/get.php/"_s << u"u"_s << u"p"_s << true << baseMessage << QString();
         QTest::newRow("xtream get.php under a prefix") << u"S"_s << u"http://h/x/get.php"_s << u"u"_s << u"p"_s
                                                        << true << baseMessage << QString();
         QTest::newRow("xtream query") << u"S"_s << u"http://h/?a=1"_s << u"u"_s << u"p"_s << true << baseMessage
