@@ -16,12 +16,13 @@ Popup {
     property string error
     // Whether this opening has sent the connection to the model: from then on its notice is ours too.
     property bool attempted: false
-    readonly property bool checking: library.isLoading && attempted
+    // Any load in progress shows on the primary button, this sheet's own or another one.
+    readonly property bool checking: library.isLoading
     readonly property bool isXtream: kind === "xtream"
     readonly property bool insecure: addressField.text.toLowerCase().startsWith("http://")
 
     function connect() {
-        if (root.checking)
+        if (root.checking && root.attempted)
             return
         // What the model stores is trimmed: the fields show it too.
         nameField.text = nameField.text.trim()

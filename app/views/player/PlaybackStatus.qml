@@ -49,7 +49,7 @@ ColumnLayout {
         visible: root.expanded
         readOnly: true
         selectByMouse: true
-        text: root.library.diagnostics.length > 0 ? root.library.diagnostics : "—"
+        text: root.library.diagnostics
         wrapMode: TextEdit.Wrap
         font.pixelSize: Theme.captionSize + 1
         font.family: Theme.monospaceFamily
