@@ -331,8 +331,9 @@ void LibraryModel::playCatalog(const Channel &channel)
         if (detail->movie && detail->movie->id() == channel.id()) {
             key = WatchProgress::key(*m_activeID, detail->item.kind, detail->item.id);
         } else {
+            // By the stream's identity: the same stream under another name is the same episode.
             const auto episode = std::find_if(detail->episodes.cbegin(), detail->episodes.cend(),
-                                              [&channel](const CatalogEpisode &e) { return e.channel == channel; });
+                [&channel](const CatalogEpisode &e) { return e.channel.digest() == channel.digest(); });
             if (episode != detail->episodes.cend())
                 key = WatchProgress::key(*m_activeID, detail->item.kind, episode->id);
         }

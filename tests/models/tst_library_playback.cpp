@@ -424,6 +424,11 @@ private Q_SLOTS:
 
         model.playEpisode(episodes.constLast().id);
         QCOMPARE(model.nextEpisode(), std::nullopt);
+        // The episode is known by its stream, whatever the channel is called.
+        const Channel &stream = episodes.at(0).channel;
+        model.playCatalog(Channel(u"Another name"_s, u"Another group"_s, stream.encodedURL(), false));
+        QCOMPARE(model.historyKey(),
+                 std::optional<QString>(WatchProgress::key(m_provider.account().id, CatalogKind::series, episodes.at(0).id)));
         // A live channel has no next episode.
         model.selectSection(LibraryModel::Section::live);
         model.play(liveChannel(ProviderCatalog::LiveKind::regular), false);
