@@ -55,9 +55,10 @@ void CatalogCategoryListModel::refilter()
     if (m_search.isEmpty()) {
         visible = m_categories;
     } else {
+        // As every search: a query that folds to nothing (a lone accent) matches nothing.
         const QString query = LocalizedText::folded(m_search);
         for (const CatalogCategory &category : std::as_const(m_categories)) {
-            if (LocalizedText::folded(category.name).contains(query))
+            if (!query.isEmpty() && LocalizedText::folded(category.name).contains(query))
                 visible.append(category);
         }
     }

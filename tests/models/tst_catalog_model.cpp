@@ -972,6 +972,12 @@ private Q_SLOTS:
         fixture.model.showItemAt(-1);
         QCOMPARE(fixture.model.selectedCategory(), last);
         QCOMPARE(fixture.model.selectedItem(), std::nullopt);
+
+        // A query that folds to nothing (a lone combining accent) finds nothing, in both searches.
+        fixture.model.setSearch(u"\u0301"_s);
+        fixture.model.setCategorySearch(u"\u0301"_s);
+        QCOMPARE(fixture.model.filteredItems()->count(), 0);
+        QCOMPARE(fixture.model.filteredCategories()->count(), 0);
     }
 };
 
