@@ -1,6 +1,7 @@
 #include "XtreamReaders.h"
 #include "XtreamJson.h"
 #include "records/IPTVError.h"
+#include "records/JsonError.h"
 #include "text/LocalizedText.h"
 
 #include <QSet>
@@ -65,6 +66,10 @@ std::optional<QList<Object>> objectRows(const Element &root)
 // A list answer of the catalogue: an array of objects, or an empty object standing for no rows.
 QList<Object> catalogRows(const Element &root)
 {
+    // The top level of a catalogue answer is an object or an array: anything else is no catalogue
+    // document at all, and fails as malformed JSON does.
+    if (!root.is_object() && !root.is_array())
+        throw JsonError(u"the answer is neither an object nor an array"_s);
     if (std::optional<QList<Object>> rows = objectRows(root))
         return *rows;
     Object object;

@@ -556,9 +556,11 @@ void TestXtreamReaders::catalogCategories_data()
     row("a number in the array", R"([{"category_id":"1","category_name":"A"},1])", {}, badCatalogue);
     row("null in the array", "[null]", {}, badCatalogue);
     row("an array in the array", "[[]]", {}, badCatalogue);
-    row("a string", R"("")", {}, badCatalogue);
-    row("null", "null", {}, badCatalogue);
-    row("false", "false", {}, badCatalogue);
+    // The top level of a catalogue answer is an object or an array; anything else is malformed JSON.
+    row("a string", R"("")", {}, jsonError);
+    row("null", "null", {}, jsonError);
+    row("false", "false", {}, jsonError);
+    row("a number", "12", {}, jsonError);
     row("truncated", R"([{"category_id":"1")", {}, jsonError);
     row("invalid UTF-8", "[{\"category_id\":\"1\",\"category_name\":\"\xf8\x88\x80\x80\x80\"}]", {},
         jsonError);
@@ -615,8 +617,8 @@ void TestXtreamReaders::catalogItemRows_data()
     row("an empty object means no rows", series, "{}", {});
     row("a non-empty object", movies, R"({"error":"no category"})", {}, badCatalogue);
     row("a row that is not an object", series, R"([{"series_id":1},[]])", {}, badCatalogue);
-    row("a string", movies, R"("[]")", {}, badCatalogue);
-    row("null", series, "null", {}, badCatalogue);
+    row("a string", movies, R"("[]")", {}, jsonError);
+    row("null", series, "null", {}, jsonError);
     row("truncated", movies, R"([{"stream_id":1,"name":"A"})", {}, jsonError);
     row("invalid UTF-8", series, "[{\"series_id\":1,\"name\":\"\x80\"}]", {}, jsonError);
 }
