@@ -1,7 +1,7 @@
 #include "ConnectionRegistry.h"
 
 #include "async/Cancellation.h"
-#include "models/LibraryModel.h"
+#include "http/FailureText.h"
 #include "records/IPTVError.h"
 #include "records/JsonFields.h"
 
@@ -108,7 +108,7 @@ QCoro::Task<ConnectionRegistry::StartUp> ConnectionRegistry::readSaved()
 
     if (failure) {
         setCanSave(false);
-        co_return StartUp {std::nullopt, LibraryModel::safeError(failure)};
+        co_return StartUp {std::nullopt, FailureText::of(failure)};
     }
     setSources(saved);
     if (m_sources.isEmpty())

@@ -60,7 +60,7 @@ public:
     bool isSaved(const QUuid &id) const;
 
     // Start-up: reads the saved connections. On failure `sources` stays empty, `canSave` becomes
-    // false and the failure's text (LibraryModel::safeError) is returned as the notice. The start
+    // false and the failure's text (FailureText::of) is returned as the notice. The start
     // connection is the one "activeSource" names, else the first saved one.
     QCoro::Task<StartUp> readSaved();
 

@@ -1,7 +1,7 @@
 #include "PersonalLists.h"
 #include "StoredValueBackup.h"
 
-#include "models/LibraryModel.h"
+#include "http/FailureText.h"
 #include "records/IPTVError.h"
 #include "records/JsonError.h"
 #include "records/JsonFields.h"
@@ -269,7 +269,7 @@ QCoro::Task<QStringList> PersonalLists::refresh(
         if (failure) {
             if (stopped())
                 co_return failures;
-            failures.append(category.name() + u": "_s + LibraryModel::safeError(failure));
+            failures.append(category.name() + u": "_s + FailureText::of(failure));
         }
     }
     co_return failures;
