@@ -104,6 +104,8 @@ private:
         qCDebug(lcHttp) << "GET" << HTTPClient::redactedForLog(request.url());
         m_reply = m_manager.get(request);
         m_currentRequest = request;
+        // A new hop waits for its head under the head limit only; the idle limit is for bodies.
+        m_idleTimer.stop();
         m_headTimer.start(m_headTimeout);
         connect(m_reply, &QNetworkReply::metaDataChanged, this, &FetchOperation::headReceived);
         connect(m_reply, &QNetworkReply::readyRead, this, &FetchOperation::bodyReceived);

@@ -636,6 +636,20 @@ private Q_SLOTS:
         QCOMPARE(server.requestCount(), 1);
     }
 
+    // Every hop's head gets the head limit: the idle limit of the body does not run while the next
+    // server is asked.
+    void aRedirectedHeadGetsTheHeadLimit()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/moved.m3u"_s, Response::redirect(302, "/list.m3u"));
+        server.route(u"/list.m3u"_s, Response::ok("#EXTM3U\n").delayedBy(600ms));
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/moved.m3u"_s)), {},
+            limits(std::chrono::milliseconds(5'000), std::chrono::milliseconds(200), std::chrono::milliseconds(20'000)));
+        QCOMPARE(describe(outcome), succeeded);
+        QCOMPARE(server.requestCount(), 2);
+    }
+
     void cancelsTheTransfer_data()
     {
         QTest::addColumn<Response>("response");
