@@ -278,7 +278,8 @@ QCoro::Task<> LibraryModel::runLoad(PlaylistSource source, bool save, bool tempo
         ticket.cancellation().throwIfCancelled();
         if (!ticket.isCurrent())
             co_return;
-        co_await m_connections->keepLoaded(source, save, temporary);
+        const auto stillCurrent = [ticket] { return ticket.isCurrent(); };
+        co_await m_connections->keepLoaded(source, save, temporary, stillCurrent);
         // The keychain write waits its turn: a newer request may have taken over meanwhile.
         if (!ticket.isCurrent())
             co_return;

@@ -125,13 +125,17 @@ QCoro::Task<ConnectionRegistry::StartUp> ConnectionRegistry::readSaved()
     co_return StartUp {m_sources.first(), std::nullopt};
 }
 
-QCoro::Task<> ConnectionRegistry::keepLoaded(PlaylistSource source, bool save, bool temporary)
+QCoro::Task<> ConnectionRegistry::keepLoaded(
+    PlaylistSource source, bool save, bool temporary, std::function<bool()> stillWanted)
 {
     QPointer<ConnectionRegistry> self(this);
     if (save) {
         if (!m_canSave)
             throw IPTVError(unavailableMessage());
         const std::unique_ptr<Turn> turn = co_await takeTurn();
+        // The request may have been cancelled or overtaken while it waited: then it writes nothing.
+        if (!self || (stillWanted && !stillWanted()))
+            throw CancelledError();
         // Checked again: the start-up read may have failed while this save waited for its turn.
         if (!m_canSave)
             throw IPTVError(unavailableMessage());

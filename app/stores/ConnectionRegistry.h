@@ -10,6 +10,7 @@
 #include <QUuid>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -70,7 +71,10 @@ public:
     // (`unavailableMessage()` while `canSave` is false, the keychain's write failure otherwise)
     // and then leaves both lists unchanged. Keeping it for the session replaces any connection with
     // the same id in `temporarySources` and appends it; nothing is written.
-    QCoro::Task<> keepLoaded(PlaylistSource source, bool save, bool temporary);
+    // `stillWanted` is asked after every wait (the keychain's turn): once it answers false nothing is
+    // written or kept, and CancelledError is thrown.
+    QCoro::Task<> keepLoaded(PlaylistSource source, bool save, bool temporary,
+        std::function<bool()> stillWanted = {});
 
     // Remembers a saved connection as the one to open at the next start; a session-only
     // connection is never remembered.
