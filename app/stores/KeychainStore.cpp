@@ -56,6 +56,11 @@ QString KeychainStore::account()
     return u"playlist-sources-v1"_s;
 }
 
+QString KeychainStore::itemLabel()
+{
+    return u"Quenvo · Connexions"_s;
+}
+
 int KeychainStore::status(int keychainError)
 {
     switch (keychainError) {
@@ -155,4 +160,9 @@ QCoro::Task<> KeychainStore::write(QList<PlaylistSource> sources) const
         qCWarning(lcStores) << "writing the keychain failed:" << error << job->errorString();
         throw IPTVError(writeFailure(status(error)));
     }
+#if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN) && !defined(Q_OS_ANDROID)
+    // QtKeychain names the item itself; the Secret Service lets the name be changed afterwards.
+    if (!co_await SecretServiceProbe::setLabel(m_service, account(), itemLabel()))
+        qCInfo(lcStores) << "the keychain item keeps the name QtKeychain gave it";
+#endif
 }

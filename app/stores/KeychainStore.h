@@ -29,15 +29,16 @@ public:
     // Replaces the stored list, creating the item when there is none. Throws IPTVError
     // "No s’ha pogut desar la connexió al Clauer (codi N)."
     //
-    // The item is meant to be labelled "Quenvo · Connexions", but QtKeychain offers no way to set an
-    // item's label: on Linux the Secret Service display name is chosen by QtKeychain itself (and on
-    // macOS the label is left to QtKeychain too). The item is found by service and account alone.
+    // The item is labelled "Quenvo · Connexions" (itemLabel()). QtKeychain names it itself; on Linux
+    // the Secret Service item is renamed right after the write (on macOS the label is left to
+    // QtKeychain). The item is found by service and account alone, never by its label.
     QCoro::Task<> write(QList<PlaylistSource> sources) const;
 
     // The service of the application's item: its reverse-domain identifier, "app.quenvo.Quenvo",
     // built from the organisation domain and application name set in main().
     static QString applicationService();
     static QString account();
+    static QString itemLabel();
 
     // The signed status a QtKeychain outcome (QKeychain::Error) is reported with in the messages.
     // The codes are those of the macOS Security framework, so that a message reads the same on

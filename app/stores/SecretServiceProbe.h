@@ -13,4 +13,11 @@ namespace SecretServiceProbe {
 // "server" = service, "user" = key) is there but locked. False when the service cannot be asked.
 QCoro::Task<bool> hasLockedItem(QString service, QString key);
 
+// Gives QtKeychain's item of `service` and `key` the display name `label` (QtKeychain chooses its
+// own). False when there is no such unlocked item or the service refuses.
+QCoro::Task<bool> setLabel(QString service, QString key, QString label);
+
+// The display name of that item; empty when there is none or the service cannot be asked.
+QCoro::Task<QString> label(QString service, QString key);
+
 } // namespace SecretServiceProbe

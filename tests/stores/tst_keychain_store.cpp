@@ -7,6 +7,7 @@
 #include "StoreTestSupport.h"
 #include "stores/ConnectionRegistry.h"
 #include "stores/KeychainStore.h"
+#include "stores/SecretServiceProbe.h"
 
 #include <QCoreApplication>
 #include <QDirIterator>
@@ -176,6 +177,9 @@ private Q_SLOTS:
         // The item holds the compact JSON array, as any other client of the service reads it.
         QCOMPARE(lookUp(service), KeychainStore::encode(first));
         QVERIFY(!lookUp(service).contains('\n'));
+        // The item shows under the application's name in the desktop's keyring manager.
+        QCOMPARE(StoreTest::run(SecretServiceProbe::label(service, KeychainStore::account())).value,
+            std::optional<QString>(u"Quenvo · Connexions"_s));
 
         const QList<PlaylistSource> second {first.at(1), m3u(u"Nova"_s)};
         QCOMPARE(StoreTest::run(store.write(second)), QString());
