@@ -599,7 +599,9 @@ void LibraryModel::setAudioControlsOpen(bool open)
 
 void LibraryModel::setVideoFullScreen(bool fullScreen)
 {
-    publish(this, m_videoFullScreen, fullScreen, &LibraryModel::videoFullScreenChanged);
+    // The video stage exists only while a channel or title is current: without one there is nothing
+    // to show full screen.
+    publish(this, m_videoFullScreen, fullScreen && m_currentChannel.has_value(), &LibraryModel::videoFullScreenChanged);
 }
 
 // --- what the views read --------------------------------------------------------------------------------

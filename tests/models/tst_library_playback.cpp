@@ -435,6 +435,19 @@ private Q_SLOTS:
         QCOMPARE(model.nextEpisode(), std::nullopt);
     }
 
+    // The video stage exists only for a channel or title: full screen waits for one, and ends with it.
+    void fullScreenNeedsSomethingPlaying()
+    {
+        LibraryModel &model = *m_model;
+        model.setVideoFullScreen(true);
+        QVERIFY(!model.videoFullScreen());
+        model.play(liveChannel(ProviderCatalog::LiveKind::regular), false);
+        model.setVideoFullScreen(true);
+        QVERIFY(model.videoFullScreen());
+        model.stop();
+        QVERIFY(!model.videoFullScreen());
+    }
+
     void tracksArePublishedAsOffered()
     {
         const QList<MediaPlayer::Track> offered{{-1, u"Disable"_s}, {2, QString()}, {3, u"English"_s}};

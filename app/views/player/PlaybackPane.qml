@@ -49,6 +49,7 @@ Rectangle {
                 iconName: "arrow.up.left.and.arrow.down.right"
                 toolTipText: "Només el vídeo · " + PlatformText.controlShortcut("F") + " · Esc per sortir"
                 Accessible.name: text
+                enabled: pane.library.currentChannel !== undefined
                 onClicked: pane.library.videoFullScreen = true
             }
             PlayerButton {
