@@ -367,12 +367,16 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QTRY_VERIFY(QGuiApplication::focusWindow() == window);
 
-        // Space pauses and resumes; other keys leave full screen alone.
-        QTest::keyClick(window, Qt::Key_Space);
+        // Space pauses and resumes, with Shift or Alt held too; other keys leave full screen alone.
+        QTest::keyClick(window, Qt::Key_Space, Qt::ShiftModifier);
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
         QTest::keyClick(window, Qt::Key_A);
         QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier);
         QVERIFY(m_model->videoFullScreen());
+        QTest::keyClick(window, Qt::Key_Space, Qt::AltModifier);
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
+        QTest::keyClick(window, Qt::Key_Space);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
         QTest::keyClick(window, Qt::Key_Space);
         QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
 

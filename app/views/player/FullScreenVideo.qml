@@ -64,8 +64,9 @@ Window {
         sequence: "Ctrl+Meta+F"
         onActivated: root.leave()
     }
+    // Space with or without Shift and Alt; only the command key (Ctrl here, ⌘ on macOS) leaves it alone.
     Shortcut {
-        sequence: "Space"
+        sequences: ["Space", "Shift+Space", "Alt+Space", "Shift+Alt+Space"]
         onActivated: {
             root.library.togglePlayback()
             root.showControls()
