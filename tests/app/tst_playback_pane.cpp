@@ -379,6 +379,12 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
         QTest::keyClick(window, Qt::Key_Space);
         QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
+        // The menu commands reach the model from here too.
+        QTest::keyClick(window, Qt::Key_P, Qt::ControlModifier);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
+        QTest::keyClick(window, Qt::Key_P, Qt::ControlModifier);
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
+        QVERIFY(m_model->videoFullScreen());
 
         // A click on the picture (above the panel) pauses; a click on the panel's empty part does not.
         auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);

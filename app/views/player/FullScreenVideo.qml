@@ -10,6 +10,8 @@ Window {
     id: root
 
     required property LibraryModel library
+    // The main window, whose menu commands stay at hand while this window has the focus.
+    property Window mainWindow
     // How long the panel stays after the last sign of the user.
     property int hideDelay: 3000
     readonly property alias controls: controls
@@ -59,6 +61,33 @@ Window {
     Shortcut {
         sequence: "Esc"
         onActivated: root.leave()
+    }
+    // The main window's menu commands, as its menu offers them; those that open something there
+    // leave full screen first.
+    Shortcut {
+        objectName: "fullScreenTogglePlayback"
+        sequence: "Ctrl+P"
+        onActivated: root.library.togglePlayback()
+    }
+    Shortcut {
+        sequence: "Ctrl+R"
+        enabled: !root.library.isLoading
+        onActivated: root.library.refreshCurrentView()
+    }
+    Shortcut {
+        sequence: "Ctrl+N"
+        onActivated: {
+            root.leave()
+            root.library.addSource()
+        }
+    }
+    Shortcut {
+        sequence: StandardKey.Quit
+        onActivated: {
+            root.leave()
+            if (root.mainWindow)
+                root.mainWindow.close()
+        }
     }
     Shortcut {
         sequence: "Ctrl+Meta+F"

@@ -261,6 +261,7 @@ Rectangle {
         active: pane.library.videoFullScreen
         sourceComponent: FullScreenVideo {
             library: pane.library
+            mainWindow: pane.Window.window
             hideDelay: pane.fullScreenHideDelay
             screen: pane.Window.window ? pane.Window.window.screen : Qt.application.screens[0]
         }
