@@ -229,6 +229,16 @@ private Q_SLOTS:
         m_ui.key(Qt::Key_Return);
         QTRY_VERIFY(!m_ui.isOpen(u"addToPersonalListSheet"_s));
         QCOMPARE(store().entries(store().lists().constFirst().id()).size(), 2);
+
+        // After a search, the first row offers the channel it now shows.
+        const QString other = m_model->filteredChannels()->channelAt(3).name();
+        m_model->setSearch(other);
+        QTRY_VERIFY(m_model->filteredChannels()->count() < m_model->channelCount());
+        const QString shown = m_model->filteredChannels()->channelAt(0).name();
+        QVERIFY(shown != firstName);
+        QVERIFY(m_ui.settle());
+        QTRY_COMPARE(WindowDriver::accessibleName(m_ui.findAll(u"channelAddToList"_s).constFirst()),
+            u"Afegeix a una llista: "_s + shown);
     }
 
     void channelListSelectionMode()

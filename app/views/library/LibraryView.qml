@@ -68,8 +68,6 @@ Rectangle {
             }
 
             Item {
-                id: contentArea
-
                 Layout.fillWidth: true
                 Layout.fillHeight: true
 
@@ -81,7 +79,6 @@ Rectangle {
                         required property string modelData
 
                         objectName: "personalListBrowser"
-                        parent: contentArea
                         anchors.fill: parent
                         library: root.library
                         listID: modelData
