@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BackgroundPreferenceWriter.h"
 #include "async/Cancellation.h"
 #include "http/HTTPClient.h"
 #include "records/PersonalList.h"
@@ -24,7 +25,7 @@ class QSettings;
 // refreshes the list on screen: the current members of its linked live groups, and whether its
 // linked movie and series groups still exist at the provider.
 //
-// Main thread only; `refresh` resumes on the main thread between its downloads. A stored value that
+// Main thread only, apart from the encoding and writing of a save; `refresh` resumes on the main thread between its downloads. A stored value that
 // cannot be read leaves the store without lists; its bytes are kept under a dated backup key
 // (StoredValueBackup) before the start-up save replaces them.
 class PersonalLists : public QObject
@@ -87,7 +88,11 @@ public:
     QCoro::Task<QStringList> refresh(
         QUuid id, QList<PlaylistSource> sources, CancellationToken cancellation = {});
 
+    // Encodes and writes the lists on the preferences writer's thread; the value under
+    // "personalLists.v2" changes when that write is done (see waitForSave).
     void save();
+    // Blocks until every save asked for so far is written.
+    void waitForSave();
 
     static QByteArray encode(const QList<PersonalList> &lists);
     // Throws JsonError unless `data` is a JSON array of valid list objects.
@@ -109,4 +114,6 @@ private:
     QHash<QString, QList<PersonalEntry>> m_categoryEntries;
     QUuid m_refreshID;
     QHash<QUuid, PersonalContentKind> m_selectedKinds;
+    // Last, so that it is destroyed first: it waits for the saves still being written.
+    BackgroundPreferenceWriter m_writer;
 };

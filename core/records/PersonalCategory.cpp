@@ -1,5 +1,6 @@
 #include "PersonalCategory.h"
 #include "JsonFields.h"
+#include "JsonWriter.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,12 +20,20 @@ QString PersonalCategory::id() const
 
 QJsonObject PersonalCategory::toJson() const
 {
-    return QJsonObject{
-        {"sourceID"_L1, JsonFields::canonicalUuid(m_sourceID)},
-        {"kind"_L1, PersonalContentKinds::rawValue(m_kind)},
-        {"categoryID"_L1, m_categoryID},
-        {"name"_L1, m_name},
-    };
+    JsonWriter writer;
+    write(writer);
+    return writer.object();
+}
+
+void PersonalCategory::write(JsonWriter &writer) const
+{
+    writer.beginObject();
+    writer.key("sourceID"_L1);
+    writer.uuid(m_sourceID);
+    writer.field("kind"_L1, PersonalContentKinds::rawValue(m_kind));
+    writer.field("categoryID"_L1, m_categoryID);
+    writer.field("name"_L1, m_name);
+    writer.endObject();
 }
 
 PersonalCategory PersonalCategory::fromJson(const QJsonObject &object)

@@ -5,6 +5,8 @@
 #include <QJsonObject>
 #include <QUuid>
 
+class JsonWriter;
+
 // A provider group linked into a personal list and shown there as a folder.
 class PersonalCategory
 {
@@ -21,6 +23,8 @@ public:
     QString id() const;
 
     QJsonObject toJson() const;
+    // The same object, written into `writer` with the keys in their stored order.
+    void write(JsonWriter &writer) const;
     static PersonalCategory fromJson(const QJsonObject &object); // throws JsonError
 
     friend bool operator==(const PersonalCategory &, const PersonalCategory &) = default;

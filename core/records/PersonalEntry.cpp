@@ -1,5 +1,6 @@
 #include "PersonalEntry.h"
 #include "JsonFields.h"
+#include "JsonWriter.h"
 
 using namespace Qt::StringLiterals;
 
@@ -44,16 +45,24 @@ std::optional<CatalogItem> PersonalEntry::catalogItem() const
 
 QJsonObject PersonalEntry::toJson() const
 {
-    return QJsonObject{
-        {"sourceID"_L1, JsonFields::canonicalUuid(m_sourceID)},
-        {"kind"_L1, PersonalContentKinds::rawValue(m_kind)},
-        {"itemID"_L1, m_itemID},
-        {"name"_L1, m_name},
-        {"categoryID"_L1, m_categoryID},
-        {"year"_L1, m_year},
-        {"rating"_L1, m_rating},
-        {"fileExtension"_L1, m_fileExtension},
-    };
+    JsonWriter writer;
+    write(writer);
+    return writer.object();
+}
+
+void PersonalEntry::write(JsonWriter &writer) const
+{
+    writer.beginObject();
+    writer.key("sourceID"_L1);
+    writer.uuid(m_sourceID);
+    writer.field("kind"_L1, PersonalContentKinds::rawValue(m_kind));
+    writer.field("itemID"_L1, m_itemID);
+    writer.field("name"_L1, m_name);
+    writer.field("categoryID"_L1, m_categoryID);
+    writer.field("year"_L1, m_year);
+    writer.field("rating"_L1, m_rating);
+    writer.field("fileExtension"_L1, m_fileExtension);
+    writer.endObject();
 }
 
 PersonalEntry PersonalEntry::fromJson(const QJsonObject &object)

@@ -7,6 +7,8 @@
 #include <QJsonObject>
 #include <QUuid>
 
+class JsonWriter;
+
 #include <optional>
 
 // One playable item a personal list refers to: a live channel or a catalogue title of a connection.
@@ -33,6 +35,8 @@ public:
     std::optional<CatalogItem> catalogItem() const;
 
     QJsonObject toJson() const;
+    // The same object, written into `writer` with the keys in their stored order.
+    void write(JsonWriter &writer) const;
     static PersonalEntry fromJson(const QJsonObject &object); // throws JsonError
 
     friend bool operator==(const PersonalEntry &, const PersonalEntry &) = default;

@@ -1,5 +1,6 @@
 #include "PersonalList.h"
 #include "JsonFields.h"
+#include "JsonWriter.h"
 #include "text/LocalizedText.h"
 
 #include <QJsonArray>
@@ -14,17 +15,43 @@ PersonalList::PersonalList(QUuid id, QString name)
 {
 }
 
+namespace {
+// An entry's identity without building its id text: equal keys exactly when the ids are equal.
+struct EntryKey
+{
+    QUuid source;
+    PersonalContentKind kind;
+    QStringView item;
+
+    explicit EntryKey(const PersonalEntry &entry)
+        : source(entry.sourceID())
+        , kind(entry.kind())
+        , item(entry.itemID())
+    {
+    }
+    friend bool operator==(const EntryKey &, const EntryKey &) = default;
+};
+
+size_t qHash(const EntryKey &key, size_t seed = 0)
+{
+    return qHashMulti(seed, key.source, int(key.kind), key.item);
+}
+} // namespace
+
 void PersonalList::add(const QList<PersonalEntry> &entries)
 {
-    QSet<QString> present;
+    m_entries.reserve(m_entries.size() + entries.size());
+    // The keys point into the texts of the entries, which outlive this call.
+    QSet<EntryKey> present;
     present.reserve(m_entries.size() + entries.size());
     for (const PersonalEntry &entry : std::as_const(m_entries))
-        present.insert(entry.id());
+        present.insert(EntryKey(entry));
     for (const PersonalEntry &entry : entries) {
-        const QString id = entry.id();
-        m_excludedIDs.remove(id);
-        if (!present.contains(id)) {
-            present.insert(id);
+        if (!m_excludedIDs.isEmpty())
+            m_excludedIDs.remove(entry.id());
+        const EntryKey key(entry);
+        if (!present.contains(key)) {
+            present.insert(key);
             m_entries.append(entry);
         }
     }
@@ -120,21 +147,35 @@ QList<PersonalEntry> PersonalList::resolved(const QHash<QString, QList<PersonalE
 
 QJsonObject PersonalList::toJson() const
 {
-    QJsonArray entries;
+    JsonWriter writer;
+    write(writer);
+    return writer.object();
+}
+
+void PersonalList::write(JsonWriter &writer) const
+{
+    writer.beginObject();
+    writer.key("id"_L1);
+    writer.uuid(m_id);
+    writer.field("name"_L1, m_name);
+    writer.key("entries"_L1);
+    writer.beginArray();
     for (const PersonalEntry &entry : m_entries)
-        entries.append(entry.toJson());
-    QJsonArray categories;
+        entry.write(writer);
+    writer.endArray();
+    writer.key("categories"_L1);
+    writer.beginArray();
     for (const PersonalCategory &category : m_categories)
-        categories.append(category.toJson());
+        category.write(writer);
+    writer.endArray();
     QStringList excluded(m_excludedIDs.cbegin(), m_excludedIDs.cend());
     excluded.sort(); // a set: sorted only so that saving the same list writes the same bytes
-    return QJsonObject{
-        {"id"_L1, JsonFields::canonicalUuid(m_id)},
-        {"name"_L1, m_name},
-        {"entries"_L1, entries},
-        {"categories"_L1, categories},
-        {"excludedIDs"_L1, QJsonArray::fromStringList(excluded)},
-    };
+    writer.key("excludedIDs"_L1);
+    writer.beginArray();
+    for (const QString &id : std::as_const(excluded))
+        writer.string(id);
+    writer.endArray();
+    writer.endObject();
 }
 
 PersonalList PersonalList::fromJson(const QJsonObject &object)

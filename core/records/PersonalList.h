@@ -9,6 +9,8 @@
 #include <QSet>
 #include <QUuid>
 
+class JsonWriter;
+
 // A user-made list gathering single live channels and linked provider groups from any connection.
 // It holds references only; what a linked group currently contains is supplied when resolving.
 class PersonalList
@@ -40,6 +42,8 @@ public:
     QList<PersonalEntry> resolved(const QHash<QString, QList<PersonalEntry>> &categoryEntries) const;
 
     QJsonObject toJson() const;
+    // The same object, written into `writer` with the keys in their stored order.
+    void write(JsonWriter &writer) const;
     static PersonalList fromJson(const QJsonObject &object); // throws JsonError
 
     friend bool operator==(const PersonalList &, const PersonalList &) = default;

@@ -1,4 +1,5 @@
 #include "records/JsonError.h"
+#include "records/JsonWriter.h"
 #include "records/PersonalList.h"
 
 #include <QJsonArray>
@@ -10,6 +11,13 @@ using namespace Qt::StringLiterals;
 namespace {
 const QUuid sourceA = QUuid::fromString(u"0b0e1c2d-0000-4000-8000-00000000000a"_s);
 const QUuid sourceB = QUuid::fromString(u"0b0e1c2d-0000-4000-8000-00000000000b"_s);
+
+QByteArray compact(const PersonalList &list)
+{
+    JsonWriter writer;
+    list.write(writer);
+    return writer.take();
+}
 
 PersonalEntry live(const QString &name, const QString &url, const QUuid &source = sourceA,
                    const QString &group = u"Esports"_s)
@@ -198,6 +206,46 @@ private Q_SLOTS:
         QCOMPARE(json.value(u"entries"_s).toArray().first().toObject().keys().size(), 8);
         QVERIFY(!json.value(u"entries"_s).toArray().first().toObject().contains(u"id"_s));
         QCOMPARE(PersonalList::fromJson(json), list);
+    }
+
+    // Names as users and providers write them, through the compact writer and back.
+    void jsonTextsRoundTrip_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("quotes and backslash") << u"Cine \"Clàssic\" \\ HD"_s;
+        QTest::newRow("control characters") << u"a\tb\nc\rd\u0001e\u001ff\bg\fh"_s;
+        QTest::newRow("accents and apostrophe") << u"L’Hospitalet · Çàèíòú"_s;
+        QTest::newRow("beyond the basic plane") << u"Esports 🏀⚽ 𝄞"_s;
+        QTest::newRow("empty") << QString();
+    }
+    void jsonTextsRoundTrip()
+    {
+        QFETCH(QString, name);
+        PersonalList list(QUuid::createUuid(), name);
+        list.add({live(name, u"http://h/a"_s)});
+        list.link(PersonalCategory(sourceB, PersonalContentKind::series, name, name));
+        list.remove(live(name, u"http://h/b"_s));
+
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(compact(list), &error);
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        const PersonalList back = PersonalList::fromJson(document.object());
+        QCOMPARE(back.name(), name);
+        QCOMPARE(back, list);
+    }
+
+    void jsonKeysInTheirStoredOrder()
+    {
+        PersonalList list(QUuid::fromString(u"9a8b7c6d-0000-4000-8000-000000000001"_s), u"L"_s);
+        list.add({PersonalEntry(sourceA, PersonalContentKind::live, u"i"_s, u"A"_s, u"G"_s, {}, {}, {})});
+        list.link(PersonalCategory(sourceA, PersonalContentKind::live, u"G"_s, u"G"_s));
+        list.remove(PersonalEntry(sourceA, PersonalContentKind::live, u"j"_s, u"B"_s, u"G"_s, {}, {}, {}));
+        QCOMPARE(compact(list),
+            QByteArray(R"({"id":"9A8B7C6D-0000-4000-8000-000000000001","name":"L","entries":[{"sourceID":)"
+                       R"("0B0E1C2D-0000-4000-8000-00000000000A","kind":"live","itemID":"i","name":"A",)"
+                       R"("categoryID":"G","year":"","rating":"","fileExtension":""}],"categories":[{"sourceID":)"
+                       R"("0B0E1C2D-0000-4000-8000-00000000000A","kind":"live","categoryID":"G","name":"G"}],)"
+                       R"("excludedIDs":["0B0E1C2D-0000-4000-8000-00000000000A:live:j"]})"));
     }
 
     void jsonDecodingFailures_data()

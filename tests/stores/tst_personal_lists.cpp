@@ -29,9 +29,18 @@ PersonalEntry title(PersonalContentKind kind, const QString &id, const QString &
     return PersonalEntry(sourceA, kind, id, u"Títol "_s + id, category, u"2021"_s, u"7"_s, u"mp4"_s);
 }
 
-QByteArray storedBytes(QSettings &settings)
+// What the store has written by now: its saves are written on a thread of their own.
+QByteArray storedBytes(PersonalLists &lists, QSettings &settings)
 {
+    lists.waitForSave();
     return settings.value(PersonalLists::storageKey()).toByteArray();
+}
+
+// Puts a value in place that only another save of the store replaces.
+void mark(PersonalLists &lists, QSettings &settings)
+{
+    lists.waitForSave();
+    settings.setValue(PersonalLists::storageKey(), QByteArray("marker"));
 }
 
 // What the first version of the format stored: single movie and series entries, no linked groups.
@@ -65,7 +74,7 @@ private Q_SLOTS:
         QVERIFY(lists.lists().isEmpty());
         QVERIFY(lists.categoryEntries().isEmpty());
         QVERIFY(!lists.refreshID().isNull());
-        QCOMPARE(storedBytes(preferences.settings()), QByteArray("[]"));
+        QCOMPARE(storedBytes(lists, preferences.settings()), QByteArray("[]"));
         QVERIFY(!preferences.settings().contains(PersonalLists::firstFormatKey()));
     }
 
@@ -89,11 +98,12 @@ private Q_SLOTS:
                     sourceA, PersonalContentKind::series, u"7"_s, u"Categoria de sèries · 7"_s)}));
         QCOMPARE(list.excludedIDs(), QSet<QString>({channel(u"Canal 9"_s, 9).id()}));
 
-        QCOMPARE(storedBytes(preferences.settings()), PersonalLists::encode(lists.lists()));
+        QCOMPARE(storedBytes(lists, preferences.settings()), PersonalLists::encode(lists.lists()));
         QCOMPARE(preferences.settings().value(PersonalLists::firstFormatKey()).toByteArray(), v1);
 
         // From then on the current format is read, and the first one is left alone.
         lists.rename(listID, u"Vist"_s);
+        lists.waitForSave(); // as the store's destruction at quit does
         preferences.restart();
         PersonalLists again(preferences.settings());
         QCOMPARE(again.lists().first().name(), u"Vist"_s);
@@ -152,7 +162,7 @@ private Q_SLOTS:
         PersonalLists lists(preferences.settings());
         for (const QString &other : std::as_const(existing))
             lists.create(other);
-        const QByteArray before = storedBytes(preferences.settings());
+        const QByteArray before = storedBytes(lists, preferences.settings());
         const QList<PersonalList> listsBefore = lists.lists();
 
         QString outcome;
@@ -166,11 +176,11 @@ private Q_SLOTS:
         QCOMPARE(outcome, expected);
         if (created.isNull()) {
             QCOMPARE(lists.lists(), listsBefore);
-            QCOMPARE(storedBytes(preferences.settings()), before);
+            QCOMPARE(storedBytes(lists, preferences.settings()), before);
         } else {
             QCOMPARE(lists.lists().last().id(), created);
             QVERIFY(lists.lists().last().entries().isEmpty());
-            QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+            QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())), lists.lists());
         }
     }
 
@@ -183,7 +193,7 @@ private Q_SLOTS:
 
         lists.rename(sports, u" esports "_s);
         QCOMPARE(lists.list(sports)->name(), u"esports"_s);
-        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())).first().name(), u"esports"_s);
+        QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())).first().name(), u"esports"_s);
 
         QSignalSpy changed(&lists, &PersonalLists::listsChanged);
         try {
@@ -196,10 +206,22 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 0);
 
         // A list that does not exist: nothing changes, nothing is saved.
-        preferences.settings().setValue(PersonalLists::storageKey(), QByteArray("marker"));
+        mark(lists, preferences.settings());
         lists.rename(QUuid::createUuid(), u"Nou"_s);
-        QCOMPARE(storedBytes(preferences.settings()), QByteArray("marker"));
+        QCOMPARE(storedBytes(lists, preferences.settings()), QByteArray("marker"));
         QCOMPARE(changed.count(), 0);
+    }
+
+    void theNewestOfQuickSavesIsWritten()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        const QUuid id = lists.create(u"Nom 0"_s);
+        for (int i = 1; i <= 40; ++i)
+            lists.rename(id, u"Nom %1"_s.arg(i));
+        QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())).first().name(), u"Nom 40"_s);
+        preferences.restart();
+        QCOMPARE(PersonalLists(preferences.settings()).lists().first().name(), u"Nom 40"_s);
     }
 
     void addTakesLiveEntriesAndCatalogueGroups()
@@ -214,19 +236,19 @@ private Q_SLOTS:
             {liveGroup, movies}, id);
         QCOMPARE(lists.list(id)->entries(), QList<PersonalEntry>({channel(u"Canal 1"_s, 1)}));
         QCOMPARE(lists.list(id)->categories(), QList<PersonalCategory>({movies}));
-        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+        QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())), lists.lists());
 
         // Only things that are ignored: nothing changes, but the list is still saved.
-        preferences.settings().setValue(PersonalLists::storageKey(), QByteArray("marker"));
+        mark(lists, preferences.settings());
         QSignalSpy changed(&lists, &PersonalLists::listsChanged);
         lists.add({title(PersonalContentKind::series, u"3"_s, u"7"_s)}, {liveGroup}, id);
         QCOMPARE(changed.count(), 0);
-        QCOMPARE(storedBytes(preferences.settings()), PersonalLists::encode(lists.lists()));
+        QCOMPARE(storedBytes(lists, preferences.settings()), PersonalLists::encode(lists.lists()));
 
         // No such list: nothing is saved.
-        preferences.settings().setValue(PersonalLists::storageKey(), QByteArray("marker"));
+        mark(lists, preferences.settings());
         lists.add({channel(u"Canal 2"_s, 2)}, {}, QUuid::createUuid());
-        QCOMPARE(storedBytes(preferences.settings()), QByteArray("marker"));
+        QCOMPARE(storedBytes(lists, preferences.settings()), QByteArray("marker"));
     }
 
     void removeUnlinkAndDelete()
@@ -243,13 +265,13 @@ private Q_SLOTS:
         QVERIFY(lists.list(id)->excludedIDs().contains(channel(u"Canal 1"_s, 1).id()));
         lists.unlink(movies, id);
         QVERIFY(lists.list(id)->categories().isEmpty());
-        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+        QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())), lists.lists());
 
         lists.deleteList(id);
         QVERIFY(!lists.list(id));
         QCOMPARE(lists.lists().size(), 1);
         QCOMPARE(lists.lists().first().id(), other);
-        QCOMPARE(PersonalLists::decode(storedBytes(preferences.settings())), lists.lists());
+        QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())), lists.lists());
         QVERIFY(!lists.list(QUuid()));
     }
 

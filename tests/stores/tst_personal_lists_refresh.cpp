@@ -186,6 +186,7 @@ private Q_SLOTS:
             PersonalCategory(source.id, PersonalContentKind::movies, u"5"_s, u"Acció"_s), classics,
             PersonalCategory(source.id, PersonalContentKind::series, u"7"_s, u"Drama"_s)};
         QCOMPARE(lists.list(listID)->categories(), expected);
+        lists.waitForSave();
         QCOMPARE(
             PersonalLists::decode(preferences.settings().value(PersonalLists::storageKey()).toByteArray())
                 .first()
