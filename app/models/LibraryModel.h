@@ -426,6 +426,7 @@ private:
     void playerStateChanged(MediaPlayer *player, int state);
     void updateTracks();
     void resumeStep();
+    void checkSubtitleFile();
     void resetResume();
     bool secondsPassed(const std::optional<std::chrono::steady_clock::time_point> &since, double seconds) const;
 
@@ -531,6 +532,13 @@ private:
     int m_selectedSubtitle = -1;
     double m_subtitleDelay = 0;
     std::optional<QString> m_subtitleError;
+    // A subtitle file handed to the player, until one of its tracks appears or the time is up.
+    struct SubtitleFileCheck
+    {
+        QList<int> tracksBefore;
+        TimePoint deadline;
+    };
+    std::optional<SubtitleFileCheck> m_subtitleFileCheck;
     bool m_subtitleControlsOpen = false;
     QList<SubtitleTrack> m_audioTracks;
     int m_selectedAudio = -1;

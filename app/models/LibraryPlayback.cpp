@@ -13,7 +13,6 @@
 #include "stores/WatchHistory.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QTimer>
 
 #include <algorithm>
@@ -38,6 +37,14 @@ QString undefinedTime()
     return u"--:--"_s;
 }
 
+// How long the player has to turn a subtitle file into a track; it reads one within a tick or two.
+constexpr auto subtitleFileTimeout = std::chrono::seconds(5);
+
+QString subtitleFileError()
+{
+    return u"No s’ha pogut carregar aquest fitxer de subtítols."_s;
+}
+
 QString zeroTime()
 {
     return u"00:00"_s;
@@ -50,30 +57,6 @@ QVariantList forViews(const QList<LibraryModel::SubtitleTrack> &tracks)
     for (const LibraryModel::SubtitleTrack &track : tracks)
         list.append(QVariantMap{{u"id"_s, track.id}, {u"name"_s, track.name}});
     return list;
-}
-
-// libVLC reads a subtitle file only after accepting it, and a file it cannot parse is then silently
-// missing from the tracks. The formats offered are all text: one that does not start like any of
-// them is refused before it reaches the player.
-bool looksLikeSubtitles(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    QByteArray head = file.read(64 * 1024);
-    if (head.startsWith("\xEF\xBB\xBF"))
-        head.remove(0, 3);
-    head = head.trimmed();
-    if (head.isEmpty())
-        return false;
-    if (head.startsWith("WEBVTT"))
-        return true;
-    // SubStation Alpha: its sections must start their lines, or libVLC reads no event at all.
-    if (head.startsWith("[Script Info]"))
-        return head.contains("\n[Events]") || head.contains("\r\n[Events]");
-    // SubRip: a cue number, then "hh:mm:ss,mmm --> hh:mm:ss,mmm".
-    return head.contains("-->")
-        && QString::fromUtf8(head.trimmed()).split(u'\n').constFirst().trimmed().toLongLong() > 0;
 }
 
 } // namespace
@@ -168,6 +151,7 @@ void LibraryModel::stop()
     setSelectedSubtitle(-1);
     publish(this, m_subtitleDelay, 0.0, &LibraryModel::subtitleDelayChanged);
     setSubtitleError(std::nullopt);
+    m_subtitleFileCheck.reset();
     setSubtitleControlsOpen(false);
 }
 
@@ -462,6 +446,7 @@ void LibraryModel::updateTracks()
 {
     setSubtitleTracks(selectableTracks(m_player->subtitleTracks()));
     setSelectedSubtitle(m_player->currentSubtitleTrack());
+    checkSubtitleFile();
     setAudioTracks(selectableTracks(m_player->audioTracks()));
     setSelectedAudio(m_player->currentAudioTrack());
 }
@@ -497,10 +482,34 @@ void LibraryModel::loadSubtitleFile(const QUrl &url)
 {
     if (!m_currentChannel || !m_hasStarted || !url.isLocalFile())
         return;
-    const bool accepted = looksLikeSubtitles(url.toLocalFile()) && m_player->addSubtitleFile(url, true);
-    setSubtitleError(accepted ? std::nullopt
-                              : std::optional<QString>(u"No s’ha pogut carregar aquest fitxer de subtítols."_s));
+    QList<int> tracksBefore;
+    for (const MediaPlayer::Track &track : m_player->subtitleTracks())
+        tracksBefore.append(track.id);
+    if (!m_player->addSubtitleFile(url, true)) {
+        m_subtitleFileCheck.reset();
+        setSubtitleError(subtitleFileError());
+    } else {
+        // libVLC takes any path and reads the file afterwards: a file it cannot read simply never
+        // becomes a track. Whether the file is good is the player's to say, by the track appearing.
+        m_subtitleFileCheck = SubtitleFileCheck{tracksBefore, m_clock() + subtitleFileTimeout};
+        setSubtitleError(std::nullopt);
+    }
     updateTracks();
+}
+
+void LibraryModel::checkSubtitleFile()
+{
+    if (!m_subtitleFileCheck)
+        return;
+    const QList<int> &before = m_subtitleFileCheck->tracksBefore;
+    const bool appeared = std::any_of(m_subtitleTracks.cbegin(), m_subtitleTracks.cend(),
+                                      [&before](const SubtitleTrack &track) { return !before.contains(track.id); });
+    if (appeared) {
+        m_subtitleFileCheck.reset();
+    } else if (m_clock() >= m_subtitleFileCheck->deadline) {
+        m_subtitleFileCheck.reset();
+        setSubtitleError(subtitleFileError());
+    }
 }
 
 // --- setters that publish only changes ------------------------------------------------------------------
