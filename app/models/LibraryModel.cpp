@@ -148,6 +148,7 @@ LibraryModel::~LibraryModel() = default;
 QCoro::Task<> LibraryModel::startUp()
 {
     QPointer<LibraryModel> self(this);
+    const quint64 noticesBefore = m_noticesShown;
     ConnectionRegistry::StartUp found;
     try {
         found = co_await m_connections->readSaved();
@@ -157,7 +158,10 @@ QCoro::Task<> LibraryModel::startUp()
     }
     if (!self)
         co_return;
-    if (found.notice)
+    publish(this, m_readingConnections, false, &LibraryModel::readingConnectionsChanged);
+    // The read's failure is older than anything the user did meanwhile: a load that was started
+    // and failed while the keychain answered keeps its own message on screen.
+    if (found.notice && m_noticesShown == noticesBefore)
         setNotice(found.notice);
     // A connection the user asked for while the keychain was being read wins over the start one.
     if (found.start && !m_lastAttempt)
@@ -675,7 +679,8 @@ void LibraryModel::setIsLoading(bool isLoading)
 
 void LibraryModel::setNotice(const std::optional<QString> &notice)
 {
-    publish(this, m_notice, notice, &LibraryModel::noticeChanged);
+    if (publish(this, m_notice, notice, &LibraryModel::noticeChanged) && notice)
+        ++m_noticesShown;
 }
 
 void LibraryModel::setSection(Section section)

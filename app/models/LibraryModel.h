@@ -79,6 +79,9 @@ class LibraryModel : public QObject
     Q_PROPERTY(bool favoritesOnly READ favoritesOnly NOTIFY favoritesOnlyChanged FINAL)
     Q_PROPERTY(int favoriteCount READ favoriteCount NOTIFY favoritesChanged FINAL)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged FINAL)
+    // True from construction until the saved connections have been read from the keychain: until
+    // then nobody knows whether the welcome view is wanted.
+    Q_PROPERTY(bool readingConnections READ readingConnections NOTIFY readingConnectionsChanged FINAL)
     // The last message for the user; an empty text when there is none.
     Q_PROPERTY(QString notice READ noticeText NOTIFY noticeChanged FINAL)
     Q_PROPERTY(QVariant editingSource READ editingSourceForViews NOTIFY editingSourceChanged FINAL)
@@ -342,6 +345,7 @@ public:
 
     const std::optional<QString> &notice() const { return m_notice; }
     bool isLoading() const { return m_isLoading; }
+    bool readingConnections() const { return m_readingConnections; }
 
 Q_SIGNALS:
     void startedUp();
@@ -356,6 +360,7 @@ Q_SIGNALS:
     void favoritesOnlyChanged();
     void favoritesChanged();
     void isLoadingChanged();
+    void readingConnectionsChanged();
     void noticeChanged();
     void editingSourceChanged();
     void sectionChanged();
@@ -487,6 +492,9 @@ private:
     std::optional<QUuid> m_activeID;
     QSet<QString> m_favorites;
     bool m_isLoading = false;
+    bool m_readingConnections = true;
+    // Counts the notices shown, so that start-up can tell whether one came while the keychain was read.
+    quint64 m_noticesShown = 0;
     std::optional<QString> m_notice;
     std::optional<PlaylistSource> m_editingSource;
     Section m_section = Section::live;

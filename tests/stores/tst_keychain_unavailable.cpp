@@ -4,15 +4,19 @@
 // test locks after saving a connection into it, and with no Secret Service on the bus at all.
 
 #include "StoreTestSupport.h"
+#include "models/LibraryModel.h"
 #include "stores/ConnectionRegistry.h"
 #include "stores/KeychainStore.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusInterface>
 #include <QDBusObjectPath>
 #include <QDBusReply>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +44,28 @@ QString lockDefaultCollection()
         return u"locking failed: "_s + locked.errorMessage();
     return QString();
 }
+// Holds the Secret Service's process still, so that every question to it waits, until destroyed.
+class HeldSecretService
+{
+public:
+    HeldSecretService()
+    {
+        const QDBusReply<uint> pid
+            = QDBusConnection::sessionBus().interface()->servicePid(u"org.freedesktop.secrets"_s);
+        if (pid.isValid() && ::kill(pid_t(pid.value()), SIGSTOP) == 0)
+            m_pid = pid_t(pid.value());
+    }
+    ~HeldSecretService() { release(); }
+    bool held() const { return m_pid != 0; }
+    void release()
+    {
+        if (m_pid != 0)
+            ::kill(std::exchange(m_pid, 0), SIGCONT);
+    }
+
+private:
+    pid_t m_pid = 0;
+};
 } // namespace
 
 class TestKeychainUnavailable : public QObject
@@ -100,6 +126,38 @@ private Q_SLOTS:
 
         // The store itself reports what a write meets.
         QCOMPARE(StoreTest::run(KeychainStore(service).write({fresh})), writeMessage);
+    }
+
+    // Runs after the test above has left a saved connection in a locked keyring. The window reads
+    // the keychain while the user already acts: a load that fails meanwhile keeps its message, and
+    // the welcome view does not claim there are no connections before the answer is in.
+    void aSlowReadDoesNotHideANewerMessage()
+    {
+        if (qEnvironmentVariable("QUENVO_SECRET_SERVICE") != u"unlocked"_s)
+            QSKIP("needs a Secret Service process to hold back");
+        HeldSecretService held;
+        QVERIFY(held.held());
+
+        StoreTest::Preferences preferences;
+        LibraryModel model(LibraryModel::Environment{&preferences.settings(), service});
+        QSignalSpy started(&model, &LibraryModel::startedUp);
+        QVERIFY(model.readingConnections());
+
+        // Nothing listens there: the load fails at once, while the read still waits.
+        const PlaylistSource unreachable(QUuid::createUuid(), u"Enlloc"_s, u"http://127.0.0.1:1/llista.m3u"_s,
+            QString(), QString(), PlaylistSource::Kind::m3u);
+        model.load(unreachable, false, true);
+        QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
+        const std::optional<QString> loadFailure = model.notice();
+        QVERIFY(loadFailure.has_value());
+        QVERIFY(model.readingConnections());
+        QCOMPARE(started.count(), 0);
+
+        held.release();
+        QVERIFY(started.wait(20000));
+        QVERIFY(!model.readingConnections());
+        QVERIFY(!model.canSave()); // the read did fail
+        QCOMPARE(model.notice(), loadFailure);
     }
 };
 

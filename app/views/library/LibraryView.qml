@@ -17,6 +17,7 @@ Rectangle {
     readonly property bool showsWelcome: !showsPersonalList && !library.favoritesOnly
                                          && library.sources.length === 0 && library.temporarySources.length === 0
                                          && library.channelCount === 0 && !library.isLoading
+                                         && !library.readingConnections
     readonly property bool showsLive: !showsPersonalList && !library.favoritesOnly && !showsWelcome
                                       && library.section === "live"
     readonly property bool showsCatalog: !showsPersonalList && !library.favoritesOnly && !showsWelcome

@@ -154,11 +154,12 @@ Rectangle {
                 }
             }
 
-            // Nothing to list: the first channels are on their way, or the filters leave nothing.
+            // Nothing to list: the first channels are on their way (or the saved connections are still
+            // being read), or the filters leave nothing.
             ColumnLayout {
                 objectName: "loadingChannels"
                 anchors.centerIn: parent
-                visible: root.count === 0 && root.library.isLoading
+                visible: root.count === 0 && (root.library.isLoading || root.library.readingConnections)
                 spacing: Theme.spacingSmall
 
                 BusyIndicator {
@@ -176,7 +177,7 @@ Rectangle {
                 objectName: "noChannels"
                 anchors.centerIn: parent
                 width: parent.width - 2 * Theme.spacing
-                visible: root.count === 0 && !root.library.isLoading
+                visible: root.count === 0 && !root.library.isLoading && !root.library.readingConnections
                 spacing: Theme.spacingSmall
 
                 Icon {
