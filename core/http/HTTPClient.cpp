@@ -1,4 +1,5 @@
 #include "HTTPClient.h"
+#include "ConnectionClaim.h"
 #include "RedirectGuard.h"
 #include "TransportError.h"
 #include "records/IPTVError.h"
@@ -29,6 +30,18 @@ public:
     bool setCookiesFromUrl(const QList<QNetworkCookie> &, const QUrl &) override { return false; }
     QList<QNetworkCookie> cookiesForUrl(const QUrl &) const override { return {}; }
 };
+
+// An interim answer (1xx, but for a switch of protocols we never ask for): the final one follows.
+bool isInterimStatus(int status)
+{
+    return status >= 100 && status < 200 && status != 101;
+}
+
+// Interim answers taken one after another for a single request before the client gives up on it.
+constexpr int maximumInterimAnswers = 3;
+
+// How much of the body is taken from the reply at a time.
+constexpr qint64 readPiece = 256 * 1024;
 
 bool isFollowedRedirectStatus(int status)
 {
@@ -67,6 +80,9 @@ public:
         m_request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
         m_request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
         m_request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+        // Qt refuses a compressed body that expands more than 40 times past 10 MB, before our limit is
+        // reached and with a message of its own; the limit below counts the decompressed bytes instead.
+        m_request.setDecompressedSafetyCheckThreshold(-1);
 
         for (QTimer *timer : {&m_headTimer, &m_idleTimer, &m_resourceTimer}) {
             timer->setSingleShot(true);
@@ -76,7 +92,13 @@ public:
             connect(state, &CancellationState::cancelled, this, &FetchOperation::cancelled);
     }
 
-    ~FetchOperation() override { dropReply(); }
+    ~FetchOperation() override
+    {
+        if (m_reply) {
+            m_reply->disconnect(this);
+            m_reply->abort();
+        }
+    }
 
     void start()
     {
@@ -88,7 +110,6 @@ public:
         send(m_request);
     }
 
-    bool isDone() const { return m_done; }
     std::exception_ptr failure;
     HTTPPayload payload;
 
@@ -98,30 +119,64 @@ Q_SIGNALS:
 private:
     void send(const QNetworkRequest &request)
     {
-        dropReply();
-        m_statusHandled = false;
-        m_body.clear();
-        qCDebug(lcHttp) << "GET" << HTTPClient::redactedForLog(request.url());
-        m_reply = m_manager.get(request);
-        m_currentRequest = request;
+        m_interimAnswers = 0;
         // A new hop waits for its head under the head limit only; the idle limit is for bodies.
         m_idleTimer.stop();
         m_headTimer.start(m_headTimeout);
+        ask(request);
+    }
+
+    void ask(const QNetworkRequest &request)
+    {
+        retireReply();
+        m_statusHandled = false;
+        m_body.clear();
+        qCDebug(lcHttp) << "GET" << HTTPClient::redactedForLog(request.url());
+        m_connection.expect(request.url());
+        m_reply = m_manager.get(request);
+        m_currentRequest = request;
+        connect(m_reply, &QNetworkReply::requestSent, this, [this] { m_connection.claim(); });
         connect(m_reply, &QNetworkReply::metaDataChanged, this, &FetchOperation::headReceived);
         connect(m_reply, &QNetworkReply::readyRead, this, &FetchOperation::bodyReceived);
         connect(m_reply, &QNetworkReply::finished, this, &FetchOperation::replyFinished);
         connect(m_reply, &QNetworkReply::sslErrors, this, [this] { m_certificateRejected = true; });
     }
 
-    void dropReply()
+    // Lets go of the current reply. Inside one of its own signals, aborting it would make Qt finish it
+    // twice: there the abort waits for the event loop. The reply is deleted with its abort, so that
+    // nothing Qt's thread still reports about it (the reset of its connection) reaches it.
+    void retireReply()
     {
         if (!m_reply)
             return;
         m_reply->disconnect(this);
-        m_reply->abort();
-        m_reply->deleteLater();
+        const QPointer<QNetworkReply> reply = m_reply.get();
         m_reply = nullptr;
+        const auto abort = [reply] {
+            if (!reply)
+                return;
+            reply->abort();
+            delete reply.get();
+        };
+        if (m_inReplySignal)
+            QMetaObject::invokeMethod(&m_manager, abort, Qt::QueuedConnection);
+        else
+            abort();
     }
+
+    // Marks the time spent in a handler of the reply's signals.
+    struct InReplySignal
+    {
+        explicit InReplySignal(bool &flag)
+            : m_flag(flag)
+        {
+            m_flag = true;
+        }
+        ~InReplySignal() { m_flag = false; }
+        InReplySignal(const InReplySignal &) = delete;
+        InReplySignal &operator=(const InReplySignal &) = delete;
+        bool &m_flag;
+    };
 
     // Answers true when the response head settled the outcome (an error or a redirect).
     bool handleStatus()
@@ -131,10 +186,12 @@ private:
         const QVariant statusAttribute = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
         if (!statusAttribute.isValid())
             return false;
+        const int status = statusAttribute.toInt();
+        if (isInterimStatus(status))
+            return false;
         m_statusHandled = true;
         m_headTimer.stop();
         m_idleTimer.start(m_limits.idle);
-        const int status = statusAttribute.toInt();
 
         if (isFollowedRedirectStatus(status) && m_reply->hasRawHeader("Location")) {
             const QUrl leaving = m_reply->url();
@@ -168,25 +225,31 @@ private:
 
     void headReceived()
     {
+        const InReplySignal inside(m_inReplySignal);
         if (!m_done)
             handleStatus();
     }
 
+    // Takes what the reply holds, decompressed, into the body; false once the body passed the limit.
     bool readAvailable()
     {
-        const qint64 available = m_reply->bytesAvailable();
-        if (available <= 0)
-            return true;
-        if (m_body.size() + available > m_limits.maximumBytes) {
-            fail(sizeLimitError());
-            return false;
+        for (;;) {
+            // One byte more than the limit allows is enough to know it is passed.
+            const qint64 room = m_limits.maximumBytes - m_body.size() + 1;
+            const QByteArray piece = m_reply->read(std::min(readPiece, room));
+            if (piece.isEmpty())
+                return true;
+            if (piece.size() >= room) {
+                fail(sizeLimitError());
+                return false;
+            }
+            m_body.append(piece);
         }
-        m_body.append(m_reply->read(available));
-        return true;
     }
 
     void bodyReceived()
     {
+        const InReplySignal inside(m_inReplySignal);
         if (m_done || handleStatus())
             return;
         m_idleTimer.start(m_limits.idle);
@@ -195,7 +258,24 @@ private:
 
     void replyFinished()
     {
-        if (m_done || handleStatus())
+        const InReplySignal inside(m_inReplySignal);
+        if (m_done)
+            return;
+        const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        if (isInterimStatus(status) && m_reply->error() == QNetworkReply::NoError) {
+            // Qt 6.4 skips only "100 Continue" and ends the reply at any other interim answer. The final
+            // answer is still to come on that connection, and Qt reads it as the reply to the next request
+            // sent there: the same GET again, so the same answer. (If the final answer had already arrived
+            // with the interim one, Qt drops it with the connection: the next request starts afresh.)
+            if (++m_interimAnswers > maximumInterimAnswers) {
+                fail(IPTVError(u"El servidor ha respost amb l’error HTTP %1."_s.arg(status)));
+                return;
+            }
+            qCDebug(lcHttp) << "interim answer" << status << "from" << HTTPClient::redactedForLog(m_reply->url());
+            ask(m_currentRequest);
+            return;
+        }
+        if (handleStatus())
             return;
         if (!m_statusHandled) {
             const QNetworkReply::NetworkError error = m_reply->error();
@@ -261,19 +341,26 @@ private:
         finish(std::make_exception_ptr(error));
     }
 
+    // Settles the outcome. On failure a connection that Qt's thread is behind on is reset at once (that
+    // thread may be stuck reading it); `done` follows from the event loop, so that nothing is torn down
+    // inside a reply's own signal.
     void finish(std::exception_ptr outcome)
     {
         if (m_done)
             return;
         m_done = true;
         failure = std::move(outcome);
-        if (failure)
-            m_body.clear();
         m_headTimer.stop();
         m_idleTimer.stop();
         m_resourceTimer.stop();
-        dropReply();
-        Q_EMIT done();
+        retireReply();
+        if (failure) {
+            m_body.clear();
+            m_connection.cut();
+        } else {
+            m_connection.release();
+        }
+        QMetaObject::invokeMethod(this, &FetchOperation::done, Qt::QueuedConnection);
     }
 
     QNetworkAccessManager m_manager;
@@ -283,11 +370,14 @@ private:
     std::chrono::milliseconds m_headTimeout{};
     CancellationToken m_cancellation;
     RedirectGuard m_guard;
+    ConnectionClaim m_connection;
     QPointer<QNetworkReply> m_reply;
     QByteArray m_body;
     QTimer m_headTimer;
     QTimer m_idleTimer;
     QTimer m_resourceTimer;
+    int m_interimAnswers = 0;
+    bool m_inReplySignal = false;
     bool m_statusHandled = false;
     bool m_certificateRejected = false;
     bool m_done = false;
@@ -301,8 +391,7 @@ QCoro::Task<HTTPPayload> fetch(QNetworkRequest request, CancellationToken cancel
 {
     auto operation = std::make_unique<FetchOperation>(std::move(request), cancellation, limits);
     operation->start();
-    if (!operation->isDone())
-        co_await qCoro(operation.get(), &FetchOperation::done);
+    co_await qCoro(operation.get(), &FetchOperation::done);
     if (operation->failure)
         std::rethrow_exception(operation->failure);
     co_return std::move(operation->payload);

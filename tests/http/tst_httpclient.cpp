@@ -6,12 +6,17 @@
 #include "records/IPTVError.h"
 
 #include <QCoroTask>
+#include <QElapsedTimer>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QSignalSpy>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTest>
+#include <QTimer>
+
+#include <zlib.h>
 
 #include <algorithm>
 #include <memory>
@@ -152,6 +157,57 @@ QByteArray headerLines(const Request &request)
     return lines;
 }
 
+// `text` as a gzip member (Content-Encoding: gzip), at the best compression.
+QByteArray gzipped(const QByteArray &text)
+{
+    z_stream stream {};
+    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY) != Z_OK)
+        return {};
+    QByteArray out(qsizetype(deflateBound(&stream, uLong(text.size()))), Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(text.constData()));
+    stream.avail_in = uInt(text.size());
+    stream.next_out = reinterpret_cast<Bytef *>(out.data());
+    stream.avail_out = uInt(out.size());
+    const int result = deflate(&stream, Z_FINISH);
+    out.resize(qsizetype(stream.total_out));
+    deflateEnd(&stream);
+    return result == Z_STREAM_END ? out : QByteArray();
+}
+
+// Playlist lines, `size` bytes of them: compresses several hundred times over.
+QByteArray playlistText(qint64 size)
+{
+    const QByteArray entry = "#EXTINF:-1 tvg-id=\"canal\" group-title=\"Esports\",Canal\nhttp://h/live/u/p/1.ts\n";
+    QByteArray text = entry.repeated(size / entry.size() + 1);
+    text.truncate(size);
+    return text;
+}
+
+// Ticks every 10 ms on the thread that creates it and remembers the longest wait between two ticks:
+// a main thread held up shows as a long gap.
+class GapMeter
+{
+public:
+    GapMeter()
+    {
+        m_clock.start();
+        m_timer.setInterval(10);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            const qint64 now = m_clock.elapsed();
+            m_longestGap = std::max(m_longestGap, now - m_lastTick);
+            m_lastTick = now;
+        });
+        m_timer.start();
+    }
+    qint64 longestGap() const { return std::max(m_longestGap, m_clock.elapsed() - m_lastTick); }
+
+private:
+    QElapsedTimer m_clock;
+    QTimer m_timer;
+    qint64 m_lastTick = 0;
+    qint64 m_longestGap = 0;
+};
+
 // A port on 127.0.0.1 with nothing listening on it.
 quint16 closedPort()
 {
@@ -180,6 +236,10 @@ class TestHTTPClient : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // Qt warns when a reply is handled against its own rules (aborted inside its own signals, for
+    // one): no download may cause a warning.
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+
     void statusDecidesTheOutcome_data()
     {
         QTest::addColumn<Response>("response");
@@ -748,6 +808,142 @@ private Q_SLOTS:
         QCOMPARE(describe(outcome), expected);
         QCOMPARE(LibraryModel::safeError(outcome.error), text);
         QVERIFY(!outcome.payload);
+    }
+
+    // A server that sends header lines without end: the head limit (or the caller) ends the download,
+    // and the connection is gone right after, while the caller's thread kept running throughout.
+    void anEndlessHeadIsCutOff_data()
+    {
+        QTest::addColumn<bool>("byCaller");
+        QTest::newRow("at the head limit") << false;
+        QTest::newRow("cancelled by the caller") << true;
+    }
+
+    void anEndlessHeadIsCutOff()
+    {
+        QFETCH(bool, byCaller);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, Response::endlessHeaders());
+        const CancellationToken cancellation = CancellationToken::create();
+        const std::chrono::milliseconds headLimit = byCaller ? 60s : 1500ms;
+
+        GapMeter gaps;
+        QElapsedTimer clock;
+        clock.start();
+        QCoro::Task<Outcome> download = settled(HTTPClient::fetch(
+            QNetworkRequest(server.url(u"/list.m3u"_s)), cancellation, limits(headLimit, 20s, 90s)));
+        if (byCaller) {
+            // Well into the flood before the caller gives up.
+            QTRY_VERIFY(server.headBytesSent() > 4 * 1024 * 1024);
+            cancellation.cancel();
+        }
+        const Outcome outcome = QCoro::waitFor(download);
+        const qint64 took = clock.elapsed();
+        QCOMPARE(describe(outcome), byCaller ? cancelled : timedOut);
+        if (!byCaller) {
+            QCOMPARE(LibraryModel::safeError(outcome.error), tooSlowText);
+            QVERIFY2(took < headLimit.count() + 1000, qPrintable(u"returned after %1 ms"_s.arg(took)));
+        }
+        // Nothing reads from the server any more: it sees the connection go at once.
+        QTRY_COMPARE_WITH_TIMEOUT(server.connectionsOpen(), 0, 1000);
+        const qint64 sent = server.headBytesSent();
+        QVERIFY(sent > 1024 * 1024);
+        QCOMPARE(server.connectionsAccepted(), 1);
+        QVERIFY2(gaps.longestGap() < 1000, qPrintable(u"the thread stood still for %1 ms"_s.arg(gaps.longestGap())));
+        QTest::qWait(200);
+        QCOMPARE(server.headBytesSent(), sent);
+    }
+
+    // The size limit applies to the body as it is after decompression, whatever the compression ratio.
+    void capsTheDecompressedSize_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<bool>("chunked");
+        QTest::addColumn<qint64>("maximumBytes");
+        QTest::addColumn<QString>("expected");
+
+        const qint64 cap = HTTPClient::maximumBodyBytes;
+        QTest::newRow("a bomb of 100 MB") << playlistText(100 * 1024 * 1024) << false << cap << tooLarge;
+        QTest::newRow("a chunked bomb of 100 MB") << playlistText(100 * 1024 * 1024) << true << cap << tooLarge;
+        QTest::newRow("one byte over") << playlistText(sizeCap + 1) << false << cap << tooLarge;
+        QTest::newRow("exactly the limit") << playlistText(sizeCap) << false << cap << succeeded;
+        QTest::newRow("20 MB, chunked") << playlistText(20 * 1024 * 1024) << true << cap << succeeded;
+        QTest::newRow("small limit, over") << playlistText(100'001) << false << qint64(100'000) << tooLarge;
+        QTest::newRow("small limit, exactly") << playlistText(100'000) << true << qint64(100'000) << succeeded;
+    }
+
+    void capsTheDecompressedSize()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(bool, chunked);
+        QFETCH(qint64, maximumBytes);
+        QFETCH(QString, expected);
+
+        const QByteArray compressed = gzipped(text);
+        QVERIFY(!compressed.isEmpty());
+        // Far beyond the ratio at which Qt itself would call it a decompression bomb (40).
+        QVERIFY(text.size() / compressed.size() > 200);
+        Response response = Response::ok(compressed).withHeader("Content-Encoding", "gzip");
+        if (chunked)
+            response.chunked(4096);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        const Outcome outcome
+            = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)), {}, limits(10s, 10s, 60s, maximumBytes));
+        QCOMPARE(describe(outcome), expected);
+        if (outcome.payload) {
+            QCOMPARE(outcome.payload->data.size(), text.size());
+            QVERIFY(outcome.payload->data == text);
+        } else {
+            QCOMPARE(LibraryModel::safeError(outcome.error), u"La llista supera el límit de 25 MB."_s);
+        }
+        QTRY_COMPARE(server.connectionsOpen(), 0);
+    }
+
+    // Interim answers (1xx) come before the real one, which decides.
+    void skipsInterimAnswers_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QByteArray>("data");
+
+        const QList<LoopbackServer::Header> hints {{"Link", "</logo.png>; rel=preload; as=image"}};
+        QTest::newRow("103 Early Hints, then 200")
+            << Response::ok("#EXTM3U\n").afterInterim(103, hints) << succeeded << QByteArray("#EXTM3U\n");
+        QTest::newRow("100 Continue, then 200")
+            << Response::ok("#EXTM3U\n").afterInterim(100) << succeeded << QByteArray("#EXTM3U\n");
+        QTest::newRow("two 103s, then a chunked 200")
+            << Response::ok("#EXTM3U\n").chunked(3).afterInterim(103, hints).afterInterim(103, hints) << succeeded
+            << QByteArray("#EXTM3U\n");
+        QTest::newRow("102 Processing, then 200")
+            << Response::ok("{}").afterInterim(102) << succeeded << QByteArray("{}");
+        QTest::newRow("103, then 404")
+            << Response::withStatus(404, "no").afterInterim(103, hints) << statusError(404) << QByteArray();
+        QTest::newRow("103, then 403")
+            << Response::withStatus(403, "no").afterInterim(103, hints) << accessDenied << QByteArray();
+        QTest::newRow("103, then a redirect")
+            << Response::redirect(302, "/final").afterInterim(103, hints) << succeeded << QByteArray("followed");
+    }
+
+    void skipsInterimAnswers()
+    {
+        QFETCH(Response, response);
+        QFETCH(QString, expected);
+        QFETCH(QByteArray, data);
+
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/list.m3u"_s, response);
+        server.route(u"/final"_s, Response::ok("followed"));
+        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
+        QCOMPARE(describe(outcome), expected);
+        if (outcome.payload)
+            QCOMPARE(outcome.payload->data, data);
+        QTRY_COMPARE(server.connectionsOpen(), 0);
     }
 };
 

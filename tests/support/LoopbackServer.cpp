@@ -24,6 +24,7 @@ struct LoopbackServer::Shared
     std::atomic<int> accepted {0};
     std::atomic<int> open {0};
     std::atomic<qint64> bodyBytesSent {0};
+    std::atomic<qint64> headBytesSent {0};
 
     Handler handlerFor(const QString &path) const
     {
@@ -52,6 +53,10 @@ constexpr qint64 writePiece = 256 * 1024;
 QByteArray standardReason(int status)
 {
     switch (status) {
+    case 100:
+        return QByteArrayLiteral("Continue");
+    case 103:
+        return QByteArrayLiteral("Early Hints");
     case 200:
         return QByteArrayLiteral("OK");
     case 201:
@@ -140,6 +145,8 @@ private:
     {
         reading,
         delayingHead,
+        delayingFinal,
+        sendingEndlessHead,
         sendingBody,
         stalled,
         silent,
@@ -213,6 +220,7 @@ private:
         m_shared->record(request);
         m_response = m_shared->handlerFor(request.path)(request);
         m_headOnly = request.method == "HEAD";
+        m_interimSent = 0;
         m_sent = 0;
         m_chunkLeft = 0;
 
@@ -239,12 +247,38 @@ private:
                 && *m_response.declaredLength != m_response.bodySize());
     }
 
+    static QByteArray statusLine(int status, const QByteArray &reason)
+    {
+        return "HTTP/1.1 " + QByteArray::number(status) + ' '
+            + (reason.isEmpty() ? standardReason(status) : reason) + "\r\n";
+    }
+
+    // The next interim answer, each `finalDelay` after the one before.
+    void sendInterim()
+    {
+        const Response::Interim &interim = m_response.interim.at(m_interimSent++);
+        QByteArray head = statusLine(interim.status, {});
+        for (const LoopbackServer::Header &header : interim.headers)
+            head += header.first + ": " + header.second + "\r\n";
+        m_socket->write(head + "\r\n");
+        m_phase = Phase::delayingFinal;
+        m_timer.start(m_response.finalDelay);
+    }
+
     void sendHead()
     {
         const Response &response = m_response;
-        const QByteArray reason
-            = response.reason.isEmpty() ? standardReason(response.status) : response.reason;
-        QByteArray head = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' + reason + "\r\n";
+        if (m_interimSent < response.interim.size()) {
+            sendInterim();
+            return;
+        }
+        QByteArray head = statusLine(response.status, response.reason);
+        if (response.endlessHead) {
+            m_socket->write(head);
+            m_phase = Phase::sendingEndlessHead;
+            pumpHead();
+            return;
+        }
         for (const LoopbackServer::Header &header : response.headers)
             head += header.first + ": " + header.second + "\r\n";
         switch (response.framing) {
@@ -269,6 +303,17 @@ private:
         m_socket->write(head);
         m_phase = Phase::sendingBody;
         pump();
+    }
+
+    // Header lines without end, as fast as the socket drains.
+    void pumpHead()
+    {
+        static const QByteArray lines = QByteArray("X-Filler: " + QByteArray(1000, 'a') + "\r\n").repeated(64);
+        while (m_phase == Phase::sendingEndlessHead && m_socket->state() == QAbstractSocket::ConnectedState
+            && m_socket->bytesToWrite() < writeBufferLimit) {
+            m_socket->write(lines);
+            m_shared->headBytesSent += lines.size();
+        }
     }
 
     bool trickles() const { return m_response.bytesPerInterval > 0; }
@@ -350,13 +395,15 @@ private:
 
     void drained()
     {
-        if (!trickles())
+        if (m_phase == Phase::sendingEndlessHead)
+            pumpHead();
+        else if (!trickles())
             pump();
     }
 
     void timerFired()
     {
-        if (m_phase == Phase::delayingHead)
+        if (m_phase == Phase::delayingHead || m_phase == Phase::delayingFinal)
             sendHead();
         else
             pump();
@@ -382,6 +429,7 @@ private:
     bool m_headOnly = false;
     bool m_clientCloses = false;
     bool m_closed = false;
+    qsizetype m_interimSent = 0;
     qint64 m_sent = 0;
     qint64 m_chunkLeft = 0;
     QTimer m_timer;
@@ -495,6 +543,19 @@ LoopbackServer::Response LoopbackServer::Response::hangingUp()
     Response response;
     response.hangUp = true;
     return response;
+}
+
+LoopbackServer::Response LoopbackServer::Response::endlessHeaders()
+{
+    Response response;
+    response.endlessHead = true;
+    return response;
+}
+
+LoopbackServer::Response &LoopbackServer::Response::afterInterim(int status, QList<Header> headers)
+{
+    interim.append({status, std::move(headers)});
+    return *this;
 }
 
 LoopbackServer::Response &LoopbackServer::Response::withHeader(QByteArray name, QByteArray value)
@@ -656,4 +717,9 @@ int LoopbackServer::connectionsOpen() const
 qint64 LoopbackServer::bodyBytesSent() const
 {
     return m_shared->bodyBytesSent;
+}
+
+qint64 LoopbackServer::headBytesSent() const
+{
+    return m_shared->headBytesSent;
 }

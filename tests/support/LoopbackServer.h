@@ -55,8 +55,19 @@ public:
         // Produces `length` bytes of a generated body starting at `offset`; runs on the server thread.
         using Generator = std::function<QByteArray(qint64 offset, qint64 length)>;
 
+        // An interim (1xx) answer sent before the final status line.
+        struct Interim
+        {
+            int status = 103;
+            QList<Header> headers;
+        };
+
         int status = 200;
         QByteArray reason; // empty: the usual phrase for the status
+        QList<Interim> interim; // sent first, in order
+        // After each interim answer, as a server still preparing its answer; without it the next answer
+        // travels with the interim one.
+        std::chrono::milliseconds finalDelay {100};
         QList<Header> headers; // sent as given, in order (several with one name are fine)
         QByteArray body;
         Generator generator; // when set, the body is `generatedSize` bytes taken from it instead
@@ -75,6 +86,7 @@ public:
         bool neverAnswer = false; // read the request and send nothing, connection left open
         bool hangUp = false; // close the connection without any answer
         bool closeAfterBody = false; // "Connection: close" and close once the body (or its part) is sent
+        bool endlessHead = false; // the status line, then header lines as fast as the client takes them, forever
 
         static Response ok(QByteArray body = {}, QByteArray contentType = QByteArrayLiteral("text/plain"));
         static Response withStatus(int status, QByteArray body = {});
@@ -82,9 +94,11 @@ public:
         static Response generated(qint64 size, Generator generator);
         static Response silence();
         static Response hangingUp();
+        static Response endlessHeaders();
 
         Response &withHeader(QByteArray name, QByteArray value);
         Response &withReason(QByteArray phrase);
+        Response &afterInterim(int status, QList<Header> headers = {});
         Response &chunked(qint64 size);
         Response &withoutLength();
         Response &lyingLength(qint64 declared);
@@ -124,6 +138,7 @@ public:
     int connectionsAccepted() const;
     int connectionsOpen() const;
     qint64 bodyBytesSent() const; // body bytes handed to the sockets, every response together
+    qint64 headBytesSent() const; // bytes of endless heads handed to the sockets
 
     struct Shared; // what the server thread and the callers share, behind a mutex
 
