@@ -449,6 +449,22 @@ private Q_SLOTS:
         QTest::mouseMove(window, away);
         QTRY_VERIFY_WITH_TIMEOUT(!controls->isVisible(), 5000);
 
+        // Esc closes an open track panel first, and stays in full screen; the next Esc leaves.
+        QTest::mouseMove(window, QPoint(window->width() / 2, 50));
+        QVERIFY(click(window->findChild<QQuickItem *>(u"fullScreenSubtitleControls"_s)));
+        QVERIFY(m_model->subtitleControlsOpen());
+        QTest::keyClick(window, Qt::Key_Escape);
+        QTRY_VERIFY(!m_model->subtitleControlsOpen());
+        QVERIFY(m_model->videoFullScreen());
+        QTest::keyClick(window, Qt::Key_Escape);
+        QTRY_VERIFY(!m_model->videoFullScreen());
+        m_model->setVideoFullScreen(true);
+        window = fullScreenWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
+        QTest::mouseMove(window, away);
+        QTRY_VERIFY_WITH_TIMEOUT(!controls->isVisible(), 5000);
+
         // The same for the pointer resting on the panel.
         QTest::mouseMove(window, controls->mapToScene(QPointF(controls->width() / 2, 10)).toPoint());
         QVERIFY(controls->isVisible());

@@ -58,6 +58,8 @@ Window {
         }
     }
 
+    // With a track panel open, Esc is the panel's (it has the focus): it closes the panel, and the
+    // next Esc leaves.
     Shortcut {
         sequence: "Esc"
         onActivated: root.leave()

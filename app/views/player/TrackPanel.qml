@@ -16,6 +16,8 @@ Popup {
     x: parent ? parent.width - width : 0
     y: -height - 8
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
+    // Esc reaches a popup only while it has the focus.
+    focus: true
     contentHeight: column.implicitHeight
 
     // Controls inside (the picker and its list) draw dark.
