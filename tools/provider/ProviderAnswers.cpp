@@ -84,7 +84,9 @@ QByteArray ProviderAnswers::playlist(const ProviderAccount &account, const QStri
         + percentEncoded(account.password) + u'/';
     QString text;
     text.reserve(m_catalog.liveChannelCount() * 240);
-    text += u"#EXTM3U\n"_s;
+    // The guide's address in both spellings players look for.
+    text += u"#EXTM3U url-tvg=\""_s + m_baseURL + u"/guide.xml.gz\" x-tvg-url=\""_s + m_baseURL
+        + u"/guide.xml.gz\"\n"_s;
     for (int index = 0; index < m_catalog.liveChannelCount(); ++index) {
         const QString name = m_catalog.liveChannelName(index);
         const bool hls = m_catalog.liveChannelKind(index) == ProviderCatalog::LiveKind::hls;

@@ -168,6 +168,7 @@ ProviderService::ProviderService(const ProviderCatalog &catalog, ProviderMedia m
     , m_media(std::move(media))
     , m_options(options)
     , m_counters(counters)
+    , m_guide(catalog)
 {
 }
 
@@ -242,6 +243,15 @@ HttpReply ProviderService::route(const HttpRequest &request)
         }
         if (first == u"get.php"_s)
             return getPhp(request);
+        if (first == u"guide.xml"_s || first == u"guide.xml.gz"_s)
+            return guide(request, first.endsWith(u".gz"_s));
+        if (first == u"xmltv.php"_s) {
+            const std::optional<ProviderAccount> account = ProviderCatalog::account(
+                request.queryValue(u"username"_s), request.queryValue(u"password"_s));
+            if (!account || !account->isActive())
+                return forbidden();
+            return guide(request, false);
+        }
         if (first == u"player_api.php"_s)
             return playerAPI(request);
     }
@@ -350,7 +360,32 @@ HttpReply ProviderService::playerAPI(const HttpRequest &request)
         return json(answers.vodInfo(request.queryValue(u"vod_id"_s)));
     if (action == u"get_series_info"_s)
         return json(answers.seriesInfo(request.queryValue(u"series_id"_s)));
+    if (action == u"get_short_epg"_s) {
+        const std::optional<qint64> id = number(request.queryValue(u"stream_id"_s));
+        const std::optional<int> channel = id ? m_catalog.liveChannelIndex(*id) : std::nullopt;
+        const std::optional<qint64> limit = number(request.queryValue(u"limit"_s));
+        return json(m_guide.shortEpg(channel.value_or(-1), int(std::clamp<qint64>(limit.value_or(4), 1, 50)),
+            QDateTime::currentSecsSinceEpoch()));
+    }
     return json("[]");
+}
+
+HttpReply ProviderService::guide(const HttpRequest &request, bool asFile)
+{
+    // Made again each quarter of an hour, so that the guide follows the clock.
+    const qint64 now = QDateTime::currentSecsSinceEpoch();
+    if (now / 900 != m_guideQuarter) {
+        m_guideQuarter = now / 900;
+        m_guideXml = m_guide.xmltv(now);
+        m_guideGzip = ProviderGuide::gzip(m_guideXml);
+    }
+    if (asFile)
+        return HttpReply::text(200, m_guideGzip, "application/gzip");
+    if (!request.header("accept-encoding").contains("gzip"))
+        return HttpReply::text(200, m_guideXml, "application/xml; charset=utf-8");
+    HttpReply reply = HttpReply::text(200, m_guideGzip, "application/xml; charset=utf-8");
+    reply.addHeader("Content-Encoding", "gzip");
+    return reply;
 }
 
 HttpReply ProviderService::live(const HttpRequest &request)

@@ -3,6 +3,7 @@
 #include "HttpReply.h"
 #include "HttpRequest.h"
 #include "ProviderAnswers.h"
+#include "ProviderGuide.h"
 #include "ProviderCatalog.h"
 #include "ProviderMedia.h"
 #include "ProviderOptions.h"
@@ -54,6 +55,9 @@ private:
     HttpReply live(const HttpRequest &request);
     HttpReply catalogueFile(const HttpRequest &request, bool series);
     HttpReply image(const HttpRequest &request);
+    // The programme guide as XMLTV: gzip-compressed as a file (`asFile`), else plain or, when the
+    // client accepts it, with Content-Encoding gzip.
+    HttpReply guide(const HttpRequest &request, bool asFile);
     HttpReply hlsPlaylist(int clip, const QString &segmentPrefix, bool ended) const;
     HttpReply hlsSegment(int clip, const QString &sequence, bool ended) const;
     QByteArray cached(const QString &key, const std::function<QByteArray()> &make);
@@ -64,6 +68,10 @@ private:
     ProviderCounters &m_counters;
     QTcpServer *m_server = nullptr;
     std::optional<ProviderAnswers> m_answers;
+    ProviderGuide m_guide;
+    qint64 m_guideQuarter = -1; // which quarter of an hour the guide below was made in
+    QByteArray m_guideXml;
+    QByteArray m_guideGzip;
     QHash<QString, QByteArray> m_cache;
     QElapsedTimer m_liveClock; // the live HLS windows move with it
     QString m_error;

@@ -1,11 +1,14 @@
 #include "ProviderAnswers.h"
+#include "ProviderGuide.h"
 #include "ProviderServer.h"
 #include "m3u/M3UParser.h"
 #include "records/IPTVError.h"
 #include "records/PlaylistSource.h"
 #include "repositories/XtreamReaders.h"
 
+#include <QDateTime>
 #include <QJsonArray>
+#include <QTimeZone>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -15,6 +18,7 @@
 #include <QStandardPaths>
 #include <QTcpSocket>
 #include <QTest>
+#include <QXmlStreamReader>
 
 #include <memory>
 
@@ -157,6 +161,7 @@ private slots:
     void seriesDetails_data();
     void seriesDetails();
     void liveListReadByTheApplication();
+    void theGuideFollowsTheClock();
 
     void streamAddressesCheckCredentials_data();
     void streamAddressesCheckCredentials();
@@ -280,7 +285,7 @@ void ProviderTest::endpointsAnswer_data()
     QTest::newRow("summary") << u"/"_s << 200 << QByteArray("text/plain")
                              << QByteArray("Quenvo local provider");
     QTest::newRow("playlist") << u"/playlist.m3u"_s << 200 << QByteArray("audio/x-mpegurl")
-                              << QByteArray("#EXTM3U\n#EXTINF:-1 ");
+                              << QByteArray("#EXTM3U url-tvg=\"");
     QTest::newRow("protected playlist without credentials")
         << u"/protected.m3u"_s << 401 << QByteArray("text/plain") << QByteArray();
     QTest::newRow("HLS stream") << u"/hls.m3u8"_s << 200 << QByteArray("application/vnd.apple.mpegurl")
@@ -288,7 +293,7 @@ void ProviderTest::endpointsAnswer_data()
     QTest::newRow("account") << u"/player_api.php?username=demo&password=demo"_s << 200
                              << QByteArray("application/json") << QByteArray(R"({"user_info":{)");
     QTest::newRow("get.php, TS") << u"/get.php?username=demo&password=demo&type=m3u_plus&output=ts"_s << 200
-                                 << QByteArray("audio/x-mpegurl") << QByteArray("#EXTM3U\n");
+                                 << QByteArray("audio/x-mpegurl") << QByteArray("#EXTM3U url-tvg=");
     QTest::newRow("get.php, format the account lacks")
         << u"/get.php?username=tsonly&password=tsonly&type=m3u_plus&output=m3u8"_s << 403
         << QByteArray("text/plain") << QByteArray();
@@ -748,6 +753,67 @@ void ProviderTest::seriesDetails()
             catalog.seriesExtension(index) == u"mkv"_s ? QByteArray("video/x-matroska")
                                                        : QByteArray("video/mp4"));
     }
+}
+
+// The guide in its three forms, and the short guide of the Xtream interface, agree on what is on now.
+void ProviderTest::theGuideFollowsTheClock()
+{
+    const Response file = fetch(m_network, url(u"/guide.xml.gz"_s));
+    QCOMPARE(file.status, 200);
+    QVERIFY(file.body.startsWith("\x1f\x8b"));
+    const Response compressed = fetch(m_network, url(u"/guide.xml"_s), "GET", {{"Accept-Encoding", "gzip"}});
+    QCOMPARE(compressed.header("content-encoding"), QByteArray("gzip"));
+    QCOMPARE(fetch(m_network, url(u"/xmltv.php?username=demo&password=nope"_s)).status, 403);
+    const Response plain
+        = fetch(m_network, url(u"/xmltv.php?username=demo&password=demo"_s), "GET", {{"Accept-Encoding", "identity"}});
+    QCOMPARE(plain.status, 200);
+    QVERIFY(plain.header("content-encoding").isEmpty());
+
+    // What the first channel shows now, read from the XMLTV with its time offset applied.
+    const qint64 now = QDateTime::currentSecsSinceEpoch();
+    const QString guideID = m_server->catalog().liveChannelGuideID(0);
+    QXmlStreamReader xml(plain.body);
+    QString titleNow;
+    int channels = 0;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (xml.name() == u"channel"_s)
+            ++channels;
+        if (xml.name() != u"programme"_s || xml.attributes().value(u"channel"_s) != guideID)
+            continue;
+        // "20261123210000 +0100": the wall time, then its offset from UTC.
+        const auto time = [&](const QString &name) {
+            const QString text = xml.attributes().value(name).toString();
+            QDateTime wall = QDateTime::fromString(text.left(14), u"yyyyMMddHHmmss"_s);
+            wall.setTimeZone(QTimeZone::utc());
+            const int offset = (text.mid(16, 2).toInt() * 60 + text.mid(18, 2).toInt()) * 60;
+            return wall.toSecsSinceEpoch() - (text.at(15) == u'-' ? -offset : offset);
+        };
+        const qint64 start = time(u"start"_s);
+        const qint64 stop = time(u"stop"_s);
+        QVERIFY(start < stop);
+        if (start <= now && now < stop) {
+            xml.readNextStartElement();
+            titleNow = xml.readElementText();
+        }
+    }
+    QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
+    QCOMPARE(channels, std::min(ProviderGuide::coveredChannels, m_server->catalog().liveChannelCount()));
+    QVERIFY(!titleNow.isEmpty());
+
+    const qint64 stream = m_server->catalog().liveChannelID(0);
+    const QJsonObject shortGuide = json(fetch(m_network,
+        url(u"/player_api.php?username=demo&password=demo&action=get_short_epg&limit=3&stream_id=%1"_s.arg(stream)))
+                                            .body)
+                                       .object();
+    const QJsonArray listings = shortGuide.value(u"epg_listings"_s).toArray();
+    QCOMPARE(listings.size(), 3);
+    const QJsonObject first = listings.first().toObject();
+    QVERIFY(first.value(u"start_timestamp"_s).toString().toLongLong() <= now);
+    QVERIFY(now < first.value(u"stop_timestamp"_s).toString().toLongLong());
+    QCOMPARE(QString::fromUtf8(QByteArray::fromBase64(first.value(u"title"_s).toString().toLatin1())), titleNow);
+    QCOMPARE(listings.at(1).toObject().value(u"start_timestamp"_s), first.value(u"stop_timestamp"_s));
 }
 
 void ProviderTest::liveListReadByTheApplication()
