@@ -106,7 +106,7 @@ Channel playable(const PlaylistSource &source, const QString &path, const QStrin
         throw IPTVError(u"El servidor ha retornat un format de vídeo no vàlid."_s);
     const QString address = source.base() + path + PlaylistSource::encoded(source.username) + u'/'
         + PlaylistSource::encoded(source.password) + u'/' + id + u'.' + extension;
-    return Channel(name, group, PlaylistSource::httpURL(address), false);
+    return Channel(name, group, PlaylistSource::encodedHttpURL(address), false);
 }
 
 struct SeasonGroup

@@ -154,6 +154,8 @@ private Q_SLOTS:
     void movieStream_data();
     void movieStream();
     void movieStreamAddress();
+    // Movie and episode addresses keep the server address as the user wrote it.
+    void catalogueStreamsKeepTheAddressAsWritten();
 
     // The texts of a detail: from "info" when it is an object, with the title's own plot and poster as
     // fallbacks. Same rules for movies and series.
@@ -498,6 +500,24 @@ void TestXtreamReaders::liveStreamAddress_data()
         << QByteArray("http://provider.test:8080/live/%2541/%252F/7.m3u8");
     QTest::newRow("IPv6 host") << u"http://[2001:db8::1]:8000/"_s << u"user"_s << u"pass"_s
                                << QByteArray("http://[2001:db8::1]:8000/live/user/pass/7.m3u8");
+    // The server address as written: no lower-casing, no rewriting of escapes, ports or dot segments.
+    QTest::newRow("host and scheme in capitals kept")
+        << u"HTTP://Provider.Test:8080/"_s << u"user"_s << u"pass"_s
+        << QByteArray("HTTP://Provider.Test:8080/live/user/pass/7.m3u8");
+    QTest::newRow("default port kept") << u"http://provider.test:80"_s << u"user"_s << u"pass"_s
+                                       << QByteArray("http://provider.test:80/live/user/pass/7.m3u8");
+    QTest::newRow("lower-case escape in the prefix kept")
+        << u"http://provider.test/p%c3%a9"_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/p%c3%a9/live/user/pass/7.m3u8");
+    QTest::newRow("upper-case escape in the prefix kept")
+        << u"http://provider.test/p%C3%A9"_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/p%C3%A9/live/user/pass/7.m3u8");
+    QTest::newRow("dot segments in the prefix kept")
+        << u"http://provider.test/a/../p/."_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/a/../p/./live/user/pass/7.m3u8");
+    QTest::newRow("a blank in the prefix is encoded")
+        << u"http://Provider.test/my panel"_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/my%20panel/live/user/pass/7.m3u8");
 }
 
 void TestXtreamReaders::liveStreamAddress()
@@ -1048,6 +1068,19 @@ void TestXtreamReaders::seriesEpisodes()
         QVERIFY(!episode.channel.requiresCustomHeaders());
     }
     QCOMPARE(described, episodes);
+}
+
+void TestXtreamReaders::catalogueStreamsKeepTheAddressAsWritten()
+{
+    const PlaylistSource source = provider(u"  http://Provider.Test:80/a/./p%c3%a9// "_s);
+    const QByteArray prefix("http://Provider.Test:80/a/./p%c3%a9");
+    const CatalogDetail movie = XtreamReaders::catalogDetail(R"({"info":{}})", source, title(CatalogKind::movies));
+    QVERIFY(movie.movie);
+    QCOMPARE(movie.movie->encodedURL(), prefix + "/movie/user/pass/42.mkv");
+    const CatalogDetail series = XtreamReaders::catalogDetail(
+        R"({"episodes":{"1":[{"id":"31","episode_num":1,"title":"U"}]}})", source, title(CatalogKind::series));
+    QCOMPARE(series.episodes.size(), qsizetype(1));
+    QCOMPARE(series.episodes.front().channel.encodedURL(), prefix + "/series/user/pass/31.mp4");
 }
 
 void TestXtreamReaders::seriesEpisodeAddress()
