@@ -199,11 +199,11 @@ QString accountStreamExtension(const QByteArray &body)
     bool hls = false;
     bool ts = false;
     for (const Element format : formats) {
-        std::string_view name;
-        if (format.get(name))
+        const std::optional<QString> name = string(format);
+        if (!name)
             return u"m3u8"_s; // not an array of strings: the default applies
-        hls = hls || name == "m3u8";
-        ts = ts || name == "ts";
+        hls = hls || *name == u"m3u8";
+        ts = ts || *name == u"ts";
     }
     if (hls)
         return u"m3u8"_s;
