@@ -195,6 +195,45 @@ private Q_SLOTS:
         QVERIFY(!channel.requiresCustomHeaders());
     }
 
+    // A list that is an HLS stream plays the connection's address as the user wrote it.
+    void hlsManifestKeepsTheListAddressAsWritten()
+    {
+        const QByteArray written("https://CDN.example/live/./index.m3u8?token=%c3%a9");
+        const QList<Channel> channels =
+            M3UParser::parse(u"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n"_s, written);
+        QCOMPARE(channels.size(), 1);
+        QCOMPARE(channels.first().encodedURL(), written);
+    }
+
+    void relativeEntriesResolveAgainstTheAddressAsWritten()
+    {
+        const QByteArray written("http://Provider.Example/Lists/tv.m3u");
+        const QList<Channel> channels = M3UParser::parse(u"#EXTM3U\nstream.ts\nhttp://Other.Example/x.ts"_s, written);
+        QCOMPARE(channels.size(), 2);
+        QCOMPARE(channels[0].encodedURL(), QByteArray("http://provider.example/Lists/stream.ts"));
+        QCOMPARE(channels[1].encodedURL(), QByteArray("http://Other.Example/x.ts"));
+    }
+
+    // A cancelled load stops parsing (how often the parse looks: tst_cancellation).
+    void cancellationStopsAParse_data()
+    {
+        QTest::addColumn<int>("entries");
+        QTest::newRow("small list") << 3;
+        QTest::newRow("large list") << 200000;
+    }
+    void cancellationStopsAParse()
+    {
+        QFETCH(int, entries);
+        QString text = u"#EXTM3U\n"_s;
+        for (int i = 0; i < entries; ++i)
+            text += u"#EXTINF:-1,C%1\nhttp://h/%1\n"_s.arg(i);
+        const CancellationToken token = CancellationToken::create();
+        token.cancel();
+        QVERIFY_THROWS_EXCEPTION(CancelledError, M3UParser::parse(text, base, token.flag()));
+        // The same text with a token that stays live is read whole.
+        QCOMPARE(M3UParser::parse(text, base, CancellationToken::create().flag()).size(), entries);
+    }
+
     void identitiesFollowTheAbsoluteAddress()
     {
         const Parsed relative = parsePlaylist(u"#EXTM3U\nstream.ts"_s);
