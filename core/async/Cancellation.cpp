@@ -2,9 +2,8 @@
 
 void CancellationState::cancel()
 {
-    if (m_cancelled)
+    if (m_cancelled->exchange(true, std::memory_order_relaxed))
         return;
-    m_cancelled = true;
     Q_EMIT cancelled();
 }
 

@@ -172,11 +172,8 @@ QByteArray acceptedAddress(QStringView line, const QUrl &baseURL)
     return PlaylistSource::isAcceptedHttpURL(resolved) ? resolved.toEncoded() : QByteArray();
 }
 
-} // namespace
-
-namespace M3UParser {
-
-QList<Channel> parse(QStringView input, const QUrl &baseURL)
+QList<Channel> parseAgainst(QStringView input, const QUrl &baseURL, const QByteArray &baseAddress,
+                            const CancellationFlag &cancellation)
 {
     // Byte-order marks can stand anywhere (concatenated files); they are dropped before anything else.
     QString withoutMarks;
@@ -200,7 +197,9 @@ QList<Channel> parse(QStringView input, const QUrl &baseURL)
 
     const qsizetype size = text.size();
     qsizetype lineStart = 0;
+    CancellationCheckpoint checkpoint(cancellation);
     while (lineStart <= size) {
+        checkpoint.pass();
         qsizetype lineEnd = lineStart;
         while (lineEnd < size && !isLineBreak(text[lineEnd].unicode()))
             ++lineEnd;
@@ -218,7 +217,7 @@ QList<Channel> parse(QStringView input, const QUrl &baseURL)
                     pendingName = attribute.value;
             });
         } else if (line.startsWith(u"#EXT-X-")) {
-            return {Channel(u"Emissió HLS"_s, u"Directe"_s, baseURL, false)};
+            return {Channel(u"Emissió HLS"_s, u"Directe"_s, baseAddress, false)};
         } else if (line.startsWith(u"#EXTGRP:")) {
             pendingGroup = trimmedBlanks(line.sliced(8));
         } else if (line.startsWith(u"#EXTVLCOPT:http-user-agent=") || line.startsWith(u"#EXTVLCOPT:http-referrer=")) {
@@ -243,6 +242,20 @@ QList<Channel> parse(QStringView input, const QUrl &baseURL)
     if (channels.isEmpty())
         throw IPTVError(u"No s’han trobat canals HTTP o HTTPS a la llista."_s);
     return channels;
+}
+
+} // namespace
+
+namespace M3UParser {
+
+QList<Channel> parse(QStringView text, const QUrl &baseURL, const CancellationFlag &cancellation)
+{
+    return parseAgainst(text, baseURL, baseURL.toEncoded(), cancellation);
+}
+
+QList<Channel> parse(QStringView text, const QByteArray &baseAddress, const CancellationFlag &cancellation)
+{
+    return parseAgainst(text, QUrl::fromEncoded(baseAddress), baseAddress, cancellation);
 }
 
 } // namespace M3UParser

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "async/Cancellation.h"
 #include "records/Channel.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QStringView>
 #include <QUrl>
@@ -15,7 +17,11 @@
 // list, and becomes one channel pointing at `baseURL`.
 //
 // Throws IPTVError when the text is not a playlist or holds no usable address; never returns an
-// empty list.
+// empty list. Throws CancelledError once `cancellation` is raised: a list of millions of entries
+// stops within a few thousand lines.
 namespace M3UParser {
-QList<Channel> parse(QStringView text, const QUrl &baseURL);
+QList<Channel> parse(QStringView text, const QUrl &baseURL, const CancellationFlag &cancellation = {});
+// The same against the list's own address as written (an accepted address's absolute string, see
+// PlaylistSource::acceptedEncodedURL), which an HLS stream keeps as its channel's address.
+QList<Channel> parse(QStringView text, const QByteArray &baseAddress, const CancellationFlag &cancellation = {});
 }

@@ -39,6 +39,12 @@ QUrl PlaylistSource::validatedURL() const
     return url;
 }
 
+QByteArray PlaylistSource::validatedAddress() const
+{
+    validatedURL();
+    return encodedHttpURL(address.trimmed());
+}
+
 QUrl PlaylistSource::parseURL(QStringView text)
 {
     // Tolerant parsing: characters that may not stand in a URL (a blank in a path, letters outside
@@ -122,9 +128,9 @@ bool isPlainPathCharacter(char16_t c)
     }
 }
 
-// "http(s)://host[:port][/path][?query]" written so plainly that its encoded form is the text
-// itself; anything else (percent escapes, fragments, IPv6, upper-case hosts, user information,
-// unusual ports or characters) is left to QUrl.
+// "http(s)://host[:port][/path][?query]" written so plainly that QUrl would accept it and write it
+// back unchanged; anything else (percent escapes, fragments, IPv6, upper-case hosts, user
+// information, unusual ports or characters) is first checked by QUrl.
 bool isPlainHttpURL(QStringView text)
 {
     qsizetype rest;
@@ -162,6 +168,41 @@ bool isPlainHttpURL(QStringView text)
     return true;
 }
 
+bool isHexDigit(char16_t c)
+{
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+}
+
+// Text that is already a URL in its encoded form: printable ASCII that may stand in a URL as it is,
+// percent signs that start an escape, at most one "#". QUrl would still rewrite such text (lower-case
+// the host and the scheme, upper-case escapes, decode %7E…), which is not ours to do: it is how the
+// address was written, and what identifies its channel.
+bool isWrittenEncoded(QStringView text)
+{
+    bool fragment = false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i].unicode();
+        if (c <= 0x20 || c >= 0x7f)
+            return false;
+        switch (c) {
+        case u'"': case u'<': case u'>': case u'\\': case u'^': case u'`': case u'{': case u'|': case u'}':
+            return false;
+        case u'%':
+            if (i + 2 >= text.size() || !isHexDigit(text[i + 1].unicode()) || !isHexDigit(text[i + 2].unicode()))
+                return false;
+            break;
+        case u'#':
+            if (fragment)
+                return false;
+            fragment = true;
+            break;
+        default:
+            break;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
@@ -171,6 +212,9 @@ QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
     const QUrl url = parseURL(text);
     if (!isAcceptedHttpURL(url))
         return QByteArray();
+    if (isWrittenEncoded(text))
+        return text.toLatin1();
+    // Blanks, letters outside ASCII and the like are percent-encoded the way QUrl writes them.
     QByteArray encoded = url.toEncoded();
     encoded.squeeze();
     return encoded;

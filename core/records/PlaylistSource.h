@@ -24,6 +24,8 @@ struct PlaylistSource
 
     // The check run before any network access and by the connection editor; throws IPTVError.
     QUrl validatedURL() const;
+    // The same check; the address's absolute string as written (see acceptedEncodedURL).
+    QByteArray validatedAddress() const;
 
     // Parses `text` as an absolute URL and accepts it only when it is http or https, has a host and
     // carries no user information; throws IPTVError otherwise. The single URL rule of the program:
@@ -33,9 +35,11 @@ struct PlaylistSource
     static bool isAcceptedHttpURL(const QUrl &url);
     // How the program parses address text everywhere (absolute or relative references).
     static QUrl parseURL(QStringView text);
-    // The absolute string (encoded form) of `httpURL(text)`, or an empty array where httpURL would
-    // refuse. Plain addresses — the vast majority in real playlists — are recognised without
-    // building a QUrl; the result is the same byte for byte.
+    // The absolute string of an address that `httpURL(text)` accepts, or an empty array where it
+    // would refuse. Text that is already in encoded form is kept exactly as written (no lower-casing,
+    // no rewriting of escapes, ports or dot segments): two spellings of one address stay two
+    // addresses. Text that needs encoding (blanks, letters outside ASCII) gets QUrl's encoded form.
+    // Plain addresses — the vast majority in real playlists — are recognised without building a QUrl.
     static QByteArray acceptedEncodedURL(QStringView text);
     // The same, throwing httpURL's IPTVError where it would refuse.
     static QByteArray encodedHttpURL(QStringView text);

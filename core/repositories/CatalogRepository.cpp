@@ -38,10 +38,12 @@ QCoro::Task<QList<CatalogCategory>> CatalogRepository::categories(PlaylistSource
     HTTPClient::Fetch fetch = m_fetch;
     const QString action = kind == CatalogKind::series ? u"get_series_categories"_s : u"get_vod_categories"_s;
     const QUrl url = requestURL(source, action, {});
-    QByteArray body = co_await request(std::move(fetch), url, std::move(cancellation));
+    QByteArray body = co_await request(std::move(fetch), url, cancellation);
     // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
     // expression twice (its captures are released twice).
-    auto read = [body = std::move(body)] { return XtreamReaders::catalogCategories(body); };
+    auto read = [body = std::move(body), cancellation = cancellation.flag()] {
+        return XtreamReaders::catalogCategories(body, cancellation);
+    };
     co_return co_await inBackground(std::move(read));
 }
 
@@ -53,10 +55,10 @@ QCoro::Task<QList<CatalogItem>> CatalogRepository::items(PlaylistSource source, 
         throw IPTVError(u"Categoria no vàlida."_s);
     const QString action = kind == CatalogKind::series ? u"get_series"_s : u"get_vod_streams"_s;
     const QUrl url = requestURL(source, action, {{u"category_id"_s, categoryID}});
-    QByteArray body = co_await request(std::move(fetch), url, std::move(cancellation));
+    QByteArray body = co_await request(std::move(fetch), url, cancellation);
     // Named before the co_await: see categories().
-    auto read = [body = std::move(body), kind, categoryID] {
-        return XtreamReaders::catalogItems(body, kind, categoryID);
+    auto read = [body = std::move(body), kind, categoryID, cancellation = cancellation.flag()] {
+        return XtreamReaders::catalogItems(body, kind, categoryID, cancellation);
     };
     co_return co_await inBackground(std::move(read));
 }

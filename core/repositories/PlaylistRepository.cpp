@@ -11,21 +11,25 @@ using namespace Qt::StringLiterals;
 namespace {
 
 QCoro::Task<QList<Channel>> loadM3U(HTTPClient::Fetch fetch, PlaylistSource source, QUrl url,
-                                    CancellationToken cancellation)
+                                    QByteArray address, CancellationToken cancellation)
 {
     QNetworkRequest request = HTTPClient::providerRequest(url);
     if (!source.username.isEmpty())
         request.setRawHeader("Authorization", PlaylistRepository::basicAuthorization(source.username, source.password));
     HTTPPayload payload = co_await fetch(std::move(request), cancellation);
+    // Relative entries resolve against the address the list finally came from; without a redirect
+    // that is the connection's own address, as the user wrote it.
+    QByteArray base = payload.url == url ? std::move(address) : payload.url.toEncoded();
     // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
     // expression twice (its captures are released twice).
-    auto parse = [payload = std::move(payload)] {
+    auto parse = [data = std::move(payload.data), base = std::move(base), cancellation = cancellation.flag()] {
+        cancellation.throwIfRaised();
         // Stateless: a sequence cut off at the end of the body is an error, not state kept for more input.
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        const QString text = decoder.decode(payload.data);
+        const QString text = decoder.decode(data);
         if (decoder.hasError())
             throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
-        return M3UParser::parse(text, payload.url);
+        return M3UParser::parse(text, base, cancellation);
     };
     co_return co_await inBackground(std::move(parse));
 }
@@ -47,12 +51,15 @@ QCoro::Task<QList<Channel>> loadXtream(HTTPClient::Fetch fetch, PlaylistSource s
 
     QByteArray categoriesBody = co_await fetchAPI(fetch, api + u"&action=get_live_categories"_s, cancellation);
     // The lambdas are named before their co_await: see loadM3U.
-    auto readCategories = [body = std::move(categoriesBody)] { return XtreamReaders::liveCategories(body); };
+    auto readCategories = [body = std::move(categoriesBody), cancellation = cancellation.flag()] {
+        return XtreamReaders::liveCategories(body, cancellation);
+    };
     QHash<QString, QString> categories = co_await inBackground(std::move(readCategories));
 
     QByteArray streams = co_await fetchAPI(fetch, api + u"&action=get_live_streams"_s, cancellation);
-    auto readStreams = [body = std::move(streams), source, extension, categories = std::move(categories)] {
-        return XtreamReaders::liveStreams(body, source, extension, categories);
+    auto readStreams = [body = std::move(streams), source, extension, categories = std::move(categories),
+                        cancellation = cancellation.flag()] {
+        return XtreamReaders::liveStreams(body, source, extension, categories, cancellation);
     };
     co_return co_await inBackground(std::move(readStreams));
 }
@@ -69,8 +76,11 @@ QCoro::Task<QList<Channel>> PlaylistRepository::load(PlaylistSource source, Canc
     // Copied before the first suspension: the repository may go away while the load runs.
     HTTPClient::Fetch fetch = m_fetch;
     const QUrl url = source.validatedURL();
-    if (source.kind == PlaylistSource::Kind::m3u)
-        co_return co_await loadM3U(std::move(fetch), std::move(source), url, std::move(cancellation));
+    if (source.kind == PlaylistSource::Kind::m3u) {
+        QByteArray address = source.validatedAddress();
+        co_return co_await loadM3U(std::move(fetch), std::move(source), url, std::move(address),
+                                   std::move(cancellation));
+    }
     co_return co_await loadXtream(std::move(fetch), std::move(source), std::move(cancellation));
 }
 

@@ -10,10 +10,165 @@ using namespace Qt::StringLiterals;
 
 namespace XtreamJson {
 
+namespace {
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// The digits of a number token are compared as decimal text: JSON integers have no leading zeros.
+bool exceeds(std::string_view digits, std::string_view limit)
+{
+    return digits.size() != limit.size() ? digits.size() > limit.size() : digits > limit;
+}
+
+// A JSON number (-?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?) too large for a 64-bit integer
+// or a double, which the parser refuses although the document is valid JSON. Values too small for a
+// double read as 0 and are not among them.
+bool isOutOfRangeNumber(std::string_view token)
+{
+    size_t i = 0;
+    const bool negative = i < token.size() && token[i] == '-';
+    if (negative)
+        ++i;
+    const size_t integerStart = i;
+    if (i < token.size() && token[i] == '0')
+        ++i;
+    else
+        while (i < token.size() && isDigit(token[i]))
+            ++i;
+    const std::string_view integer = token.substr(integerStart, i - integerStart);
+    if (integer.empty())
+        return false;
+    std::string_view fraction;
+    if (i < token.size() && token[i] == '.') {
+        const size_t fractionStart = ++i;
+        while (i < token.size() && isDigit(token[i]))
+            ++i;
+        fraction = token.substr(fractionStart, i - fractionStart);
+        if (fraction.empty())
+            return false;
+    }
+    bool exponent = false;
+    if (i < token.size() && (token[i] == 'e' || token[i] == 'E')) {
+        ++i;
+        if (i < token.size() && (token[i] == '+' || token[i] == '-'))
+            ++i;
+        const size_t exponentStart = i;
+        while (i < token.size() && isDigit(token[i]))
+            ++i;
+        if (i == exponentStart)
+            return false;
+        exponent = true;
+    }
+    if (i != token.size())
+        return false;
+    if (fraction.empty() && !exponent)
+        return negative ? exceeds(integer, "9223372036854775808") : exceeds(integer, "18446744073709551615");
+    double value = 0;
+    const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), value);
+    if (error != std::errc::result_out_of_range)
+        return false;
+    // Out of range either way: too large when its first significant digit stands left of the point
+    // once the exponent is applied.
+    qint64 order = 0;
+    const size_t significant = integer.find_first_not_of('0');
+    if (significant != std::string_view::npos) {
+        order = qint64(integer.size() - significant);
+    } else {
+        const size_t first = fraction.find_first_not_of('0');
+        if (first == std::string_view::npos)
+            return false;
+        order = -qint64(first);
+    }
+    const size_t exponentAt = token.find_first_of("eE");
+    const std::string_view exponentText = token.substr(exponentAt + 1);
+    const bool exponentNegative = exponentText.front() == '-';
+    qint64 exponentValue = 0;
+    for (const char c : exponentText) {
+        if (isDigit(c) && exponentValue < 1'000'000'000)
+            exponentValue = exponentValue * 10 + (c - '0');
+    }
+    return order + (exponentNegative ? -exponentValue : exponentValue) > 0;
+}
+
+// Marks a number that was kept as its text: a JSON text can hold U+0000 only as the escape "\u0000".
+constexpr char numberTextMarker = '\0';
+
+// `bytes` with every out-of-range number written as a string holding the marker and the number's
+// text; empty when there is no such number, or when the body already holds the escape "\u0000" (the
+// marker would be ambiguous: the numbers are then dropped, and their keys read as null).
+QByteArray withOutOfRangeNumbersAsText(const QByteArray &bytes)
+{
+    const bool markable = !bytes.contains("\\u0000");
+    QByteArray rewritten;
+    qsizetype copied = 0;
+    const qsizetype size = bytes.size();
+    qsizetype i = 0;
+    while (i < size) {
+        const char c = bytes[i];
+        if (c == '"') {
+            for (++i; i < size && bytes[i] != '"'; ++i) {
+                if (bytes[i] == '\\')
+                    ++i;
+            }
+            ++i;
+            continue;
+        }
+        if (c != '-' && !isDigit(c)) {
+            ++i;
+            continue;
+        }
+        qsizetype end = i;
+        while (end < size && (isDigit(bytes[end]) || bytes[end] == '-' || bytes[end] == '+' || bytes[end] == '.'
+                              || bytes[end] == 'e' || bytes[end] == 'E'))
+            ++end;
+        const std::string_view token(bytes.constData() + i, size_t(end - i));
+        if (isOutOfRangeNumber(token)) {
+            if (rewritten.isEmpty())
+                rewritten.reserve(size + 1024);
+            rewritten.append(bytes.constData() + copied, i - copied);
+            if (markable) {
+                rewritten.append("\"\\u0000");
+                rewritten.append(token.data(), qsizetype(token.size()));
+                rewritten.append('"');
+            } else {
+                rewritten.append("null");
+            }
+            copied = end;
+        }
+        i = end;
+    }
+    if (copied == 0)
+        return QByteArray();
+    rewritten.append(bytes.constData() + copied, size - copied);
+    return rewritten;
+}
+
+// The number's text when `view` is a number kept as text by `withOutOfRangeNumbersAsText`.
+std::optional<std::string_view> numberText(std::string_view view)
+{
+    if (view.empty() || view.front() != numberTextMarker || !isOutOfRangeNumber(view.substr(1)))
+        return std::nullopt;
+    return view.substr(1);
+}
+
+} // namespace
+
 Document::Document(const QByteArray &bytes)
 {
-    // `parse` copies the input into a padded buffer when it has no padding of its own.
-    const simdjson::error_code error = m_parser.parse(bytes.constData(), size_t(bytes.size()), true).get(m_root);
+    // `parse` copies the input into a padded buffer when it has no padding of its own; strings are
+    // copied out of it, so the document does not refer to the input.
+    simdjson::error_code error = m_parser.parse(bytes.constData(), size_t(bytes.size()), true).get(m_root);
+    if (error == simdjson::NUMBER_ERROR) {
+        // Valid JSON may hold numbers beyond 64 bits or beyond a double ("added": 1e400). Such
+        // answers are rare: only they pay for a second pass, which reads those numbers as text.
+        const QByteArray rewritten = withOutOfRangeNumbersAsText(bytes);
+        if (!rewritten.isEmpty()
+            && !m_parser.parse(rewritten.constData(), size_t(rewritten.size()), true).get(m_root))
+            return;
+    }
     if (error)
         throw JsonError(QString::fromLatin1(simdjson::error_message(error)));
 }
@@ -47,7 +202,7 @@ QString fromView(std::string_view view)
     return QString::fromUtf8(view.data(), qsizetype(view.size()));
 }
 
-QString numberText(double number)
+QString decimalText(double number)
 {
     // Whole numbers are written without a decimal point, as integers.
     if (std::isfinite(number) && number == std::trunc(number) && std::fabs(number) < 9007199254740992.0)
@@ -61,14 +216,16 @@ QString text(const std::optional<Element> &element)
     if (!element)
         return QString();
     switch (element->type()) {
-    case simdjson::dom::element_type::STRING:
-        return fromView(std::string_view(*element));
+    case simdjson::dom::element_type::STRING: {
+        const std::string_view view(*element);
+        return fromView(numberText(view).value_or(view));
+    }
     case simdjson::dom::element_type::INT64:
         return QString::number(int64_t(*element));
     case simdjson::dom::element_type::UINT64:
         return QString::number(uint64_t(*element));
     case simdjson::dom::element_type::DOUBLE:
-        return numberText(double(*element));
+        return decimalText(double(*element));
     case simdjson::dom::element_type::BOOL:
         return bool(*element) ? u"1"_s : u"0"_s;
     default:
@@ -79,7 +236,7 @@ QString text(const std::optional<Element> &element)
 std::optional<QString> string(const std::optional<Element> &element)
 {
     std::string_view view;
-    if (!element || element->get(view))
+    if (!element || element->get(view) || numberText(view))
         return std::nullopt;
     return fromView(view);
 }

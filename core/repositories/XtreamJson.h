@@ -23,7 +23,8 @@ using Object = simdjson::dom::object;
 class Document
 {
 public:
-    // Throws JsonError on a syntax error (invalid UTF-8 included).
+    // Throws JsonError on a syntax error (invalid UTF-8 included). Numbers too large for 64 bits or
+    // for a double are valid JSON and are kept as their text (see `text` and `string`).
     explicit Document(const QByteArray &bytes);
     Element root() const { return m_root; }
 
@@ -40,11 +41,12 @@ std::optional<Element> valueOr(const std::optional<Object> &object, std::string_
 std::optional<Element> valueOr(const std::optional<Object> &object, std::string_view first, std::string_view second,
                                std::string_view third);
 
-// A string as itself; a number in its plain decimal form (1, 7.5); true and false as "1" and "0";
-// anything else, or nothing, as the empty text.
+// A string as itself; a number in its plain decimal form (1, 7.5), or as written when it is too large
+// to be read as a number (1e400); true and false as "1" and "0"; anything else, or nothing, as the
+// empty text.
 QString text(const std::optional<Element> &element);
 inline QString text(const std::optional<Object> &object, std::string_view key) { return text(value(object, key)); }
-// The string itself when the value is a JSON string, else nothing.
+// The string itself when the value is a JSON string, else nothing (numbers kept as text included).
 std::optional<QString> string(const std::optional<Element> &element);
 // The object itself when the value is a JSON object, else nothing.
 std::optional<Object> object(const std::optional<Element> &element);

@@ -106,7 +106,7 @@ Channel playable(const PlaylistSource &source, const QString &path, const QStrin
         throw IPTVError(u"El servidor ha retornat un format de vídeo no vàlid."_s);
     const QString address = source.base() + path + PlaylistSource::encoded(source.username) + u'/'
         + PlaylistSource::encoded(source.password) + u'/' + id + u'.' + extension;
-    return Channel(name, group, PlaylistSource::httpURL(address), false);
+    return Channel(name, group, PlaylistSource::encodedHttpURL(address), false);
 }
 
 struct SeasonGroup
@@ -199,11 +199,11 @@ QString accountStreamExtension(const QByteArray &body)
     bool hls = false;
     bool ts = false;
     for (const Element format : formats) {
-        std::string_view name;
-        if (format.get(name))
+        const std::optional<QString> name = string(format);
+        if (!name)
             return u"m3u8"_s; // not an array of strings: the default applies
-        hls = hls || name == "m3u8";
-        ts = ts || name == "ts";
+        hls = hls || *name == u"m3u8";
+        ts = ts || *name == u"ts";
     }
     if (hls)
         return u"m3u8"_s;
@@ -212,18 +212,24 @@ QString accountStreamExtension(const QByteArray &body)
     throw IPTVError(u"Aquest servidor no ofereix fluxos HLS ni MPEG-TS compatibles."_s);
 }
 
-QHash<QString, QString> liveCategories(const QByteArray &body)
+QHash<QString, QString> liveCategories(const QByteArray &body, const CancellationFlag &cancellation)
 {
+    CancellationCheckpoint checkpoint(cancellation);
+    checkpoint.pass();
     const Document document(body);
     QHash<QString, QString> names;
-    for (const Object &row : liveRows(document.root()))
+    for (const Object &row : liveRows(document.root())) {
+        checkpoint.pass();
         names.insert(text(row, "category_id"), string(value(row, "category_name")).value_or(liveGroupDefault));
+    }
     return names;
 }
 
 QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source, const QString &extension,
-                           const QHash<QString, QString> &categories)
+                           const QHash<QString, QString> &categories, const CancellationFlag &cancellation)
 {
+    CancellationCheckpoint checkpoint(cancellation);
+    checkpoint.pass();
     const Document document(body);
     const QList<Object> rows = liveRows(document.root());
     const QString prefix = source.base() + u"/live/"_s + PlaylistSource::encoded(source.username) + u'/'
@@ -233,6 +239,7 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
     channels.reserve(rows.size());
     TakenIDs taken(rows.size());
     for (const Object &row : rows) {
+        checkpoint.pass();
         const QString id = text(row, "stream_id");
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
@@ -247,13 +254,16 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
     return channels;
 }
 
-QList<CatalogCategory> catalogCategories(const QByteArray &body)
+QList<CatalogCategory> catalogCategories(const QByteArray &body, const CancellationFlag &cancellation)
 {
+    CancellationCheckpoint checkpoint(cancellation);
+    checkpoint.pass();
     const Document document(body);
     QList<CatalogCategory> categories;
     const QList<Object> rows = catalogRows(document.root());
     TakenIDs taken(rows.size());
     for (const Object &row : rows) {
+        checkpoint.pass();
         const QString id = text(row, "category_id");
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
@@ -265,8 +275,11 @@ QList<CatalogCategory> catalogCategories(const QByteArray &body)
     return categories;
 }
 
-QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const QString &categoryID)
+QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const QString &categoryID,
+                                const CancellationFlag &cancellation)
 {
+    CancellationCheckpoint checkpoint(cancellation);
+    checkpoint.pass();
     const Document document(body);
     const QList<Object> rows = catalogRows(document.root());
     QList<CatalogItem> items;
@@ -274,6 +287,7 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
     TakenIDs taken(rows.size());
     const std::string_view idKey = kind == CatalogKind::series ? "series_id" : "stream_id";
     for (const Object &row : rows) {
+        checkpoint.pass();
         const QString id = text(row, idKey);
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;

@@ -119,8 +119,36 @@ private Q_SLOTS:
             << u"Nom|Sense categoria|http://h/1"_s;
         QTest::newRow("blank group-title gives the default")
             << u"#EXTM3U\n#EXTINF:-1 group-title=\"\",N\nhttp://h/1"_s << u"N|Sense categoria|http://h/1"_s;
-        QTest::newRow("capital scheme accepted")
-            << u"#EXTM3U\nHTTPS://H.example/x"_s << u"Canal 1|Sense categoria|https://h.example/x"_s;
+        QTest::newRow("capital scheme and host kept as written")
+            << u"#EXTM3U\nHTTPS://H.example/x"_s << u"Canal 1|Sense categoria|HTTPS://H.example/x"_s;
+        QTest::newRow("upper-case host kept")
+            << u"#EXTM3U\nhttps://FFFFFFF110156200.tvustream.com/ryfy.m3u8"_s
+            << u"Canal 1|Sense categoria|https://FFFFFFF110156200.tvustream.com/ryfy.m3u8"_s;
+        QTest::newRow("lower-case escapes kept")
+            << u"#EXTM3U\nhttp://vod.example/Gol%20Kral%c4%b1.mp4"_s
+            << u"Canal 1|Sense categoria|http://vod.example/Gol%20Kral%c4%b1.mp4"_s;
+        QTest::newRow("upper-case escapes kept")
+            << u"#EXTM3U\nhttp://vod.example/Gol%20Kral%C4%B1.mp4"_s
+            << u"Canal 1|Sense categoria|http://vod.example/Gol%20Kral%C4%B1.mp4"_s;
+        QTest::newRow("escaped unreserved characters kept")
+            << u"#EXTM3U\nhttp://h/%7Euser/%41"_s << u"Canal 1|Sense categoria|http://h/%7Euser/%41"_s;
+        QTest::newRow("default port kept")
+            << u"#EXTM3U\nhttp://h.example:80/x"_s << u"Canal 1|Sense categoria|http://h.example:80/x"_s;
+        QTest::newRow("dot segments kept")
+            << u"#EXTM3U\nhttp://h.example/a/../b/./c.ts"_s << u"Canal 1|Sense categoria|http://h.example/a/../b/./c.ts"_s;
+        QTest::newRow("IPv6 host kept")
+            << u"#EXTM3U\nhttp://[2409:8087:1:20:20::2C]:6610/x"_s
+            << u"Canal 1|Sense categoria|http://[2409:8087:1:20:20::2C]:6610/x"_s;
+        QTest::newRow("two spellings of one address are two channels")
+            << u"#EXTM3U\nhttp://h.example/~a\nhttp://H.example/~a\nhttp://h.example:80/~a\nhttp://h.example/./~a\n"
+               u"http://h.example/%7ea\nhttp://h.example/%7Ea\nhttp://h.example/~a"_s
+            << u"Canal 1|Sense categoria|http://h.example/~a\nCanal 2|Sense categoria|http://H.example/~a\n"
+               u"Canal 3|Sense categoria|http://h.example:80/~a\nCanal 4|Sense categoria|http://h.example/./~a\n"
+               u"Canal 5|Sense categoria|http://h.example/%7ea\nCanal 6|Sense categoria|http://h.example/%7Ea"_s;
+        QTest::newRow("a blank is encoded, the rest as QUrl writes it")
+            << u"#EXTM3U\nhttp://H.example/a b.ts"_s << u"Canal 1|Sense categoria|http://h.example/a%20b.ts"_s;
+        QTest::newRow("a relative entry is resolved")
+            << u"#EXTM3U\n../Live/./a.ts"_s << u"Canal 1|Sense categoria|http://provider.example/Live/a.ts"_s;
         QTest::newRow("blank inside an address is encoded")
             << u"#EXTM3U\nhttp://h/a b.ts"_s << u"Canal 1|Sense categoria|http://h/a%20b.ts"_s;
         QTest::newRow("a note where the address belongs is skipped")
@@ -165,6 +193,45 @@ private Q_SLOTS:
         QCOMPARE(channel.url(), manifest);
         QCOMPARE(channel.id(), Channel(QString(), QString(), manifest, false).id());
         QVERIFY(!channel.requiresCustomHeaders());
+    }
+
+    // A list that is an HLS stream plays the connection's address as the user wrote it.
+    void hlsManifestKeepsTheListAddressAsWritten()
+    {
+        const QByteArray written("https://CDN.example/live/./index.m3u8?token=%c3%a9");
+        const QList<Channel> channels =
+            M3UParser::parse(u"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n"_s, written);
+        QCOMPARE(channels.size(), 1);
+        QCOMPARE(channels.first().encodedURL(), written);
+    }
+
+    void relativeEntriesResolveAgainstTheAddressAsWritten()
+    {
+        const QByteArray written("http://Provider.Example/Lists/tv.m3u");
+        const QList<Channel> channels = M3UParser::parse(u"#EXTM3U\nstream.ts\nhttp://Other.Example/x.ts"_s, written);
+        QCOMPARE(channels.size(), 2);
+        QCOMPARE(channels[0].encodedURL(), QByteArray("http://provider.example/Lists/stream.ts"));
+        QCOMPARE(channels[1].encodedURL(), QByteArray("http://Other.Example/x.ts"));
+    }
+
+    // A cancelled load stops parsing (how often the parse looks: tst_cancellation).
+    void cancellationStopsAParse_data()
+    {
+        QTest::addColumn<int>("entries");
+        QTest::newRow("small list") << 3;
+        QTest::newRow("large list") << 200000;
+    }
+    void cancellationStopsAParse()
+    {
+        QFETCH(int, entries);
+        QString text = u"#EXTM3U\n"_s;
+        for (int i = 0; i < entries; ++i)
+            text += u"#EXTINF:-1,C%1\nhttp://h/%1\n"_s.arg(i);
+        const CancellationToken token = CancellationToken::create();
+        token.cancel();
+        QVERIFY_THROWS_EXCEPTION(CancelledError, M3UParser::parse(text, base, token.flag()));
+        // The same text with a token that stays live is read whole.
+        QCOMPARE(M3UParser::parse(text, base, CancellationToken::create().flag()).size(), entries);
     }
 
     void identitiesFollowTheAbsoluteAddress()

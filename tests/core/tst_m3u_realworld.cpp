@@ -180,7 +180,8 @@ private Q_SLOTS:
         row("free-tv/playlist_italy.m3u8", 400, 0);
         row("free-tv/playlist_spain.m3u8", 51, 0);
         row("free-tv/playlist_zz_vod_it.m3u8", 154, 0);
-        row("iptv-org-generated-2021/index.m3u", 10446, 89); // "…m3u8" and "…m3u8?" are two addresses
+        // "…m3u8" and "…m3u8?" are two addresses, and so are edge.metroTVnews.com and edge.metrotvnews.com.
+        row("iptv-org-generated-2021/index.m3u", 10447, 89);
         row("iptv-org-generated-2023/countries-ad.m3u", 17, 2);
         row("iptv-org-generated-2023/countries-dz.m3u", 59, 4);
         row("iptv-org-generated-2023/countries-es.m3u", 321, 34);
@@ -320,6 +321,42 @@ private Q_SLOTS:
                 && channel.url().host().startsWith(u"2409:");
         };
         QCOMPARE(qsizetype(std::count_if(channels.begin(), channels.end(), onIPv6)), qsizetype(123));
+    }
+
+    // The address a channel keeps (its identity, what is played) is the line as written.
+    void addressesAreKeptAsWritten_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("upper-case host") << u"free-tv/playlist.m3u8"_s
+                                         << u"https://FFFFFFF110156200.tvustream.com/ryfy.m3u8"_s << u"Stryk TV"_s;
+        QTest::newRow("lower-case escapes")
+            << u"community/JustApo-TURKTV-vod.m3u"_s
+            << u"http://vod.tsvipsmart.eu/turkishyesilcam/Gol%20Kral%c4%b1%20-%20HD%20Film%20%28Restorasyonlu%29.mp4"_s
+            << u"Gol Kralı"_s;
+        QTest::newRow("host in mixed case") << u"iptv-org-generated-2021/index.m3u"_s
+                                            << u"http://edge.metroTVnews.com:1935/live-edge/smil:metro.smil/master.m3u8"_s
+                                            << u"METRO TV (720p)"_s;
+        QTest::newRow("the same host in lower case is another channel")
+            << u"iptv-org-generated-2021/index.m3u"_s
+            << u"http://edge.metrotvnews.com:1935/live-edge/smil:metro.smil/master.m3u8"_s << u"MetroTV"_s;
+    }
+    void addressesAreKeptAsWritten()
+    {
+        QUENVO_REQUIRE_FIXTURES();
+        QFETCH(QString, path);
+        QFETCH(QString, address);
+        QFETCH(QString, name);
+        const QList<Channel> channels = parseFixture(path);
+        if (QTest::currentTestFailed())
+            return;
+        const auto found = std::find_if(channels.begin(), channels.end(),
+            [&](const Channel &channel) { return channel.encodedURL() == address.toLatin1(); });
+        QVERIFY2(found != channels.end(), qPrintable(address));
+        QVERIFY2(found->name().startsWith(name), qPrintable(found->name()));
+        QCOMPARE(found->id(),
+            QString::fromLatin1(QCryptographicHash::hash(address.toLatin1(), QCryptographicHash::Sha256).toHex()));
     }
 
     // A byte-order mark before the header and CRLF line ends: names, addresses and the header come

@@ -120,7 +120,7 @@ QByteArray streamPrefix(const PlaylistSource &source, const QString &path)
 {
     const QString prefix = source.base() + path + PlaylistSource::encoded(source.username) + u'/'
         + PlaylistSource::encoded(source.password) + u'/';
-    const QByteArray probe = PlaylistSource::httpURL(prefix + u"0.x"_s).toEncoded();
+    const QByteArray probe = PlaylistSource::encodedHttpURL(prefix + u"0.x"_s);
     require(probe.endsWith("/0.x"), "the stream prefix of a source", QString::fromLatin1(probe));
     return probe.chopped(3);
 }

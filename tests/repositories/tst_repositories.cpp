@@ -861,6 +861,86 @@ private Q_SLOTS:
             QByteArray("/player_api.php?username=user&password=pass&action=get_series_info&series_id=42"));
     }
 
+    // The user moves on once the answer has arrived: the parse that runs off the main thread hears of
+    // it and ends with the cancellation, rather than reading the whole answer for nothing.
+    void cancelledWhileParsing_data()
+    {
+        QTest::addColumn<QString>("load");
+        QTest::newRow("M3U list") << u"m3u"_s;
+        QTest::newRow("Xtream live streams") << u"get_live_streams"_s;
+        QTest::newRow("movie categories") << u"get_vod_categories"_s;
+        QTest::newRow("movie titles") << u"get_vod_streams"_s;
+    }
+
+    void cancelledWhileParsing()
+    {
+        QFETCH(QString, load);
+
+        QByteArray playlist = "#EXTM3U\n";
+        QByteArray rows = "[";
+        for (int i = 0; i < 20000; ++i) {
+            playlist += "#EXTINF:-1,C" + QByteArray::number(i) + "\nhttp://cdn.test/" + QByteArray::number(i) + ".ts\n";
+            rows += (i ? "," : "") + QByteArray(R"({"stream_id":)") + QByteArray::number(i) + R"(,"category_id":)"
+                + QByteArray::number(i) + R"(,"category_name":"C","name":"N"})";
+        }
+        rows += "]";
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/tv.m3u"_s, Response::ok(playlist));
+        serveXtream(server,
+            {{QString(), Response::ok(account)}, {u"get_live_categories"_s, Response::ok(rows)},
+                {u"get_live_streams"_s, Response::ok(rows)}, {u"get_vod_categories"_s, Response::ok(rows)},
+                {u"get_vod_streams"_s, Response::ok(rows)}});
+
+        // Downloads for real, and cancels the load as the answer to be parsed comes back.
+        const auto cancelOnAnswer = [load](QNetworkRequest request, CancellationToken cancellation)
+            -> QCoro::Task<HTTPPayload> {
+            const bool last = request.url().path().endsWith(u".m3u"_s)
+                || QUrlQuery(request.url()).queryItemValue(u"action"_s) == load;
+            HTTPPayload payload = co_await HTTPClient::defaultFetch()(std::move(request), cancellation);
+            if (last)
+                cancellation.cancel();
+            co_return payload;
+        };
+        const CancellationToken token = CancellationToken::create();
+        QString failure;
+        if (load == u"m3u")
+            failure = run(PlaylistRepository(cancelOnAnswer).load(m3u(base(server) + u"/tv.m3u"_s), token)).failure;
+        else if (load == u"get_live_streams")
+            failure = run(PlaylistRepository(cancelOnAnswer).load(xtream(base(server)), token)).failure;
+        else if (load == u"get_vod_categories")
+            failure = run(CatalogRepository(cancelOnAnswer).categories(xtream(base(server)), CatalogKind::movies, token))
+                          .failure;
+        else
+            failure = run(CatalogRepository(cancelOnAnswer).items(xtream(base(server)), CatalogKind::movies, u"1"_s, token))
+                          .failure;
+        QCOMPARE(failure, cancelled);
+        // Nothing was asked after the cancellation.
+        QCOMPARE(server.requests().last().target.contains(load == u"m3u" ? "/tv.m3u" : load.toLatin1()), true);
+    }
+
+    // A list that turns out to be an HLS stream is played at the connection's address as written;
+    // after a redirect, at the address it finally came from.
+    void hlsListKeepsTheConnectionAddress()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        const QByteArray manifest = "#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n";
+        server.route(u"/live/index.m3u8"_s, Response::ok(manifest));
+        server.redirect(u"/old/index.m3u8"_s, 302, "/live/index.m3u8?token=%c3%a9");
+
+        const QString written = u"HTTP://127.0.0.1:%1/live/index.m3u8?token=%c3%a9"_s.arg(server.port());
+        const Outcome<QList<Channel>> direct = run(PlaylistRepository().load(m3u(u"  "_s + written + u" "_s)));
+        QCOMPARE(direct.failure, QString());
+        QCOMPARE(describe(*direct.value), QStringList {u"Emissió HLS | Directe | "_s + written});
+        QCOMPARE(server.lastRequest().target, QByteArray("/live/index.m3u8?token=%C3%A9"));
+
+        const Outcome<QList<Channel>> redirected = run(PlaylistRepository().load(m3u(base(server) + u"/old/index.m3u8"_s)));
+        QCOMPARE(redirected.failure, QString());
+        QCOMPARE(describe(*redirected.value),
+            QStringList {u"Emissió HLS | Directe | "_s + base(server) + u"/live/index.m3u8?token=%C3%A9"_s});
+    }
+
     // The repository may go away while its load runs.
     void repositoryGoneWhileLoading()
     {

@@ -154,6 +154,8 @@ private Q_SLOTS:
     void movieStream_data();
     void movieStream();
     void movieStreamAddress();
+    // Movie and episode addresses keep the server address as the user wrote it.
+    void catalogueStreamsKeepTheAddressAsWritten();
 
     // The texts of a detail: from "info" when it is an object, with the title's own plot and poster as
     // fallbacks. Same rules for movies and series.
@@ -175,6 +177,15 @@ private Q_SLOTS:
 
     // Numbers at the edges, read as text where an id, a season or a name belongs.
     void hugeNumbers();
+
+    // Valid JSON numbers beyond 64 bits or beyond a double: the answer is read, each such number
+    // counts as its text where text is read, and as no string where only strings count.
+    void outOfRangeNumbers_data();
+    void outOfRangeNumbers();
+
+    // A raised cancellation stops every list reader.
+    void cancelledReadersStop_data();
+    void cancelledReadersStop();
 
     // A million rows, generated here, read whole (no time is asserted).
     void millionRows();
@@ -270,7 +281,8 @@ void TestXtreamReaders::account_data()
     row("invalid UTF-8 in a value", "{\"user_info\":{\"auth\":1,\"message\":\"caf\xe9\"}}", ok, jsonError);
     row("invalid UTF-8 in a key", "{\"user_info\":{\"auth\":1,\"\xff\":0}}", ok, jsonError);
     row("NaN", R"({"user_info":{"auth":NaN}})", ok, jsonError);
-    row("number out of range", R"({"user_info":{"auth":1,"exp_date":1e400}})", ok, jsonError);
+    row("number out of range", R"({"user_info":{"auth":1,"exp_date":1e400}})", u"m3u8"_s, ok);
+    row("number out of range and a bad number", R"({"user_info":{"auth":1,"exp_date":1e400,"x":01}})", ok, jsonError);
 }
 
 void TestXtreamReaders::account()
@@ -498,6 +510,24 @@ void TestXtreamReaders::liveStreamAddress_data()
         << QByteArray("http://provider.test:8080/live/%2541/%252F/7.m3u8");
     QTest::newRow("IPv6 host") << u"http://[2001:db8::1]:8000/"_s << u"user"_s << u"pass"_s
                                << QByteArray("http://[2001:db8::1]:8000/live/user/pass/7.m3u8");
+    // The server address as written: no lower-casing, no rewriting of escapes, ports or dot segments.
+    QTest::newRow("host and scheme in capitals kept")
+        << u"HTTP://Provider.Test:8080/"_s << u"user"_s << u"pass"_s
+        << QByteArray("HTTP://Provider.Test:8080/live/user/pass/7.m3u8");
+    QTest::newRow("default port kept") << u"http://provider.test:80"_s << u"user"_s << u"pass"_s
+                                       << QByteArray("http://provider.test:80/live/user/pass/7.m3u8");
+    QTest::newRow("lower-case escape in the prefix kept")
+        << u"http://provider.test/p%c3%a9"_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/p%c3%a9/live/user/pass/7.m3u8");
+    QTest::newRow("upper-case escape in the prefix kept")
+        << u"http://provider.test/p%C3%A9"_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/p%C3%A9/live/user/pass/7.m3u8");
+    QTest::newRow("dot segments in the prefix kept")
+        << u"http://provider.test/a/../p/."_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/a/../p/./live/user/pass/7.m3u8");
+    QTest::newRow("a blank in the prefix is encoded")
+        << u"http://Provider.test/my panel"_s << u"user"_s << u"pass"_s
+        << QByteArray("http://provider.test/my%20panel/live/user/pass/7.m3u8");
 }
 
 void TestXtreamReaders::liveStreamAddress()
@@ -1050,6 +1080,19 @@ void TestXtreamReaders::seriesEpisodes()
     QCOMPARE(described, episodes);
 }
 
+void TestXtreamReaders::catalogueStreamsKeepTheAddressAsWritten()
+{
+    const PlaylistSource source = provider(u"  http://Provider.Test:80/a/./p%c3%a9// "_s);
+    const QByteArray prefix("http://Provider.Test:80/a/./p%c3%a9");
+    const CatalogDetail movie = XtreamReaders::catalogDetail(R"({"info":{}})", source, title(CatalogKind::movies));
+    QVERIFY(movie.movie);
+    QCOMPARE(movie.movie->encodedURL(), prefix + "/movie/user/pass/42.mkv");
+    const CatalogDetail series = XtreamReaders::catalogDetail(
+        R"({"episodes":{"1":[{"id":"31","episode_num":1,"title":"U"}]}})", source, title(CatalogKind::series));
+    QCOMPARE(series.episodes.size(), qsizetype(1));
+    QCOMPARE(series.episodes.front().channel.encodedURL(), prefix + "/series/user/pass/31.mp4");
+}
+
 void TestXtreamReaders::seriesEpisodeAddress()
 {
     const PlaylistSource source = provider(u"http://provider.test:8080//"_s, u"a@b"_s, u"c d"_s);
@@ -1135,7 +1178,6 @@ void TestXtreamReaders::hostile_data()
         row(u"a NUL byte outside strings"_s, reader, QByteArray("[{\"stream_id\":1}]\0", 16), jsonError);
         row(u"a byte-order mark"_s, reader, "\xef\xbb\xbf[]", jsonError);
         row(u"overlong UTF-8"_s, reader, "[{\"name\":\"\xc0\x80\"}]", jsonError);
-        row(u"number beyond double"_s, reader, R"([{"stream_id":1e400}])", jsonError);
         row(u"minus alone"_s, reader, R"([{"stream_id":-}])", jsonError);
         row(u"leading zero"_s, reader, R"([{"stream_id":012}])", jsonError);
         row(u"cut inside an escape"_s, reader, "[{\"name\":\"\\u00", jsonError);
@@ -1161,6 +1203,16 @@ void TestXtreamReaders::hostile_data()
     row(u"garbage rows"_s, u"movieItems"_s, garbageRows);
     row(u"garbage rows"_s, u"seriesItems"_s, garbageRows);
     row(u"garbage rows"_s, u"seriesDetail"_s, garbageRows, badDetail);
+    // Valid JSON, only beyond a double: read as the text "1e400", which is no id.
+    const QByteArray beyondDouble = R"([{"stream_id":1e400,"series_id":-1e400,"category_id":1e400}])";
+    row(u"number beyond double"_s, u"account"_s, beyondDouble, notAnAccount);
+    row(u"number beyond double"_s, u"liveCategories"_s, beyondDouble);
+    row(u"number beyond double"_s, u"liveStreams"_s, beyondDouble, noLiveChannels);
+    row(u"number beyond double"_s, u"catalogCategories"_s, beyondDouble);
+    row(u"number beyond double"_s, u"movieItems"_s, beyondDouble);
+    row(u"number beyond double"_s, u"seriesItems"_s, beyondDouble);
+    row(u"number beyond double"_s, u"movieDetail"_s, beyondDouble, badDetail);
+    row(u"number beyond double"_s, u"seriesDetail"_s, beyondDouble, badDetail);
     // Deep but within the parser's limit, where a value belongs.
     const QByteArray deepValue = "[{\"stream_id\":1,\"category_id\":" + nested(500, "\"1\"")
         + ",\"name\":" + nested(500, "{}") + ",\"category_name\":" + nested(500, "null") + "}]";
@@ -1244,6 +1296,155 @@ void TestXtreamReaders::hugeNumbers()
     QCOMPARE(detail.episodes[1].season, std::numeric_limits<qint64>::max());
     QCOMPARE(detail.episodes[1].number, std::numeric_limits<qint64>::min());
     QCOMPARE(detail.episodes[1].channel.group(), u"Títol · T9223372036854775807 E-9223372036854775808"_s);
+}
+
+namespace {
+
+// What a reader gives, one record per line, or the failure.
+QString readThrough(const QString &reader, const QByteArray &body)
+{
+    const PlaylistSource source = provider();
+    QStringList lines;
+    QString failure = attempt(lines, [&] {
+        QStringList read;
+        if (reader == u"account") {
+            read.append(XtreamReaders::accountStreamExtension(body));
+        } else if (reader == u"liveCategories") {
+            read = pairsOf(XtreamReaders::liveCategories(body));
+        } else if (reader == u"liveStreams") {
+            const QHash<QString, QString> categories {{u"1"_s, u"U"_s}, {u"99999999999999999999999"_s, u"Gran"_s}};
+            for (const Channel &channel : XtreamReaders::liveStreams(body, source, u"ts"_s, categories))
+                read.append(describe(channel));
+        } else if (reader == u"catalogCategories") {
+            for (const CatalogCategory &category : XtreamReaders::catalogCategories(body))
+                read.append(category.id + u' ' + category.name);
+        } else if (reader == u"movieItems") {
+            for (const CatalogItem &item : XtreamReaders::catalogItems(body, CatalogKind::movies, u"1"_s))
+                read.append(item.id + u' ' + item.name + u" year="_s + item.year + u" rating="_s + item.rating
+                            + u" added="_s + QString::number(item.added, 'g', 17));
+        } else if (reader == u"seriesDetail") {
+            const CatalogDetail detail = XtreamReaders::catalogDetail(body, source, title(CatalogKind::series));
+            read.append(u"duration="_s + detail.duration);
+            for (const CatalogEpisode &episode : detail.episodes)
+                read.append(describe(episode));
+        }
+        return read;
+    });
+    return failure.isEmpty() ? lines.join(u'\n') : failure;
+}
+
+} // namespace
+
+void TestXtreamReaders::outOfRangeNumbers_data()
+{
+    QTest::addColumn<QString>("reader");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("expected"); // readThrough()
+
+    const QString live = providerBase + u"/live/user/pass/"_s;
+    // In fields that are not read.
+    QTest::newRow("account: 1e400 in an ignored field")
+        << u"account"_s << QByteArray(R"({"user_info":{"auth":1,"exp_date":1e400},"server_info":{"port":"80"}})")
+        << u"m3u8"_s;
+    QTest::newRow("account: -1e400 and a 23-digit integer in ignored fields")
+        << u"account"_s
+        << QByteArray(R"({"user_info":{"auth":"1","max_connections":99999999999999999999999,)"
+                      R"("allowed_output_formats":["ts"]},"server_info":{"timestamp_now":-1e400}})")
+        << u"ts"_s;
+    QTest::newRow("live streams: 1e400 in num")
+        << u"liveStreams"_s << QByteArray(R"([{"num":1e400,"stream_id":1,"name":"A","category_id":"1"}])")
+        << u"A | U | "_s + live + u"1.ts"_s;
+    QTest::newRow("live streams: 99999999999999999999999 in added")
+        << u"liveStreams"_s
+        << QByteArray(R"([{"stream_id":1,"name":"A","added":99999999999999999999999},{"stream_id":2,"name":"B"}])")
+        << u"A | Directe | "_s + live + u"1.ts\nB | Directe | "_s + live + u"2.ts"_s;
+    // Where text is read, the number as written.
+    QTest::newRow("live streams: stream_id beyond 64 bits is an id of digits")
+        << u"liveStreams"_s << QByteArray(R"([{"stream_id":99999999999999999999999,"name":"A"}])")
+        << u"A | Directe | "_s + live + u"99999999999999999999999.ts"_s;
+    QTest::newRow("live streams: stream_id 1e400 is no id")
+        << u"liveStreams"_s << QByteArray(R"([{"stream_id":1e400,"name":"A"},{"stream_id":-1e400},{"stream_id":2,"name":"B"}])")
+        << u"B | Directe | "_s + live + u"2.ts"_s;
+    QTest::newRow("live streams: category_id beyond 64 bits")
+        << u"liveStreams"_s << QByteArray(R"([{"stream_id":3,"name":"C","category_id":99999999999999999999999}])")
+        << u"C | Gran | "_s + live + u"3.ts"_s;
+    QTest::newRow("live streams: a name that is a number is no string")
+        << u"liveStreams"_s << QByteArray(R"([{"stream_id":4,"name":1e400}])")
+        << u"Canal 4 | Directe | "_s + live + u"4.ts"_s;
+    QTest::newRow("live categories: ids as written")
+        << u"liveCategories"_s
+        << QByteArray(R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
+                      R"({"category_id":-1e400,"category_name":"Exp"},{"category_id":2,"category_name":1e400}])")
+        << u"-1e400=Exp\n2=Directe\n99999999999999999999999=Gran"_s;
+    QTest::newRow("catalogue categories: an id beyond 64 bits, a name beyond a double")
+        << u"catalogCategories"_s
+        << QByteArray(R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
+                      R"({"category_id":1e400,"category_name":"Exp"},{"category_id":"2","category_name":-1e400}])")
+        << u"99999999999999999999999 Gran\n2 -1e400"_s;
+    QTest::newRow("titles: added beyond a double is unknown, rating as written")
+        << u"movieItems"_s
+        << QByteArray(R"([{"stream_id":1,"name":"A","added":1e400,"rating":1E+400,"num":99999999999999999999999},)"
+                      R"({"stream_id":99999999999999999999999,"name":"B","added":"1700000000","year":-1e400}])")
+        << u"1 A year= rating=1E+400 added=0\n99999999999999999999999 B year=-1e4 rating= added=1700000000"_s;
+    QTest::newRow("titles: 1e-400 is 0, only too large numbers are text")
+        << u"movieItems"_s << QByteArray(R"([{"stream_id":1,"name":"A","rating":1e-400,"added":1e400}])")
+        << u"1 A year= rating=0 added=0"_s;
+    QTest::newRow("series detail: episode fields beyond 64 bits")
+        << u"seriesDetail"_s
+        << QByteArray(R"({"info":{"duration":1e400},"episodes":{"1":[{"id":"31","episode_num":99999999999999999999999,)"
+                      R"("title":"U","added":1e400}]}})")
+        << u"duration=1e400\nS1 E0 #31 U | Títol · T1 E0 | "_s + providerBase + u"/series/user/pass/31.mp4"_s;
+    // Still invalid JSON: a malformed number, or a body that already holds the escape of U+0000 (the
+    // numbers are then left out: their keys read as null).
+    QTest::newRow("a malformed number beside one out of range")
+        << u"movieItems"_s << QByteArray(R"([{"stream_id":1,"added":1e400,"rating":1.}])") << jsonError;
+    QTest::newRow("a body with the escape of U+0000")
+        << u"catalogCategories"_s
+        << QByteArray(R"([{"category_id":"1","category_name":"a\u0000b","x":1e400},)"
+                      R"({"category_id":99999999999999999999999,"category_name":"Gran"}])")
+        << u"1 a\u0000b"_s;
+    QTest::newRow("numbers inside strings are not touched")
+        << u"catalogCategories"_s
+        << QByteArray(R"([{"category_id":"1","category_name":"1e400 \"99999999999999999999999\" -5e999 \\","x":1e400}])")
+        << u"1 1e400 \"99999999999999999999999\" -5e999 \\"_s;
+}
+
+void TestXtreamReaders::outOfRangeNumbers()
+{
+    QFETCH(QString, reader);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, expected);
+    QCOMPARE(readThrough(reader, body), expected);
+}
+
+void TestXtreamReaders::cancelledReadersStop_data()
+{
+    QTest::addColumn<QString>("reader");
+    for (const char *reader : {"liveCategories", "liveStreams", "catalogCategories", "movieItems"})
+        QTest::newRow(reader) << QString::fromLatin1(reader);
+}
+
+void TestXtreamReaders::cancelledReadersStop()
+{
+    QFETCH(QString, reader);
+    QByteArray body = "[";
+    for (int i = 0; i < 20000; ++i)
+        body += (i ? "," : "") + QByteArray(R"({"stream_id":)") + QByteArray::number(i) + R"(,"category_id":)"
+            + QByteArray::number(i) + R"(,"name":"N"})";
+    body += "]";
+    const CancellationToken token = CancellationToken::create();
+    token.cancel();
+    const CancellationFlag flag = token.flag();
+    const PlaylistSource source = provider();
+    const QHash<QString, std::function<void()>> readers {
+        {u"liveCategories"_s, [&] { XtreamReaders::liveCategories(body, flag); }},
+        {u"liveStreams"_s, [&] { XtreamReaders::liveStreams(body, source, u"ts"_s, {}, flag); }},
+        {u"catalogCategories"_s, [&] { XtreamReaders::catalogCategories(body, flag); }},
+        {u"movieItems"_s, [&] { XtreamReaders::catalogItems(body, CatalogKind::movies, u"1"_s, flag); }},
+    };
+    QVERIFY_THROWS_EXCEPTION(CancelledError, readers.value(reader)());
+    // With a live token the same body reads whole.
+    QCOMPARE(readThrough(reader, body).count(u'\n'), 19999);
 }
 
 void TestXtreamReaders::millionRows()
