@@ -109,7 +109,8 @@ void LibraryModel::startPendingChannel()
     if (!m_retiringPlayers.empty() || !m_pendingChannel)
         return;
     const Channel channel = *std::exchange(m_pendingChannel, std::nullopt);
-    m_player->setMedia(channel.url());
+    // The address as the playlist wrote it: a server may tell apart what URL rules call the same.
+    m_player->setMedia(channel.encodedURL());
     m_player->setVolume(int(m_volume));
     m_hasStarted = true;
     m_player->play();

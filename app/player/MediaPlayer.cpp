@@ -310,12 +310,18 @@ bool MediaPlayer::isValid() const
 
 void MediaPlayer::setMedia(const QUrl &url)
 {
+    setMedia(url.toEncoded());
+}
+
+void MediaPlayer::setMedia(const QByteArray &address)
+{
     if (!m_native->player)
         return;
     waitForStop();
+    const QUrl url = QUrl::fromEncoded(address);
     libvlc_media_t *media = nullptr;
-    if (!url.isEmpty()) {
-        media = libvlc_media_new_location(m_native->instance, url.toEncoded().constData());
+    if (!address.isEmpty()) {
+        media = libvlc_media_new_location(m_native->instance, address.constData());
         if (!media)
             qCWarning(lcPlayer) << "libVLC refused the address of" << describe(url);
     }

@@ -91,6 +91,8 @@ public:
     // The stream or file to play (http, https, file…); an empty address releases the media. Meant for
     // a stopped player: libVLC closes a running stream here, at once and without a Stopped state.
     void setMedia(const QUrl &url);
+    // The same with an encoded address, handed to libVLC byte for byte as written.
+    void setMedia(const QByteArray &address);
     QUrl media() const { return m_media; }
     bool hasMedia() const { return !m_media.isEmpty(); }
 

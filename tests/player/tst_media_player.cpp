@@ -2,6 +2,7 @@
 #include "PlayerTestSupport.h"
 
 #include "Fixtures.h"
+#include "LoopbackServer.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
@@ -44,6 +45,7 @@ private Q_SLOTS:
     void streamDeliversMedia_data();
     void streamDeliversMedia();
     void missingStreamReportsError();
+    void theAddressReachesTheServerAsWritten();
     void stalledStreamStaysWithoutMedia();
     void liveStreamThatEndsReportsEnded();
     void stopIsAnnouncedLaterAndEndsPictures();
@@ -178,6 +180,20 @@ void MediaPlayerTest::missingStreamReportsError()
     QVERIFY(!player.isPlaying());
     QCOMPARE(player.statistics().displayedPictures, 0);
     QCOMPARE(player.statistics().playedAudioBuffers, 0);
+}
+
+// Escapes in lower case, and one of a letter URL rules would decode: the server sees them unchanged.
+void MediaPlayerTest::theAddressReachesTheServerAsWritten()
+{
+    LoopbackServer server;
+    QVERIFY(server.start());
+    const QByteArray written = "/live/%6eews-%c3%a0.ts";
+    MediaPlayer player;
+    player.setMedia(server.url().toEncoded(QUrl::RemovePath) + written);
+    player.play();
+    QTRY_VERIFY_WITH_TIMEOUT(server.requestCount() > 0, 15'000);
+    QCOMPARE(server.requests().constFirst().target, written);
+    player.stop();
 }
 
 void MediaPlayerTest::stalledStreamStaysWithoutMedia()
