@@ -50,7 +50,7 @@ void GuideStrings::grow()
 
 void GuideStrings::squeeze()
 {
-    m_slots = {};
+    std::vector<quint32>().swap(m_slots);
     m_bytes.squeeze();
     m_offsets.shrink_to_fit();
 }
@@ -74,6 +74,6 @@ bool GuideStrings::assign(QByteArray buffer, std::vector<quint32> offsets)
     }
     m_bytes = std::move(buffer);
     m_offsets = std::move(offsets);
-    m_slots = {};
+    std::vector<quint32>().swap(m_slots);
     return true;
 }

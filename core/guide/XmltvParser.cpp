@@ -542,7 +542,7 @@ bool XmltvParser::readChildren(QByteArrayView content, const QByteArrayView *nam
         if (capturing >= 0)
             appendText(m_texts[capturing], d + p, d + textEnd);
         if (!lt)
-            return capturing < 0;
+            break;
         p = textEnd;
         if (n - p < 2)
             return false;
@@ -572,12 +572,16 @@ bool XmltvParser::readChildren(QByteArrayView content, const QByteArrayView *nam
             const char *gt = find(d + p, d + n, '>');
             if (!gt)
                 return false;
-            p = gt - d + 1;
-            if (--depth == 0 && capturing >= 0) {
+            // The field ends at its own end tag, whatever it holds: guides put unclosed HTML (<img>,
+            // <br>) in titles and descriptions.
+            if (capturing >= 0 && tagName(content, p + 2) == names[capturing]) {
                 found(capturing);
                 capturing = -1;
+                depth = 0;
+            } else if (depth > 0) {
+                --depth;
             }
-        } else {
+            p = gt - d + 1;        } else {
             const qsizetype end = tagEnd(content, p);
             if (end < 0)
                 return false;
@@ -601,7 +605,9 @@ bool XmltvParser::readChildren(QByteArrayView content, const QByteArrayView *nam
             p = end + 1;
         }
     }
-    return capturing < 0;
+    if (capturing >= 0)
+        found(capturing); // the element closed before its field did
+    return true;
 }
 
 void XmltvParser::readChannel(QByteArrayView tag, QByteArrayView content)
