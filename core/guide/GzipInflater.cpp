@@ -58,13 +58,15 @@ void GzipInflater::inflate(QByteArrayView input, const std::function<void(QByteA
             stream.next_out = reinterpret_cast<Bytef *>(state.output.data());
             stream.avail_out = uInt(state.output.size());
             result = ::inflate(&stream, Z_NO_FLUSH);
+            // What came out before any damage is handed on: a bad checksum at the very end must not
+            // cost the last piece, whatever pieces the input came in.
+            const qsizetype produced = state.output.size() - qsizetype(stream.avail_out);
+            if (produced > 0)
+                sink(QByteArrayView(state.output.constData(), produced));
             if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
                 state.damaged = true;
                 return;
             }
-            const qsizetype produced = state.output.size() - qsizetype(stream.avail_out);
-            if (produced > 0)
-                sink(QByteArrayView(state.output.constData(), produced));
             if (result == Z_STREAM_END) {
                 state.memberEnded = true;
                 break;

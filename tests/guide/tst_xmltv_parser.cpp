@@ -324,6 +324,9 @@ private slots:
         QTest::newRow("before </tv>") << whole.left(whole.indexOf("</tv>")) << QStringList({u"U"_s, u"Dos"_s, u"Tres"_s});
         QTest::newRow("broken markup after the first")
             << QByteArray(whole).insert(whole.lastIndexOf("<programme", second), "<<<") << QStringList(u"U"_s);
+        QByteArray wrongChecksum = gzip(whole);
+        wrongChecksum[wrongChecksum.size() - 8] = char(wrongChecksum[wrongChecksum.size() - 8] ^ 1);
+        QTest::newRow("gzip with a wrong checksum") << wrongChecksum << QStringList({u"U"_s, u"Dos"_s, u"Tres"_s});
         QTest::newRow("gzip cut in the middle") << gzip(whole.repeated(1)).left(gzip(whole).size() - 12)
                                                 << QStringList({u"U"_s, u"Dos"_s, u"Tres"_s});
     }
