@@ -302,9 +302,14 @@ void XmltvParser::scan(QByteArrayView xml)
         m_pending = xml.sliced(used).toByteArray();
     } else {
         m_pending.append(xml.data(), xml.size());
+        // An element still incomplete is read again from its start: wait until what waits has doubled,
+        // so that a huge element arriving in small pieces costs a few readings, not one per piece.
+        if (m_pending.size() < m_rescanAt)
+            return;
         const qsizetype used = process(m_pending);
         m_pending.remove(0, used);
     }
+    m_rescanAt = 2 * m_pending.size();
 }
 
 GuideData XmltvParser::finish()
@@ -314,6 +319,8 @@ GuideData XmltvParser::finish()
         const QByteArray head = std::exchange(m_head, {});
         scan(head);
     }
+    if (!m_pending.isEmpty() && (m_state == State::prologue || m_state == State::document))
+        process(m_pending);
     if (m_state == State::ended)
         m_summary.complete = m_inflater == nullptr || !m_inflater->isDamaged();
     const bool usable = m_state == State::ended || (m_state != State::notAGuide && m_summary.programmes > 0);

@@ -111,6 +111,7 @@ private:
     QByteArray m_head; // the first byte, while waiting for the second to tell gzip
     std::unique_ptr<GzipInflater> m_inflater;
     QByteArray m_pending; // the start of an element or markup not complete yet
+    qsizetype m_rescanAt = 0; // m_pending is read again once it holds this much
     QByteArray m_texts[4];
     GuideBuilder m_builder;
 };
