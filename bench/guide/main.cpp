@@ -196,9 +196,17 @@ QString column(const QHash<QString, QString> &fields, const QString &key)
 
 void compareFiles(const Settings &settings, const QStringList &files)
 {
-    const bool node = !settings.nodeScript.isEmpty() && QFileInfo::exists(settings.nodeScript);
+    const QDir nodeFolder = QFileInfo(settings.nodeScript).dir();
+    QString nodeMissing;
+    if (!QFileInfo::exists(settings.nodeScript))
+        nodeMissing = settings.nodeScript + u" is not there"_s;
+    else if (QProcess::execute(u"node"_s, {u"--version"_s}) != 0)
+        nodeMissing = u"node is not installed"_s;
+    else if (!nodeFolder.exists(u"node_modules/@iptv/xmltv/package.json"_s) || !nodeFolder.exists(u"node_modules/epg-parser/package.json"_s))
+        nodeMissing = u"@iptv/xmltv or epg-parser is not installed (npm ci in bench/node)"_s;
+    const bool node = nodeMissing.isEmpty();
     if (!node)
-        std::printf("The node columns are skipped: %s is not there.\n", qPrintable(settings.nodeScript));
+        std::printf("The node columns are skipped: %s.\n", qPrintable(nodeMissing));
     std::printf("\n%-32s %6s %8s %5s | %9s %8s %7s %6s | %9s | %9s %8s %6s | %9s %8s %6s | %6s %6s\n", "guide", "MB",
                 "progr.", "mode", "Quenvo ms", "cpu ms", "MB/s", "peak", "QXSR ms", "@iptv ms", "cpu ms", "peak",
                 "epg-p ms", "cpu ms", "peak", "speed", "cpu");
