@@ -631,11 +631,9 @@ void XmltvParser::readChannel(QByteArrayView tag, QByteArrayView content)
         return;
     ++m_summary.channels;
     const quint32 channel = m_builder.channel(key);
-    const bool wellFormed = readChildren(content, channelFields, 1, false, [&](int field) {
+    readChildren(content, channelFields, 1, false, [&](int field) {
         m_builder.addDisplayName(channel, trimmed(m_texts[field]));
     });
-    if (!wellFormed)
-        m_state = State::broken;
 }
 
 void XmltvParser::readProgramme(QByteArrayView tag, QByteArrayView content, bool selfClosing)
@@ -667,12 +665,8 @@ void XmltvParser::readProgramme(QByteArrayView tag, QByteArrayView content, bool
     }
     for (QByteArray &text : m_texts)
         text.clear();
-    if (!selfClosing && !readChildren(content, programmeFields, 4, true, [](int) {})) {
-        // A programme that is not well formed counts as the point where the guide broke.
-        --m_summary.programmes;
-        m_state = State::broken;
-        return;
-    }
+    if (!selfClosing)
+        readChildren(content, programmeFields, 4, true, [](int) {});
     m_builder.addProgramme(m_builder.channel(channelText), *start, stop, trimmed(m_texts[0]), trimmed(m_texts[1]),
                            trimmed(m_texts[2]), trimmed(m_texts[3]));
 }

@@ -94,8 +94,10 @@ private:
     void readChannel(QByteArrayView tag, QByteArrayView content);
     void readProgramme(QByteArrayView tag, QByteArrayView content, bool selfClosing);
     // Collects the texts of the children named in `names` (each at most once when `firstOnly`);
-    // `found(index)` is called when one is complete, its text in m_texts[index]. False when the
-    // content is malformed.
+    // `found(index)` is called when one is complete, its text in m_texts[index]. Markup broken inside
+    // the element ends the reading there and returns false: the element keeps what came before it,
+    // and the rest of the guide is read (whether a programme's texts are read at all depends on the
+    // window, so a break inside one must not decide how much of the guide is read).
     template<typename Found>
     bool readChildren(QByteArrayView content, const QByteArrayView *names, int count, bool firstOnly, Found found);
     void appendText(QByteArray &out, const char *begin, const char *end);

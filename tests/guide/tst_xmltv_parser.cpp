@@ -172,6 +172,7 @@ private slots:
         QTest::newRow("a lone ampersand") << QByteArray("Rock & roll") << u"Rock & roll"_s;
         QTest::newRow("no character zero") << QByteArray("A&#0;B") << u"A&#0;B"_s;
         QTest::newRow("a surrogate is not a character") << QByteArray("&#xD800;") << u"&#xD800;"_s;
+        QTest::newRow("a comment left open keeps what came before") << QByteArray("Abans<!-- sense final") << u"Abans"_s;
         QTest::newRow("new lines inside are kept") << QByteArray("\n  Line one\nline two  \n") << u"Line one\nline two"_s;
     }
 
