@@ -19,6 +19,11 @@ quint32 GuideBuilder::channel(QByteArrayView id)
 {
     if (!m_channelIds.isEmpty() && m_lastId == id)
         return m_lastChannel;
+    // Identifiers that read alike are one channel.
+    QByteArray repaired;
+    id = GuideStrings::wellFormed(id, repaired);
+    if (!m_channelIds.isEmpty() && m_lastId == id)
+        return m_lastChannel;
     m_lastId = id.toByteArray();
     auto found = m_channelNumbers.constFind(m_lastId);
     if (found != m_channelNumbers.constEnd()) {

@@ -10,10 +10,61 @@ GuideStrings::GuideStrings()
 {
 }
 
+namespace {
+
+bool isWellFormed(QByteArrayView utf8)
+{
+    const auto *c = reinterpret_cast<const quint8 *>(utf8.data());
+    const auto *end = c + utf8.size();
+    while (c < end) {
+        if (*c < 0x80) {
+            ++c;
+            continue;
+        }
+        // Lengths and first continuation bytes as Unicode's table of well-formed sequences allows.
+        int length = 0;
+        quint8 low = 0x80;
+        quint8 high = 0xbf;
+        if (*c >= 0xc2 && *c <= 0xdf) {
+            length = 2;
+        } else if (*c >= 0xe0 && *c <= 0xef) {
+            length = 3;
+            low = *c == 0xe0 ? 0xa0 : 0x80;
+            high = *c == 0xed ? 0x9f : 0xbf;
+        } else if (*c >= 0xf0 && *c <= 0xf4) {
+            length = 4;
+            low = *c == 0xf0 ? 0x90 : 0x80;
+            high = *c == 0xf4 ? 0x8f : 0xbf;
+        } else {
+            return false;
+        }
+        if (end - c < length || c[1] < low || c[1] > high)
+            return false;
+        for (int i = 2; i < length; ++i) {
+            if (c[i] < 0x80 || c[i] > 0xbf)
+                return false;
+        }
+        c += length;
+    }
+    return true;
+}
+
+} // namespace
+
+QByteArrayView GuideStrings::wellFormed(QByteArrayView utf8, QByteArray &scratch)
+{
+    if (isWellFormed(utf8))
+        return utf8;
+    scratch = QString::fromUtf8(utf8).toUtf8();
+    return scratch;
+}
+
 quint32 GuideStrings::intern(QByteArrayView utf8)
 {
     if (utf8.isEmpty())
         return 0;
+    QByteArray repaired;
+    utf8 = wellFormed(utf8, repaired);
     if (m_slots.empty() || qsizetype(m_offsets.size()) * 2 > qsizetype(m_slots.size()))
         grow();
     const size_t mask = m_slots.size() - 1;

@@ -18,7 +18,11 @@ class GuideStrings
 public:
     GuideStrings();
 
+    // Malformed UTF-8 is stored as it reads (each bad sequence a U+FFFD), so that texts that read
+    // alike are one text.
     quint32 intern(QByteArrayView utf8);
+    // `utf8` when it is well formed, else its well-formed reading (kept in `scratch`).
+    static QByteArrayView wellFormed(QByteArrayView utf8, QByteArray &scratch);
     void squeeze();
 
     qsizetype size() const { return qsizetype(m_offsets.size()) - 1; }

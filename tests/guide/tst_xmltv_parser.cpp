@@ -200,6 +200,19 @@ private slots:
         QCOMPARE(guide.programme(0, 0).description, u"Mañana"_s);
     }
 
+    void readsMalformedUtf8AsItReads()
+    {
+        // Bytes that are not UTF-8 read as U+FFFD; texts and identifiers that read alike are one.
+        const GuideData guide = XmltvParser::parse(
+            document(programme("x\xff", "20240301120000", "20240301130000", "Caf\xe9")
+                     + programme("x\xfe", "20240301120000", "20240301130000", "Caf\xe8")
+                     + programme("x\xfe", "20240301130000", "20240301140000", "Caf\xc3\xa9")),
+            keepAll());
+        QCOMPARE(guide.channelCount(), 1);
+        QCOMPARE(guide.channelId(0), u"x\uFFFD"_s);
+        QCOMPARE(titles(everything(guide, u"x\uFFFD"_s)), QStringList({u"Caf\uFFFD"_s, u"Café"_s}));
+    }
+
     void keepsTheWindow_data()
     {
         QTest::addColumn<QByteArray>("start");
