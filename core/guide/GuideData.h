@@ -30,7 +30,9 @@ public:
     // The `index`-th programme of `channel` (0 ≤ index < programmeCount(channel)).
     GuideProgramme programme(qsizetype channel, qsizetype index) const;
 
-    // What is on at `time`: the latest-starting programme with start ≤ time < stop.
+    // What is on at `time`: the latest-starting programme with start ≤ time < stop. Overlaps are
+    // looked for among the eight programmes starting last before `time` (guides overlap a programme
+    // or two, not dozens), which keeps this, like `schedule`, a binary search and a few steps.
     std::optional<GuideProgramme> now(qsizetype channel, qint64 time) const;
     // The first programme starting after `time`.
     std::optional<GuideProgramme> next(qsizetype channel, qint64 time) const;
