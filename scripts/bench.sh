@@ -166,6 +166,7 @@ register() {
 register "quenvo-playlistgen quenvo-bench-m3u" "M3U parse: M3UParser vs iptv-playlist-parser" m3u_parse_comparison
 register "quenvo-bench-xtream" "Xtream loading: XtreamReaders vs JSON.parse in node" "$bin/xtream/quenvo-bench-xtream" --runs "$runs" --data "$data" --fixtures "$fixtures"
 register "quenvo-bench-channel-list" "Channel list: search, category and favourites over 100,000 channels" "$bin/models/quenvo-bench-channel-list" --runs "$runs"
+register "quenvo-bench-guide" "Programme guide: XmltvParser vs @iptv/xmltv and epg-parser, the kept window, matching 100,000 channels" "$bin/guide/quenvo-bench-guide" --runs "$runs" --data "$data" --fixtures "$fixtures"
 register "quenvo-bench-playback" "Playback: zapping against bare libVLC, and 200 rapid switches" "$bin/playback/quenvo-bench-playback" --runs 5 --switches 200
 
 # ---------------------------------------------------------------------------------------------------

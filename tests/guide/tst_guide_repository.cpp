@@ -1,0 +1,186 @@
+// GuideRepository over real HTTP on the loopback server: plain and compressed guides, several
+// addresses merged, and what the user reads when a guide cannot be had.
+
+#include "GuideTestSupport.h"
+#include "LoopbackServer.h"
+#include "async/Cancellation.h"
+#include "guide/GuideRepository.h"
+#include "records/IPTVError.h"
+
+#include <QCoroTask>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace GuideTestSupport;
+using Response = LoopbackServer::Response;
+
+namespace {
+
+struct Outcome
+{
+    std::optional<GuideData> guide;
+    QString failure; // empty when the load succeeded
+};
+
+// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
+QCoro::Task<Outcome> settled(QCoro::Task<GuideData> task)
+{
+    Outcome outcome;
+    try {
+        outcome.guide = co_await std::move(task);
+    } catch (const IPTVError &error) {
+        outcome.failure = error.message();
+    } catch (const CancelledError &) {
+        outcome.failure = u"<cancelled>"_s;
+    } catch (const std::exception &error) {
+        outcome.failure = u"<unexpected: %1>"_s.arg(QString::fromUtf8(error.what()));
+    }
+    co_return outcome;
+}
+
+Outcome load(const QList<QUrl> &addresses, GuideWindow window = GuideWindow::everything(),
+             qint64 maximumBytes = XmltvParser::defaultMaximumBytes)
+{
+    return QCoro::waitFor(settled(GuideRepository().load(addresses, window, {}, maximumBytes)));
+}
+
+const QByteArray guideA = document("<channel id=\"a\"><display-name>A</display-name></channel>"
+                                   + programme("a", "20240301100000", "20240301110000", "Matí")
+                                   + programme("a", "20240301110000", "20240301120000", "Migdia")
+                                   + programme("a", "20240305110000", "20240305120000", "Dimarts"));
+const QByteArray guideB = document(programme("b", "20240301100000", "20240301110000", "Bon dia")
+                                   + programme("a", "20240301110000", "20240301120000", "Migdia"));
+
+QStringList titles(const GuideData &guide)
+{
+    QStringList result;
+    for (qsizetype c = 0; c < guide.channelCount(); ++c) {
+        for (qsizetype p = 0; p < guide.programmeCount(c); ++p)
+            result.append(guide.channelId(c) + u':' + guide.programme(c, p).title);
+    }
+    return result;
+}
+
+} // namespace
+
+class TestGuideRepository : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void downloadsGuides_data()
+    {
+        QTest::addColumn<Response>("response");
+        QTest::newRow("plain XML") << Response::ok(guideA, "application/xml");
+        QTest::newRow("a .gz file") << Response::ok(gzip(guideA), "application/gzip");
+        QTest::newRow("a .gz file in small chunks") << Response::ok(gzip(guideA), "application/octet-stream").chunked(100);
+        QTest::newRow("compressed in transit")
+            << Response::ok(gzip(guideA), "application/xml").withHeader("Content-Encoding", "gzip");
+    }
+
+    void downloadsGuides()
+    {
+        QFETCH(Response, response);
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/epg.xml"_s, response);
+        const Outcome outcome = load({server.url(u"/epg.xml"_s)});
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(titles(*outcome.guide), QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s}));
+        QCOMPARE(outcome.guide->displayNames(0), QStringList(u"A"_s));
+        QCOMPARE(server.lastRequest().header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
+    }
+
+    void keepsTheWindow()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/epg.xml.gz"_s, Response::ok(gzip(guideA), "application/gzip"));
+        const Outcome outcome = load({server.url(u"/epg.xml.gz"_s)}, GuideWindow::around(utc("20240301113000")));
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(titles(*outcome.guide), QStringList({u"a:Matí"_s, u"a:Migdia"_s}));
+    }
+
+    void mergesSeveralAddresses_data()
+    {
+        QTest::addColumn<Response>("second");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("both answer") << Response::ok(guideB)
+                                     << QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s, u"b:Bon dia"_s});
+        QTest::newRow("the second is missing") << Response::withStatus(404)
+                                               << QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s});
+        QTest::newRow("the second is not a guide") << Response::ok("<html>Sorry</html>")
+                                                   << QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s});
+    }
+
+    void mergesSeveralAddresses()
+    {
+        QFETCH(Response, second);
+        QFETCH(QStringList, expected);
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/a.xml"_s, Response::ok(guideA));
+        server.route(u"/b.xml"_s, second);
+        const Outcome outcome = load({server.url(u"/a.xml"_s), server.url(u"/b.xml"_s)});
+        QCOMPARE(outcome.failure, QString());
+        QCOMPARE(titles(*outcome.guide), expected);
+        QCOMPARE(server.requestCount(), 2);
+    }
+
+    void saysWhyThereIsNoGuide_data()
+    {
+        QTest::addColumn<QList<QUrl>>("paths"); // relative: resolved against the server
+        QTest::addColumn<qint64>("maximumBytes");
+        QTest::addColumn<QString>("failure");
+        const qint64 standard = XmltvParser::defaultMaximumBytes;
+        QTest::newRow("missing") << QList<QUrl> {QUrl(u"/missing.xml"_s)} << standard
+                                 << u"El servidor ha respost amb l’error HTTP 404."_s;
+        QTest::newRow("refused") << QList<QUrl> {QUrl(u"/secret.xml"_s)} << standard
+                                 << u"Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
+        QTest::newRow("not a guide") << QList<QUrl> {QUrl(u"/page.html"_s)} << standard
+                                     << u"La guia de programació no és vàlida."_s;
+        QTest::newRow("every address fails: the first failure")
+            << QList<QUrl> {QUrl(u"/page.html"_s), QUrl(u"/missing.xml"_s)} << standard
+            << u"La guia de programació no és vàlida."_s;
+        QTest::newRow("too big once inflated") << QList<QUrl> {QUrl(u"/big.xml.gz"_s)} << qint64(1024 * 1024)
+                                               << u"La guia de programació supera el límit de 1 MB."_s;
+        QTest::newRow("not an http address") << QList<QUrl> {QUrl(u"ftp://127.0.0.1/epg.xml"_s)} << standard
+                                             << u"L’adreça de la guia de programació no és vàlida."_s;
+    }
+
+    void saysWhyThereIsNoGuide()
+    {
+        QFETCH(QList<QUrl>, paths);
+        QFETCH(qint64, maximumBytes);
+        QFETCH(QString, failure);
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/secret.xml"_s, Response::withStatus(403));
+        server.route(u"/page.html"_s, Response::ok("<!DOCTYPE html><html><body>Hola</body></html>", "text/html"));
+        server.route(u"/big.xml.gz"_s, Response::ok(gzip(guideA.chopped(6) + QByteArray(2 * 1024 * 1024, ' ') + "</tv>")));
+        QList<QUrl> addresses;
+        for (const QUrl &path : std::as_const(paths))
+            addresses.append(path.scheme().isEmpty() ? server.url(path.path()) : path);
+        const Outcome outcome = load(addresses, GuideWindow::everything(), maximumBytes);
+        QCOMPARE(outcome.failure, failure);
+    }
+
+    void stopsWhenCancelled()
+    {
+        LoopbackServer server;
+        QVERIFY(server.start());
+        server.route(u"/slow.xml"_s, Response::ok(guideA).delayedBy(std::chrono::seconds(30)));
+        const CancellationToken cancellation = CancellationToken::create();
+        const GuideRepository repository;
+        QCoro::Task<Outcome> task = settled(repository.load(
+            {server.url(u"/slow.xml"_s), server.url(u"/slow.xml"_s)}, GuideWindow::everything(), cancellation));
+        QTRY_COMPARE(server.requestCount(), 1);
+        cancellation.cancel();
+        const Outcome outcome = QCoro::waitFor(std::move(task));
+        QCOMPARE(outcome.failure, u"<cancelled>"_s);
+        QCOMPARE(server.requestCount(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestGuideRepository)
+#include "tst_guide_repository.moc"
