@@ -19,9 +19,10 @@ if [ "${#missing[@]}" -gt 0 ]; then
     "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
-# The JavaScript parser the benchmark compares against comes from npm (node ships with the machine).
+# The JavaScript parsers the benchmarks compare against come from npm (node ships with the machine).
 if command -v node >/dev/null 2>&1 && command -v npm >/dev/null 2>&1; then
-    if [ ! -d "$here/../bench/node/node_modules/iptv-playlist-parser" ]; then
+    modules="$here/../bench/node/node_modules"
+    if [ ! -d "$modules/iptv-playlist-parser" ] || [ ! -d "$modules/@iptv/xmltv" ] || [ ! -d "$modules/epg-parser" ]; then
         (cd "$here/../bench/node" && npm ci --silent --no-audit --no-fund) || echo "install-deps: npm packages unavailable; the benchmark will skip its comparison"
     fi
 fi
