@@ -96,6 +96,18 @@ QVariant ChannelListModel::data(const QModelIndex &index, int role) const
         return channel.requiresCustomHeaders();
     case SelectedRole:
         return bool(m_selectedRow[std::size_t(row)]);
+    case LogoRole:
+        return m_guide ? m_guide->logo(row) : QString();
+    case NowTitleRole:
+    case NowProgressRole: {
+        const std::optional<GuideProgramme> programme = m_guide ? m_guide->now(row) : std::nullopt;
+        if (role == NowTitleRole)
+            return programme ? programme->title : QString();
+        if (!programme)
+            return 0.0;
+        const double length = double(std::max<qint64>(1, programme->stop - programme->start));
+        return std::clamp(double(m_guide->currentTime() - programme->start) / length, 0.0, 1.0);
+    }
     default:
         return {};
     }
@@ -111,7 +123,20 @@ QHash<int, QByteArray> ChannelListModel::roleNames() const
         {FavoriteRole, "favorite"},
         {RequiresCustomHeadersRole, "requiresCustomHeaders"},
         {SelectedRole, "selected"},
+        {LogoRole, "logo"},
+        {NowTitleRole, "nowTitle"},
+        {NowProgressRole, "nowProgress"},
     };
+}
+
+void ChannelListModel::setGuide(const ProgrammeGuide *guide)
+{
+    m_guide = guide;
+    // A guide that arrives, and every minute of it, changes the lines of every row.
+    connect(guide, &ProgrammeGuide::revisionChanged, this, [this] {
+        if (!m_visible.empty())
+            Q_EMIT dataChanged(index(0), index(int(m_visible.size()) - 1), {LogoRole, NowTitleRole, NowProgressRole});
+    });
 }
 
 void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)

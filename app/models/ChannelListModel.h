@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ProgrammeGuide.h"
+
 #include "ChannelCategoriesModel.h"
 #include "records/Channel.h"
 #include "text/LocalizedText.h"
@@ -44,6 +46,9 @@ public:
         FavoriteRole,
         RequiresCustomHeadersRole,
         SelectedRole,
+        LogoRole, // the logo's address as the list gives it; empty when none
+        NowTitleRole, // the programme on now, from the guide; empty when unknown
+        NowProgressRole, // how far into it, 0–1
     };
     Q_ENUM(Roles)
 
@@ -69,6 +74,8 @@ public:
 
     // The channels of connection `source`, in the order the connection listed them.
     void setChannels(QList<Channel> channels, const QUuid &source);
+    // Where logos and now-playing lines come from, by position in the list (not owned).
+    void setGuide(const ProgrammeGuide *guide);
     void setSearch(const QString &search);
     // None shows every group; otherwise only channels whose group equals it exactly.
     void setCategory(const std::optional<QString> &category);
@@ -101,6 +108,7 @@ Q_SIGNALS:
     void selectionChanged();
 
 private:
+    const ProgrammeGuide *m_guide = nullptr;
     std::vector<qint32> filteredRows() const;
     bool passesCategoryAndFavorites(qint32 row) const;
     void applyRows(std::vector<qint32> rows);

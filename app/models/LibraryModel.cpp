@@ -6,6 +6,7 @@
 #include "PersonalListContent.h"
 #include "PersonalListsModel.h"
 #include "FavoritesModel.h"
+#include "ProgrammeGuide.h"
 #include "Publish.h"
 #include "http/FailureText.h"
 #include "records/IPTVError.h"
@@ -20,6 +21,7 @@
 #include <QCoreApplication>
 #include <QPointer>
 #include <QSettings>
+#include <QStandardPaths>
 
 #include <algorithm>
 
@@ -111,6 +113,12 @@ LibraryModel::LibraryModel(Environment environment, QObject *parent)
     m_personalListsModel = new PersonalListsModel(*m_personalLists, this);
     connect(m_personalLists, &PersonalLists::listsChanged, this, &LibraryModel::updateSelectedPersonalListName);
     m_channelList = new ChannelListModel(this);
+    m_guide = new ProgrammeGuide(m_fetch,
+        environment.guideCacheFolder.isEmpty()
+            ? QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + u"/guide"_s
+            : environment.guideCacheFolder,
+        this);
+    m_channelList->setGuide(m_guide);
     connect(m_channelList, &ChannelListModel::channelsChanged, this, &LibraryModel::channelsChanged);
     connect(m_channelList, &ChannelListModel::searchChanged, this, &LibraryModel::searchChanged);
     connect(m_channelList, &ChannelListModel::categoryChanged, this, &LibraryModel::categoryChanged);
@@ -278,7 +286,7 @@ QCoro::Task<> LibraryModel::runLoad(PlaylistSource source, bool save, bool tempo
 {
     try {
         const PlaylistRepository repository(m_fetch);
-        QList<Channel> channels = co_await repository.load(source, ticket.cancellation());
+        ChannelListing listing = co_await repository.loadListing(source, ticket.cancellation());
         ticket.cancellation().throwIfCancelled();
         if (!ticket.isCurrent())
             co_return;
@@ -291,7 +299,9 @@ QCoro::Task<> LibraryModel::runLoad(PlaylistSource source, bool save, bool tempo
         setEditingSource(std::nullopt);
         stop();
         setActiveID(source.id);
-        setChannels(std::move(channels));
+        m_guide->reset(source, source.kind == PlaylistSource::Kind::m3u ? source.validatedAddress() : QByteArray(),
+                       listing.channels, listing.extras);
+        setChannels(std::move(listing.channels));
         setCategory(std::nullopt);
         setSearch(QString());
         m_catalog->reset(source);
@@ -387,6 +397,7 @@ void LibraryModel::finishRemove(const PlaylistSource &source)
     if (m_activeID == source.id) {
         stop();
         setActiveID(std::nullopt);
+        m_guide->clear();
         setChannels({});
         setCategory(std::nullopt);
         m_catalog->reset(std::nullopt);

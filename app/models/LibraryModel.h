@@ -32,6 +32,7 @@ class CatalogModel;
 class ChannelCategoriesModel;
 class ChannelListModel;
 class FavoritesModel;
+class ProgrammeGuide;
 class ConnectionRegistry;
 class QTimer;
 class PersonalLists;
@@ -42,6 +43,7 @@ class WatchHistory;
 Q_MOC_INCLUDE("models/CatalogModel.h")
 Q_MOC_INCLUDE("models/ChannelCategoriesModel.h")
 Q_MOC_INCLUDE("models/ChannelListModel.h")
+Q_MOC_INCLUDE("models/ProgrammeGuide.h")
 Q_MOC_INCLUDE("models/PersonalListsModel.h")
 Q_MOC_INCLUDE("models/FavoritesModel.h")
 Q_MOC_INCLUDE("stores/CatalogFavorites.h")
@@ -104,6 +106,8 @@ class LibraryModel : public QObject
     Q_PROPERTY(PersonalListsModel *personalListsModel READ personalListsModel CONSTANT FINAL)
     // What the favourites browser lists, counts and does.
     Q_PROPERTY(FavoritesModel *favoritesBrowser READ favoritesBrowser CONSTANT FINAL)
+    // Logos and the programme guide of the active connection.
+    Q_PROPERTY(ProgrammeGuide *guide READ guide CONSTANT FINAL)
 
     // Playback: the player the video surface draws, what it plays and how it is going.
     Q_PROPERTY(MediaPlayer *player READ player NOTIFY playerChanged FINAL)
@@ -159,6 +163,8 @@ public:
         // What the playback rules measure time with (the start watchdog, resume attempts, saves).
         Clock clock = [] { return std::chrono::steady_clock::now(); };
         // Whether a 0.5-second timer drives the playback tick; tests drive it with tick().
+        // Where downloaded programme guides are kept between runs; empty: the user's cache folder.
+        QString guideCacheFolder {};
         bool pollPlayback = true;
     };
 
@@ -272,6 +278,7 @@ public:
     PersonalLists *personalLists() const { return m_personalLists; }
     PersonalListsModel *personalListsModel() const { return m_personalListsModel; }
     FavoritesModel *favoritesBrowser() const { return m_favoritesBrowser; }
+    ProgrammeGuide *guide() const { return m_guide; }
 
     // --- playback ----------------------------------------------------------------------------------
     // Plays a channel; `onDemand` for movies and episodes. Every start goes through stop(), so every
@@ -484,6 +491,7 @@ private:
     ConnectionRegistry *m_connections = nullptr;
     ChannelListModel *m_channelList = nullptr;
     FavoritesModel *m_favoritesBrowser = nullptr;
+    ProgrammeGuide *m_guide = nullptr;
 
     RequestSlot m_load;               // the channel load in flight
     RequestSlot m_navigation;         // the latest navigation, for steps that wait for a load

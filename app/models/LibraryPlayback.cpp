@@ -519,6 +519,8 @@ void LibraryModel::setCurrentChannel(const std::optional<Channel> &channel)
 {
     if (publish(this, m_currentChannel, channel, &LibraryModel::currentChannelChanged))
         Q_EMIT nextEpisodeChanged();
+    // Only live channels have a programme guide.
+    m_guide->setCurrentChannel(m_isOnDemand ? std::nullopt : channel);
 }
 
 void LibraryModel::setIsOnDemand(bool isOnDemand)

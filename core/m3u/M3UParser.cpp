@@ -173,7 +173,7 @@ QByteArray acceptedAddress(QStringView line, const QUrl &baseURL)
 }
 
 QList<Channel> parseAgainst(QStringView input, const QUrl &baseURL, const QByteArray &baseAddress,
-                            const CancellationFlag &cancellation)
+                            const CancellationFlag &cancellation, ChannelExtras *extras = nullptr)
 {
     // Byte-order marks can stand anywhere (concatenated files); they are dropped before anything else.
     QString withoutMarks;
@@ -193,7 +193,10 @@ QList<Channel> parseAgainst(QStringView input, const QUrl &baseURL, const QByteA
 
     QStringView pendingName;
     QStringView pendingGroup;
+    QStringView pendingGuideID;
+    QStringView pendingLogo;
     bool pendingCustomHeaders = false;
+    bool header = true;
 
     const qsizetype size = text.size();
     qsizetype lineStart = 0;
@@ -206,15 +209,29 @@ QList<Channel> parseAgainst(QStringView input, const QUrl &baseURL, const QByteA
         const QStringView line = trimmedBlanks(text.sliced(lineStart, lineEnd - lineStart));
         lineStart = lineEnd + 1;
 
-        if (line.startsWith(u"#EXTINF:")) {
+        if (header && line.startsWith(u"#EXTM3U")) {
+            header = false;
+            if (extras) {
+                forEachAttribute(line, [&](const Attribute &attribute) {
+                    if (attribute.key == u"url-tvg" || attribute.key == u"x-tvg-url")
+                        extras->addGuideAddresses(attribute.value);
+                });
+            }
+        } else if (line.startsWith(u"#EXTINF:")) {
             pendingCustomHeaders = false;
             pendingGroup = {};
+            pendingGuideID = {};
+            pendingLogo = {};
             pendingName = titleOf(line);
             forEachAttribute(line, [&](const Attribute &attribute) {
                 if (attribute.key == u"group-title")
                     pendingGroup = attribute.value;
                 else if (attribute.key == u"tvg-name" && pendingName.isEmpty())
                     pendingName = attribute.value;
+                else if (attribute.key == u"tvg-id")
+                    pendingGuideID = attribute.value;
+                else if (attribute.key == u"tvg-logo")
+                    pendingLogo = attribute.value;
             });
         } else if (line.startsWith(u"#EXT-X-")) {
             return {Channel(u"Emissió HLS"_s, u"Directe"_s, baseAddress, false)};
@@ -232,9 +249,13 @@ QList<Channel> parseAgainst(QStringView input, const QUrl &baseURL, const QByteA
                                                      : pendingName.toString();
                 channels.append(Channel(std::move(name), groups.intern(pendingGroup), absolute,
                                         pendingCustomHeaders));
+                if (extras)
+                    extras->append(pendingGuideID, pendingLogo);
             }
             pendingName = {};
             pendingGroup = {};
+            pendingGuideID = {};
+            pendingLogo = {};
             pendingCustomHeaders = false;
         }
     }
@@ -256,6 +277,19 @@ QList<Channel> parse(QStringView text, const QUrl &baseURL, const CancellationFl
 QList<Channel> parse(QStringView text, const QByteArray &baseAddress, const CancellationFlag &cancellation)
 {
     return parseAgainst(text, QUrl::fromEncoded(baseAddress), baseAddress, cancellation);
+}
+
+ChannelListing parseListing(QStringView text, const QByteArray &baseAddress, const CancellationFlag &cancellation)
+{
+    ChannelListing listing;
+    listing.channels = parseAgainst(text, QUrl::fromEncoded(baseAddress), baseAddress, cancellation, &listing.extras);
+    // An HLS stream is one channel of its own, with nothing said about it.
+    if (listing.extras.size() != listing.channels.size()) {
+        listing.extras = ChannelExtras();
+        for (qsizetype i = 0; i < listing.channels.size(); ++i)
+            listing.extras.append({}, {});
+    }
+    return listing;
 }
 
 } // namespace M3UParser

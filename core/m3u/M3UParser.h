@@ -2,6 +2,7 @@
 
 #include "async/Cancellation.h"
 #include "records/Channel.h"
+#include "records/ChannelExtras.h"
 
 #include <QByteArray>
 #include <QList>
@@ -24,4 +25,6 @@ QList<Channel> parse(QStringView text, const QUrl &baseURL, const CancellationFl
 // The same against the list's own address as written (an accepted address's absolute string, see
 // PlaylistSource::acceptedEncodedURL), which an HLS stream keeps as its channel's address.
 QList<Channel> parse(QStringView text, const QByteArray &baseAddress, const CancellationFlag &cancellation = {});
+// The same, with each kept channel's "tvg-id" and "tvg-logo" and the header's guide addresses.
+ChannelListing parseListing(QStringView text, const QByteArray &baseAddress, const CancellationFlag &cancellation = {});
 }

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QCoro::Task<QList<Channel>> loadM3U(HTTPClient::Fetch fetch, PlaylistSource source, QUrl url,
+QCoro::Task<ChannelListing> loadM3U(HTTPClient::Fetch fetch, PlaylistSource source, QUrl url,
                                     QByteArray address, CancellationToken cancellation)
 {
     QNetworkRequest request = HTTPClient::providerRequest(url);
@@ -29,7 +29,7 @@ QCoro::Task<QList<Channel>> loadM3U(HTTPClient::Fetch fetch, PlaylistSource sour
         const QString text = decoder.decode(data);
         if (decoder.hasError())
             throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
-        return M3UParser::parse(text, base, cancellation);
+        return M3UParser::parseListing(text, base, cancellation);
     };
     co_return co_await inBackground(std::move(parse));
 }
@@ -41,7 +41,7 @@ QCoro::Task<QByteArray> fetchAPI(HTTPClient::Fetch fetch, QString address, Cance
     co_return std::move(payload.data);
 }
 
-QCoro::Task<QList<Channel>> loadXtream(HTTPClient::Fetch fetch, PlaylistSource source,
+QCoro::Task<ChannelListing> loadXtream(HTTPClient::Fetch fetch, PlaylistSource source,
                                        CancellationToken cancellation)
 {
     const QString api = source.base() + u"/player_api.php?"_s + source.credentials();
@@ -59,7 +59,11 @@ QCoro::Task<QList<Channel>> loadXtream(HTTPClient::Fetch fetch, PlaylistSource s
     QByteArray streams = co_await fetchAPI(fetch, api + u"&action=get_live_streams"_s, cancellation);
     auto readStreams = [body = std::move(streams), source, extension, categories = std::move(categories),
                         cancellation = cancellation.flag()] {
-        return XtreamReaders::liveStreams(body, source, extension, categories, cancellation);
+        ChannelListing listing;
+        listing.channels = XtreamReaders::liveStreams(body, source, extension, categories, cancellation, &listing.extras);
+        // The account's own guide, with the same credentials.
+        listing.extras.setGuideAddresses({source.base() + u"/xmltv.php?"_s + source.credentials()});
+        return listing;
     };
     co_return co_await inBackground(std::move(readStreams));
 }
@@ -72,6 +76,12 @@ PlaylistRepository::PlaylistRepository(HTTPClient::Fetch fetch)
 }
 
 QCoro::Task<QList<Channel>> PlaylistRepository::load(PlaylistSource source, CancellationToken cancellation) const
+{
+    ChannelListing listing = co_await loadListing(std::move(source), std::move(cancellation));
+    co_return std::move(listing.channels);
+}
+
+QCoro::Task<ChannelListing> PlaylistRepository::loadListing(PlaylistSource source, CancellationToken cancellation) const
 {
     // Copied before the first suspension: the repository may go away while the load runs.
     HTTPClient::Fetch fetch = m_fetch;

@@ -2,6 +2,7 @@
 
 #include "http/HTTPClient.h"
 #include "records/Channel.h"
+#include "records/ChannelExtras.h"
 #include "records/PlaylistSource.h"
 
 #include <QCoroTask>
@@ -16,6 +17,9 @@ public:
     explicit PlaylistRepository(HTTPClient::Fetch fetch = HTTPClient::defaultFetch());
 
     QCoro::Task<QList<Channel>> load(PlaylistSource source, CancellationToken cancellation = {}) const;
+    // The same channels with what the source says beside them: guide ids, logos and guide addresses
+    // (for an Xtream account, its xmltv.php).
+    QCoro::Task<ChannelListing> loadListing(PlaylistSource source, CancellationToken cancellation = {}) const;
 
     // "Basic " + Base64 of "user:password" (UTF-8).
     static QByteArray basicAuthorization(const QString &username, const QString &password);

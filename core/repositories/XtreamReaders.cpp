@@ -226,7 +226,8 @@ QHash<QString, QString> liveCategories(const QByteArray &body, const Cancellatio
 }
 
 QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source, const QString &extension,
-                           const QHash<QString, QString> &categories, const CancellationFlag &cancellation)
+                           const QHash<QString, QString> &categories, const CancellationFlag &cancellation,
+                           ChannelExtras *extras)
 {
     CancellationCheckpoint checkpoint(cancellation);
     checkpoint.pass();
@@ -248,6 +249,8 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
         const auto category = categories.constFind(text(row, "category_id"));
         channels.append(Channel(std::move(name), category != categories.constEnd() ? *category : liveGroupDefault,
                                 std::move(url), false));
+        if (extras)
+            extras->append(text(row, "epg_channel_id"), text(row, "stream_icon"));
     }
     if (channels.isEmpty())
         throw IPTVError(u"El servidor no ha retornat canals en directe."_s);

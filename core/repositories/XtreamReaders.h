@@ -5,6 +5,7 @@
 #include "records/CatalogDetail.h"
 #include "records/CatalogItem.h"
 #include "records/Channel.h"
+#include "records/ChannelExtras.h"
 #include "records/PlaylistSource.h"
 
 #include <QByteArray>
@@ -25,9 +26,11 @@ QString accountStreamExtension(const QByteArray &body);
 // Live category id → name.
 QHash<QString, QString> liveCategories(const QByteArray &body, const CancellationFlag &cancellation = {});
 
-// One channel per usable live stream row, in the answer's order. Throws when none is usable.
+// One channel per usable live stream row, in the answer's order. Throws when none is usable. With
+// `extras`, each kept row's "epg_channel_id" and "stream_icon" are appended to it.
 QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source, const QString &extension,
-                           const QHash<QString, QString> &categories, const CancellationFlag &cancellation = {});
+                           const QHash<QString, QString> &categories, const CancellationFlag &cancellation = {},
+                           ChannelExtras *extras = nullptr);
 
 QList<CatalogCategory> catalogCategories(const QByteArray &body, const CancellationFlag &cancellation = {});
 QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const QString &categoryID,

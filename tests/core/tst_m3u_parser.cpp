@@ -172,6 +172,35 @@ private Q_SLOTS:
         QCOMPARE(result.error.isEmpty() ? describe(result.channels) : result.error, expected);
     }
 
+    // Guide ids, logos and the header's guide addresses, aligned with the channels that are kept.
+    void listingKeepsWhatTheListSaysBeside()
+    {
+        const QString text = QString::fromUtf8(
+            "#EXTM3U url-tvg=\"http://g/a.xml.gz, http://g/b.xml\" x-tvg-url=\"http://g/a.xml.gz,guia.xml\"\n"
+            "#EXTINF:-1 tvg-id=\"tv3.cat\" tvg-logo=\"http://l/tv3.png\" group-title=\"Generalistes\",TV3\n"
+            "http://h/tv3.ts\n"
+            "#EXTINF:-1 tvg-id=\"repetit\" tvg-logo=\"http://l/x.png\",TV3 de nou\n"
+            "http://h/tv3.ts\n"
+            "#EXTINF:-1 tvg-logo=\" http://l/33.png \",33\n"
+            "http://h/33.ts\n"
+            "#EXTINF:-1 tvg-id=\"sense-adreça\",Res\n"
+            "ftp://h/res.ts\n"
+            "#EXTINF:-1,Esport3\n"
+            "http://h/e3.ts\n");
+        const ChannelListing listing = M3UParser::parseListing(text, QByteArray("http://h/llista.m3u"));
+        QCOMPARE(listing.channels.size(), 3);
+        QCOMPARE(listing.extras.size(), 3);
+        const QStringList ids = {listing.extras.guideID(0), listing.extras.guideID(1), listing.extras.guideID(2)};
+        QCOMPARE(ids, QStringList({u"tv3.cat"_s, QString(), QString()}));
+        QCOMPARE(listing.extras.logo(0), u"http://l/tv3.png"_s);
+        QCOMPARE(listing.extras.logo(1), u"http://l/33.png"_s);
+        QCOMPARE(listing.extras.logo(2), QString());
+        QCOMPARE(listing.extras.guideAddresses(),
+                 QStringList({u"http://g/a.xml.gz"_s, u"http://g/b.xml"_s, u"guia.xml"_s}));
+        // The channels themselves are what parse gives.
+        QCOMPARE(listing.channels, M3UParser::parse(text, QByteArray("http://h/llista.m3u")));
+    }
+
     void hlsManifestIsOneChannel_data()
     {
         QTest::addColumn<QString>("text");

@@ -1,0 +1,282 @@
+#include "ProgrammeGuide.h"
+
+#include "async/Background.h"
+#include "guide/GuideCache.h"
+#include "guide/GuideRepository.h"
+#include "guide/GuideWindow.h"
+#include "text/LocalizedText.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPointer>
+#include <QTimeZone>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString clockText(qint64 seconds)
+{
+    return QDateTime::fromSecsSinceEpoch(seconds).toString(u"HH:mm"_s);
+}
+
+// An Xtream stream's id: the last part of its address, without the extension.
+QString streamIDOf(const Channel &channel)
+{
+    const QString path = channel.url().path();
+    const QString file = path.section(u'/', -1);
+    return file.section(u'.', 0, 0);
+}
+
+} // namespace
+
+ProgrammeGuide::ProgrammeGuide(HTTPClient::Fetch fetch, QString cacheFolder, QObject *parent)
+    : QObject(parent)
+    , m_fetch(std::move(fetch))
+    , m_cacheFolder(std::move(cacheFolder))
+    , m_clock([] { return QDateTime::currentSecsSinceEpoch(); })
+{
+    m_minute.setInterval(60'000);
+    connect(&m_minute, &QTimer::timeout, this, &ProgrammeGuide::bump);
+}
+
+ProgrammeGuide::~ProgrammeGuide() = default;
+
+QString ProgrammeGuide::unavailableNote()
+{
+    return u"No s’ha pogut carregar la guia de programació."_s;
+}
+
+void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseAddress,
+                           const QList<Channel> &channels, const ChannelExtras &extras)
+{
+    clear();
+    m_source = source;
+    m_extras = extras;
+    m_indexOfID.reserve(channels.size());
+    QList<GuideMatcher::Subject> subjects;
+    subjects.reserve(channels.size());
+    for (qsizetype i = 0; i < channels.size(); ++i) {
+        m_indexOfID.insert(channels.at(i).id(), i);
+        subjects.append({extras.guideID(i), channels.at(i).name()});
+    }
+    const QUrl base = QUrl::fromEncoded(baseAddress);
+    QList<QUrl> addresses;
+    for (const QString &address : extras.guideAddresses()) {
+        const QUrl url = base.resolved(QUrl(address));
+        if (url.scheme() == u"http"_s || url.scheme() == u"https"_s)
+            addresses.append(url);
+    }
+    bump();
+    if (!addresses.isEmpty())
+        load(std::move(addresses), std::move(subjects), m_load.begin());
+    updateCurrentSchedule();
+}
+
+void ProgrammeGuide::clear()
+{
+    m_load.invalidate();
+    m_shortLoad.invalidate();
+    m_source.reset();
+    m_extras = ChannelExtras();
+    m_indexOfID.clear();
+    m_guide = GuideData();
+    m_match.clear();
+    m_shortGuide.clear();
+    m_shortGuideChannel.clear();
+    m_minute.stop();
+    if (std::exchange(m_loading, false))
+        Q_EMIT loadingChanged();
+    if (!m_note.isEmpty()) {
+        m_note.clear();
+        Q_EMIT noteChanged();
+    }
+    bump();
+}
+
+QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Subject> subjects,
+                                   RequestSlot::Ticket ticket)
+{
+    QPointer<ProgrammeGuide> self(this);
+    m_loading = true;
+    Q_EMIT loadingChanged();
+    QStringList texts;
+    for (const QUrl &address : addresses)
+        texts.append(QString::fromLatin1(address.toEncoded()));
+    const QString cacheKey = texts.join(u'\n');
+    const GuideCache cache(m_cacheFolder);
+    const qint64 now = m_clock();
+
+    std::optional<GuideData> guide;
+    bool failed = false;
+    // A fresh copy on disk spares the download; a stale one is the fallback when it fails.
+    // Lambdas are named before their co_await: GCC 12 destroys a temporary one twice.
+    auto read = [cache, cacheKey] { return cache.load(cacheKey); };
+    auto cached = co_await inBackground(std::move(read));
+    if (!self || !ticket.isCurrent())
+        co_return;
+    if (cached && !cached->isStale(QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()))) {
+        guide = std::move(cached->guide);
+    } else {
+        try {
+            GuideData fetched = co_await GuideRepository(m_fetch).load(
+                addresses, GuideWindow::around(now), ticket.cancellation());
+            if (!self || !ticket.isCurrent())
+                co_return;
+            auto store = [cache, cacheKey, fetched, now] {
+                return cache.store(cacheKey, fetched, QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()));
+            };
+            co_await inBackground(std::move(store));
+            guide = std::move(fetched);
+        } catch (const CancelledError &) {
+            co_return;
+        } catch (...) {
+            failed = true;
+            if (cached)
+                guide = std::move(cached->guide);
+        }
+    }
+    if (!self || !ticket.isCurrent())
+        co_return;
+
+    QList<qsizetype> match;
+    if (guide) {
+        // Folding 100,000 names and matching them takes a few tens of milliseconds: not here.
+        auto matchAll = [data = *guide, subjects = std::move(subjects)]() mutable {
+            for (GuideMatcher::Subject &subject : subjects)
+                subject.foldedName = LocalizedText::folded(subject.foldedName);
+            return GuideMatcher(data).match(subjects);
+        };
+        match = co_await inBackground(std::move(matchAll));
+        if (!self || !ticket.isCurrent())
+            co_return;
+        m_guide = std::move(*guide);
+        m_match = std::move(match);
+        m_minute.start();
+    }
+    m_loading = false;
+    Q_EMIT loadingChanged();
+    const QString note = failed && !guide ? unavailableNote() : QString();
+    if (note != m_note) {
+        m_note = note;
+        Q_EMIT noteChanged();
+    }
+    bump();
+}
+
+void ProgrammeGuide::setCurrentChannel(const std::optional<Channel> &channel)
+{
+    if (channel == m_currentChannel)
+        return;
+    m_currentChannel = channel;
+    updateCurrentSchedule();
+}
+
+QString ProgrammeGuide::logo(qsizetype channel) const
+{
+    return m_extras.logo(channel);
+}
+
+std::optional<GuideProgramme> ProgrammeGuide::now(qsizetype channel) const
+{
+    if (channel < 0 || channel >= m_match.size() || m_match.at(channel) == GuideMatcher::noMatch)
+        return std::nullopt;
+    return m_guide.now(m_match.at(channel), m_clock());
+}
+
+void ProgrammeGuide::bump()
+{
+    ++m_revision;
+    Q_EMIT revisionChanged();
+    updateCurrentSchedule();
+}
+
+QVariantList ProgrammeGuide::scheduleEntries(const QList<GuideProgramme> &programmes) const
+{
+    const qint64 now = m_clock();
+    QVariantList entries;
+    for (const GuideProgramme &programme : programmes) {
+        if (programme.stop <= now)
+            continue;
+        const bool onNow = programme.start <= now;
+        const double length = double(std::max<qint64>(1, programme.stop - programme.start));
+        entries.append(QVariantMap{
+            {u"start"_s, clockText(programme.start)},
+            {u"stop"_s, clockText(programme.stop)},
+            {u"title"_s, programme.title},
+            {u"description"_s, programme.description},
+            {u"now"_s, onNow},
+            {u"progress"_s, onNow ? double(now - programme.start) / length : 0.0},
+        });
+    }
+    return entries;
+}
+
+void ProgrammeGuide::updateCurrentSchedule()
+{
+    QVariantList entries;
+    if (m_currentChannel) {
+        const qint64 now = m_clock();
+        // The rest of today, in the user's time zone; at least the programme after the current one.
+        QDateTime endOfDay = QDateTime::fromSecsSinceEpoch(now).addDays(1);
+        endOfDay.setTime(QTime(0, 0));
+        const qint64 until = endOfDay.toSecsSinceEpoch();
+        const qsizetype position = m_indexOfID.value(m_currentChannel->id(), -1);
+        const qsizetype guideChannel = position >= 0 && position < m_match.size() ? m_match.at(position)
+                                                                                   : GuideMatcher::noMatch;
+        if (guideChannel != GuideMatcher::noMatch) {
+            QList<GuideProgramme> programmes = m_guide.schedule(guideChannel, now, until);
+            if (programmes.size() < 2) {
+                if (const auto next = m_guide.next(guideChannel, now); next && !programmes.contains(*next))
+                    programmes.append(*next);
+            }
+            entries = scheduleEntries(programmes);
+        } else if (m_shortGuideChannel == m_currentChannel->id()) {
+            entries = scheduleEntries(m_shortGuide);
+        } else if (m_source && m_source->kind == PlaylistSource::Kind::xtream && !m_loading) {
+            m_shortGuideChannel = m_currentChannel->id();
+            m_shortGuide.clear();
+            loadShortGuide(streamIDOf(*m_currentChannel), m_currentChannel->id(), m_shortLoad.begin());
+        }
+    }
+    if (entries != m_currentSchedule) {
+        m_currentSchedule = entries;
+        Q_EMIT currentScheduleChanged();
+    }
+}
+
+QCoro::Task<> ProgrammeGuide::loadShortGuide(QString streamID, QString channelID, RequestSlot::Ticket ticket)
+{
+    QPointer<ProgrammeGuide> self(this);
+    const PlaylistSource source = *m_source;
+    QList<GuideProgramme> programmes;
+    try {
+        const QUrl address = PlaylistSource::httpURL(source.base() + u"/player_api.php?"_s + source.credentials()
+                                                     + u"&action=get_short_epg&limit=12&stream_id="_s + streamID);
+        const HTTPPayload payload = co_await m_fetch(HTTPClient::providerRequest(address), ticket.cancellation());
+        const QJsonArray listings
+            = QJsonDocument::fromJson(payload.data).object().value(u"epg_listings"_s).toArray();
+        for (const QJsonValue &value : listings) {
+            const QJsonObject listing = value.toObject();
+            GuideProgramme programme;
+            programme.start = listing.value(u"start_timestamp"_s).toVariant().toLongLong();
+            programme.stop = listing.value(u"stop_timestamp"_s).toVariant().toLongLong();
+            // Panels send the texts in base64.
+            programme.title = QString::fromUtf8(QByteArray::fromBase64(listing.value(u"title"_s).toString().toLatin1()));
+            programme.description = QString::fromUtf8(
+                QByteArray::fromBase64(listing.value(u"description"_s).toString().toLatin1()));
+            if (programme.start > 0 && programme.stop > programme.start && !programme.title.isEmpty())
+                programmes.append(programme);
+        }
+    } catch (...) {
+        // A channel without a short guide simply shows none.
+    }
+    if (!self || !ticket.isCurrent() || m_shortGuideChannel != channelID)
+        co_return;
+    m_shortGuide = std::move(programmes);
+    updateCurrentSchedule();
+}
