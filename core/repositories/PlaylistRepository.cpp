@@ -1,4 +1,5 @@
 #include "PlaylistRepository.h"
+#include "LocalPlaylistFile.h"
 #include "XtreamReaders.h"
 #include "async/Background.h"
 #include "m3u/M3UParser.h"
@@ -19,14 +20,7 @@ QCoro::Task<QList<Channel>> loadM3U(HTTPClient::Fetch fetch, PlaylistSource sour
     HTTPPayload payload = co_await fetch(std::move(request), cancellation);
     // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
     // expression twice (its captures are released twice).
-    auto parse = [payload = std::move(payload)] {
-        // Stateless: a sequence cut off at the end of the body is an error, not state kept for more input.
-        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        const QString text = decoder.decode(payload.data);
-        if (decoder.hasError())
-            throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
-        return M3UParser::parse(text, payload.url);
-    };
+    auto parse = [payload = std::move(payload)] { return PlaylistRepository::channelsOf(payload.data, payload.url); };
     co_return co_await inBackground(std::move(parse));
 }
 
@@ -68,10 +62,25 @@ QCoro::Task<QList<Channel>> PlaylistRepository::load(PlaylistSource source, Canc
 {
     // Copied before the first suspension: the repository may go away while the load runs.
     HTTPClient::Fetch fetch = m_fetch;
+    if (LocalPlaylistFile::isLocal(source)) {
+        // Named before the co_await: see loadM3U.
+        auto read = [url = LocalPlaylistFile::url(source)] { return LocalPlaylistFile::read(url); };
+        co_return co_await inBackground(std::move(read));
+    }
     const QUrl url = source.validatedURL();
     if (source.kind == PlaylistSource::Kind::m3u)
         co_return co_await loadM3U(std::move(fetch), std::move(source), url, std::move(cancellation));
     co_return co_await loadXtream(std::move(fetch), std::move(source), std::move(cancellation));
+}
+
+QList<Channel> PlaylistRepository::channelsOf(const QByteArray &body, const QUrl &base)
+{
+    // Stateless: a sequence cut off at the end of the body is an error, not state kept for more input.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder.decode(body);
+    if (decoder.hasError())
+        throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
+    return M3UParser::parse(text, base);
 }
 
 QByteArray PlaylistRepository::basicAuthorization(const QString &username, const QString &password)

@@ -8,7 +8,9 @@
 #include <QList>
 
 // Loads the live channels of one connection: an M3U playlist (optionally behind HTTP Basic), or an
-// Xtream Codes account (account check, live categories, live streams, one after the other).
+// Xtream Codes account (account check, live categories, live streams, one after the other). An M3U
+// connection whose address is a file: URL — a playlist opened from the command line or the file
+// manager, never one typed in the editor — is read from disk by LocalPlaylistFile instead.
 // Holds no state but its transport; parsing runs off the main thread. Never returns an empty list.
 class PlaylistRepository
 {
@@ -16,6 +18,10 @@ public:
     explicit PlaylistRepository(HTTPClient::Fetch fetch = HTTPClient::defaultFetch());
 
     QCoro::Task<QList<Channel>> load(PlaylistSource source, CancellationToken cancellation = {}) const;
+
+    // The channels of a playlist's bytes, downloaded or read from disk: UTF-8 only, relative entries
+    // resolved against `base`. Throws IPTVError.
+    static QList<Channel> channelsOf(const QByteArray &body, const QUrl &base);
 
     // "Basic " + Base64 of "user:password" (UTF-8).
     static QByteArray basicAuthorization(const QString &username, const QString &password);
