@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 #include "artwork/CatalogArtwork.h"
 #include "desktop/Mpris.h"
+#include "desktop/QtTexts.h"
 #include "desktop/ScreenSaverInhibitor.h"
 #include "desktop/SingleInstance.h"
 #include "desktop/WindowState.h"
@@ -40,6 +41,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"app.quenvo.Quenvo"_s);
     QGuiApplication::setWindowIcon(QIcon(u":/Quenvo/desktop/quenvo.svg"_s));
     QQuickStyle::setStyle(u"Basic"_s);
+    QtTexts::installCatalan(app);
 
     const CommandLine::Playlists playlists = CommandLine::playlists(QCoreApplication::arguments().mid(1));
     for (const QString &ignored : playlists.ignored) {
