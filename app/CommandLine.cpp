@@ -2,6 +2,7 @@
 
 #include "models/LibraryModel.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QUrl>
 #include <QUuid>
@@ -15,13 +16,35 @@ namespace CommandLine {
 
 namespace {
 
-std::optional<PlaylistSource> playlistSource(const QString &argument)
+// A file on this computer: a file: URL, or a path (which has no scheme).
+std::optional<PlaylistSource> fileSource(const QString &argument, const QString &workingDirectory)
+{
+    if (argument.isEmpty() || argument.startsWith(u'-'))
+        return std::nullopt;
+    const QUrl url(argument, QUrl::TolerantMode);
+    QString path;
+    if (url.isLocalFile())
+        path = url.toLocalFile();
+    else if (url.scheme().isEmpty())
+        path = argument;
+    if (path.isEmpty())
+        return std::nullopt;
+    const QFileInfo file(workingDirectory.isEmpty() ? QDir::current() : QDir(workingDirectory), path);
+    const QString absolute = QDir::cleanPath(file.absoluteFilePath());
+    const QString name = QFileInfo(absolute).fileName();
+    if (name.isEmpty())
+        return std::nullopt;
+    return PlaylistSource(QUuid::createUuid(), name, QUrl::fromLocalFile(absolute).toString(QUrl::FullyEncoded),
+                          QString(), QString(), PlaylistSource::Kind::m3u);
+}
+
+std::optional<PlaylistSource> playlistSource(const QString &argument, const QString &workingDirectory)
 {
     const QString address = argument.trimmed();
     const QUrl url(address, QUrl::StrictMode);
     const QString scheme = url.scheme().toLower();
     if (!url.isValid() || (scheme != "http"_L1 && scheme != "https"_L1))
-        return std::nullopt;
+        return fileSource(argument, workingDirectory);
     QString name = url.host();
     if (name.isEmpty())
         name = QFileInfo(url.path()).fileName();
@@ -37,11 +60,19 @@ std::optional<PlaylistSource> playlistSource(const QString &argument)
 
 } // namespace
 
-Playlists playlists(const QStringList &arguments)
+QStringList Playlists::addresses() const
+{
+    QStringList result;
+    for (const PlaylistSource &source : sources)
+        result.append(source.address);
+    return result;
+}
+
+Playlists playlists(const QStringList &arguments, const QString &workingDirectory)
 {
     Playlists result;
     for (const QString &argument : arguments) {
-        if (std::optional<PlaylistSource> source = playlistSource(argument))
+        if (std::optional<PlaylistSource> source = playlistSource(argument, workingDirectory))
             result.sources.append(*source);
         else
             result.ignored.append(argument);

@@ -1,5 +1,10 @@
 #include "CommandLine.h"
 #include "artwork/CatalogArtwork.h"
+#include "desktop/Mpris.h"
+#include "desktop/QtTexts.h"
+#include "desktop/ScreenSaverInhibitor.h"
+#include "desktop/SingleInstance.h"
+#include "desktop/WindowState.h"
 #include "models/LibraryModel.h"
 
 #include <QGuiApplication>
@@ -7,13 +12,24 @@
 #include <QLoggingCategory>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QQuickWindow>
+#include <QSettings>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 Q_LOGGING_CATEGORY(lcApp, "quenvo.app")
+
+// Brings the window to the front, out of the taskbar if it was minimised.
+void raise(QWindow *window)
+{
+    window->setWindowStates(window->windowStates() & ~Qt::WindowMinimized);
+    window->show();
+    window->raise();
+    window->requestActivate();
 }
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -25,17 +41,25 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"app.quenvo.Quenvo"_s);
     QGuiApplication::setWindowIcon(QIcon(u":/Quenvo/desktop/quenvo.svg"_s));
     QQuickStyle::setStyle(u"Basic"_s);
+    QtTexts::installCatalan(app);
 
     const CommandLine::Playlists playlists = CommandLine::playlists(QCoreApplication::arguments().mid(1));
     for (const QString &ignored : playlists.ignored) {
         // An address may carry a user name and password: they never reach the log.
         qCWarning(lcApp).noquote() << "Ignoring" << QUrl(ignored).toDisplayString(QUrl::RemoveUserInfo)
-                                   << "- the command line takes HTTP or HTTPS playlist addresses only, without a"
-                                      " user name or password in them";
+                                   << "- the command line takes HTTP or HTTPS playlist addresses and playlist"
+                                      " files only, without a user name or password in them";
     }
+
+    // A Quenvo already running in this session takes the playlists and comes to the front.
+    SingleInstance instance;
+    if (instance.start(playlists.addresses()) == SingleInstance::Role::forwarded)
+        return 0;
 
     // The one library model of the run; it outlives the views that observe it.
     LibraryModel library;
+    QSettings preferences;
+    WindowState windowState(preferences);
 
     QQmlApplicationEngine engine;
     // Qt 6.4 resolves the module's singletons only from its resource path.
@@ -43,11 +67,32 @@ int main(int argc, char *argv[])
     CatalogArtwork::install(engine);
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,
                      [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
-    engine.setInitialProperties({{u"library"_s, QVariant::fromValue(&library)}});
+    QVariantMap initialProperties = windowState.initialProperties();
+    initialProperties.insert(u"library"_s, QVariant::fromValue(&library));
+    engine.setInitialProperties(initialProperties);
     engine.load(QUrl(u"qrc:/Quenvo/views/Main.qml"_s));
     if (engine.rootObjects().isEmpty())
         return 1;
+    auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
+    windowState.follow(window);
+
+    const auto open = [&library, window](const QStringList &addresses) {
+        raise(window);
+        CommandLine::open(library, CommandLine::playlists(addresses).sources);
+    };
+    QObject::connect(&instance, &SingleInstance::openRequested, &app, open);
+
+    Mpris mpris(library);
+    QObject::connect(&mpris, &Mpris::raiseRequested, &app, [window] { raise(window); });
+    QObject::connect(&mpris, &Mpris::quitRequested, window, &QWindow::close);
+    QObject::connect(&mpris, &Mpris::openRequested, &app, open);
+    mpris.start();
+
+    ScreenSaverInhibitor screenSaver;
+    screenSaver.follow(library);
 
     CommandLine::open(library, playlists.sources);
-    return QGuiApplication::exec();
+    const int status = QGuiApplication::exec();
+    windowState.save();
+    return status;
 }

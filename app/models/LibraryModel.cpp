@@ -299,8 +299,8 @@ QCoro::Task<> LibraryModel::runLoad(PlaylistSource source, bool save, bool tempo
         setEditingSource(std::nullopt);
         stop();
         setActiveID(source.id);
-        m_guide->reset(source, source.kind == PlaylistSource::Kind::m3u ? source.validatedAddress() : QByteArray(),
-                       listing.channels, listing.extras);
+        // Relative guide addresses in a list resolve against the list's own address.
+        m_guide->reset(source, QUrl(source.address.trimmed()).toEncoded(), listing.channels, listing.extras);
         setChannels(std::move(listing.channels));
         setCategory(std::nullopt);
         setSearch(QString());

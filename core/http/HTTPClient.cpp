@@ -48,10 +48,6 @@ bool isFollowedRedirectStatus(int status)
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-IPTVError sizeLimitError()
-{
-    return IPTVError(u"La llista supera el límit de 25 MB."_s);
-}
 
 // One download, hop by hop through its redirects. Emits `done` once; the outcome is either
 // `payload` or `failure`.
@@ -217,7 +213,7 @@ private:
         }
         const QVariant announced = m_reply->header(QNetworkRequest::ContentLengthHeader);
         if (announced.isValid() && announced.toLongLong() > m_limits.maximumBytes) {
-            fail(sizeLimitError());
+            fail(HTTPClient::sizeLimitError());
             return true;
         }
         return false;
@@ -240,7 +236,7 @@ private:
             if (piece.isEmpty())
                 return true;
             if (piece.size() >= room) {
-                fail(sizeLimitError());
+                fail(HTTPClient::sizeLimitError());
                 return false;
             }
             m_body.append(piece);
@@ -410,6 +406,11 @@ Fetch defaultFetch()
     return [](QNetworkRequest request, CancellationToken cancellation) {
         return fetch(std::move(request), std::move(cancellation));
     };
+}
+
+IPTVError sizeLimitError()
+{
+    return IPTVError(u"La llista supera el límit de 25 MB."_s);
 }
 
 QString redactedForLog(const QUrl &url)

@@ -2,6 +2,7 @@
 
 #include "HTTPPayload.h"
 #include "async/Cancellation.h"
+#include "records/IPTVError.h"
 
 #include <QNetworkRequest>
 #include <QCoroTask>
@@ -41,6 +42,9 @@ QNetworkRequest providerRequest(const QUrl &url);
 // The signature repositories accept, so that tests and callers can inject their own transport.
 using Fetch = std::function<QCoro::Task<HTTPPayload>(QNetworkRequest, CancellationToken)>;
 Fetch defaultFetch();
+
+// What a body over `maximumBodyBytes` fails with (a playlist file read from disk too).
+IPTVError sizeLimitError();
 
 // "scheme://host:port/…/last-segment": enough to tell requests apart in logs without credentials.
 QString redactedForLog(const QUrl &url);

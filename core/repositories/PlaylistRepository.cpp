@@ -1,4 +1,5 @@
 #include "PlaylistRepository.h"
+#include "LocalPlaylistFile.h"
 #include "XtreamReaders.h"
 #include "async/Background.h"
 #include "m3u/M3UParser.h"
@@ -23,13 +24,7 @@ QCoro::Task<ChannelListing> loadM3U(HTTPClient::Fetch fetch, PlaylistSource sour
     // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
     // expression twice (its captures are released twice).
     auto parse = [data = std::move(payload.data), base = std::move(base), cancellation = cancellation.flag()] {
-        cancellation.throwIfRaised();
-        // Stateless: a sequence cut off at the end of the body is an error, not state kept for more input.
-        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        const QString text = decoder.decode(data);
-        if (decoder.hasError())
-            throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
-        return M3UParser::parseListing(text, base, cancellation);
+        return PlaylistRepository::channelsOf(data, base, cancellation);
     };
     co_return co_await inBackground(std::move(parse));
 }
@@ -85,6 +80,11 @@ QCoro::Task<ChannelListing> PlaylistRepository::loadListing(PlaylistSource sourc
 {
     // Copied before the first suspension: the repository may go away while the load runs.
     HTTPClient::Fetch fetch = m_fetch;
+    if (LocalPlaylistFile::isLocal(source)) {
+        // Named before the co_await: see loadM3U.
+        auto read = [url = LocalPlaylistFile::url(source)] { return LocalPlaylistFile::read(url); };
+        co_return co_await inBackground(std::move(read));
+    }
     const QUrl url = source.validatedURL();
     if (source.kind == PlaylistSource::Kind::m3u) {
         QByteArray address = source.validatedAddress();
@@ -92,6 +92,18 @@ QCoro::Task<ChannelListing> PlaylistRepository::loadListing(PlaylistSource sourc
                                    std::move(cancellation));
     }
     co_return co_await loadXtream(std::move(fetch), std::move(source), std::move(cancellation));
+}
+
+ChannelListing PlaylistRepository::channelsOf(const QByteArray &body, const QByteArray &baseAddress,
+                                              const CancellationFlag &cancellation)
+{
+    cancellation.throwIfRaised();
+    // Stateless: a sequence cut off at the end of the body is an error, not state kept for more input.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder.decode(body);
+    if (decoder.hasError())
+        throw IPTVError(u"La llista no utilitza una codificació UTF-8 vàlida."_s);
+    return M3UParser::parseListing(text, baseAddress, cancellation);
 }
 
 QByteArray PlaylistRepository::basicAuthorization(const QString &username, const QString &password)

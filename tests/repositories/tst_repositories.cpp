@@ -1,6 +1,7 @@
 // The playlist and catalogue repositories over real HTTP, against a loopback server that records every
 // request: the exact addresses and headers sent, their order and number (none when the connection is
-// refused before any download), redirects, HTTP failures passed through, and cancellation mid-way.
+// refused before any download), redirects, HTTP failures passed through, and cancellation mid-way;
+// and playlist files on this computer, read with the same rules.
 
 #include "LoopbackServer.h"
 #include "async/Cancellation.h"
@@ -8,9 +9,13 @@
 #include "records/IPTVError.h"
 #include "records/JsonError.h"
 #include "repositories/CatalogRepository.h"
+#include "repositories/LocalPlaylistFile.h"
 #include "repositories/PlaylistRepository.h"
 
 #include <QCoroTask>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QUrlQuery>
 
@@ -46,6 +51,8 @@ const QString needsXtream = u"El catàleg de pel·lícules i sèries requereix u
 const QString badCategory = u"Categoria no vàlida."_s;
 const QString badTitle = u"Títol no vàlid."_s;
 const QString badCatalogue = u"El servidor no ha retornat un catàleg vàlid."_s;
+const QString noWebStreams = u"No s’han trobat canals HTTP o HTTPS a la llista."_s;
+const QString tooLarge = u"La llista supera el límit de 25 MB."_s;
 
 const QByteArray account
     = R"({"user_info":{"auth":1,"status":"Active","allowed_output_formats":["m3u8","ts"]}})";
@@ -564,6 +571,100 @@ private Q_SLOTS:
             = run(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s)));
         QCOMPARE(outcome.failure, QString());
         QCOMPARE(describe(*outcome.value), QStringList {u"Còmode | Sense categoria | http://h/a.ts"_s});
+    }
+
+    // ---------------------------------------------------------------------------------------------
+    // Playlist files on this computer (opened from the command line or the file manager).
+
+    void localPlaylistFiles_data()
+    {
+        QTest::addColumn<QByteArray>("content"); // written to <dir>/lists/tv.m3u
+        QTest::addColumn<QString>("address");    // "{dir}" stands for the folder's file: URL
+        QTest::addColumn<QStringList>("channels");
+        QTest::addColumn<QString>("failure");
+
+        const QString file = u"{dir}/lists/tv.m3u"_s;
+        QTest::newRow("web addresses kept, relative ones skipped")
+            << QByteArray("\xef\xbb\xbf#EXTM3U\r\n#EXTINF:-1 group-title=\"Cinema\",Un\r\nhttp://cdn.test/1.m3u8\r\n"
+                          "#EXTINF:-1,Relatiu\r\nstreams/2.ts\r\n#EXTINF:-1,Amunt\r\n../3.ts\r\n"
+                          "#EXTINF:-1,Dos\r\nhttps://cdn.test/2.ts\r\n")
+            << file << QStringList{u"Un | Cinema | http://cdn.test/1.m3u8"_s, u"Dos | Sense categoria | https://cdn.test/2.ts"_s}
+            << QString();
+        QTest::newRow("only relative addresses")
+            << QByteArray("#EXTM3U\n#EXTINF:-1,A\na.ts\n#EXTINF:-1,B\n/tmp/b.ts\n") << file << QStringList()
+            << noWebStreams;
+        QTest::newRow("an HLS manifest is a file, not a web stream")
+            << QByteArray("#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\nseg000.ts\n") << file << QStringList()
+            << noWebStreams;
+        QTest::newRow("not UTF-8") << QByteArray("#EXTM3U\n#EXTINF:-1,Caf\xe9\nhttp://h/a.ts\n") << file
+                                   << QStringList() << notUTF8;
+        QTest::newRow("not a playlist") << QByteArray("<html></html>") << file << QStringList() << notAPlaylist;
+        QTest::newRow("missing file") << QByteArray() << u"{dir}/lists/cap.m3u"_s << QStringList()
+                                      << u"No s’ha trobat el fitxer «cap.m3u». Pot haver canviat de lloc o haver estat esborrat."_s;
+        QTest::newRow("a folder") << QByteArray() << u"{dir}/lists"_s << QStringList()
+                                  << u"No s’ha pogut llegir el fitxer «lists». Comprova’n els permisos."_s;
+        QTest::newRow("address with blanks around it")
+            << QByteArray("#EXTM3U\nhttp://h/a.ts\n") << u"  {dir}/lists/tv.m3u \n"_s
+            << QStringList{u"Canal 1 | Sense categoria | http://h/a.ts"_s} << QString();
+    }
+
+    void localPlaylistFiles()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, address);
+        QFETCH(QStringList, channels);
+        QFETCH(QString, failure);
+
+        QTemporaryDir dir;
+        QVERIFY(QDir(dir.path()).mkdir(u"lists"_s));
+        QFile file(dir.filePath(u"lists/tv.m3u"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+        address.replace(u"{dir}"_s, QUrl::fromLocalFile(dir.path()).toString());
+        const PlaylistSource source = m3u(address);
+        QVERIFY(LocalPlaylistFile::isLocal(source));
+
+        const Outcome<QList<Channel>> outcome = run(PlaylistRepository().load(source));
+        QCOMPARE(outcome.failure, failure);
+        QCOMPARE(outcome.value ? describe(*outcome.value) : QStringList(), channels);
+    }
+
+    // The download's 25 MB cap holds for files too: one byte over is refused, the limit itself is not.
+    void localPlaylistFileSizeCap_data()
+    {
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<QString>("failure");
+        QTest::newRow("at the limit") << HTTPClient::maximumBodyBytes << QString();
+        QTest::newRow("one byte over") << HTTPClient::maximumBodyBytes + 1 << tooLarge;
+    }
+
+    void localPlaylistFileSizeCap()
+    {
+        QFETCH(qint64, size);
+        QFETCH(QString, failure);
+
+        QTemporaryDir dir;
+        QFile file(dir.filePath(u"big.m3u"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const QByteArray head = "#EXTM3U\n#EXTINF:-1,Gran\nhttp://h/big.ts\n";
+        file.write(head);
+        file.write(QByteArray(size - head.size(), '\n'));
+        file.close();
+        QCOMPARE(file.size(), size);
+
+        const Outcome<QList<Channel>> outcome
+            = run(PlaylistRepository().load(m3u(QUrl::fromLocalFile(file.fileName()).toString())));
+        QCOMPARE(outcome.failure, failure);
+        QCOMPARE(outcome.value.has_value(), failure.isEmpty());
+    }
+
+    // A file: address typed in the editor is still refused there: only the command line makes one.
+    void fileAddressesAreNotValidConnections()
+    {
+        const PlaylistSource source = m3u(u"file:///tmp/tv.m3u"_s);
+        QVERIFY_THROWS_EXCEPTION(IPTVError, source.validatedURL());
+        QVERIFY(!LocalPlaylistFile::isLocal(xtream(u"file:///tmp/"_s)));
     }
 
     // ---------------------------------------------------------------------------------------------

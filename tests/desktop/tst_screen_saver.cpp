@@ -1,0 +1,266 @@
+// The screen saver held off while a picture plays: a fake org.freedesktop.ScreenSaver (and a fake
+// desktop portal) on the private session bus record the calls they receive. First the protocol on
+// its own (which service, which arguments, release while a request is on its way), then the
+// library model playing the local provider's stream through real libVLC, paused, resumed, stopped.
+
+#include "../stores/StoreTestSupport.h"
+#include "BusTestSupport.h"
+#include "DemoProvider.h"
+#include "MediaPlayer.h"
+#include "desktop/ScreenSaverInhibitor.h"
+#include "models/LibraryModel.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusObjectPath>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+// org.freedesktop.ScreenSaver as desktops offer it: Inhibit gives a cookie, UnInhibit takes it back.
+class FakeScreenSaver : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
+
+public:
+    QStringList calls;
+
+public Q_SLOTS:
+    uint Inhibit(const QString &application, const QString &reason)
+    {
+        ++m_cookie;
+        calls.append(u"Inhibit %1 · %2 → %3"_s.arg(application, reason).arg(m_cookie));
+        return m_cookie;
+    }
+    void UnInhibit(uint cookie) { calls.append(u"UnInhibit %1"_s.arg(cookie)); }
+
+private:
+    uint m_cookie = 40;
+};
+
+// The request object the portal hands back: closing it ends the inhibition.
+class FakePortalRequest : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Request")
+
+public:
+    explicit FakePortalRequest(QStringList &calls, QString path)
+        : m_calls(calls)
+        , m_path(std::move(path))
+    {
+    }
+
+public Q_SLOTS:
+    void Close() { m_calls.append(u"Close "_s + m_path); }
+
+private:
+    QStringList &m_calls;
+    QString m_path;
+};
+
+class FakePortal : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Inhibit")
+
+public:
+    explicit FakePortal(QDBusConnection bus)
+        : m_bus(std::move(bus))
+    {
+    }
+
+    QStringList calls;
+
+public Q_SLOTS:
+    QDBusObjectPath Inhibit(const QString &window, uint flags, const QVariantMap &options)
+    {
+        const QString path = u"/org/freedesktop/portal/desktop/request/1_1/quenvo%1"_s.arg(++m_requests);
+        calls.append(u"Inhibit '%1' %2 %3 → %4"_s.arg(window).arg(flags).arg(options.value(u"reason"_s).toString(), path));
+        auto *request = new FakePortalRequest(calls, path);
+        request->setParent(this);
+        m_bus.registerObject(path, request, QDBusConnection::ExportAllSlots);
+        return QDBusObjectPath(path);
+    }
+
+private:
+    QDBusConnection m_bus;
+    int m_requests = 0;
+};
+
+class tst_ScreenSaver : public QObject
+{
+    Q_OBJECT
+
+private:
+    QDBusConnection m_desktop = BusTest::otherConnection(u"desktop services"_s);
+    std::unique_ptr<FakeScreenSaver> m_screenSaver;
+    std::unique_ptr<FakePortal> m_portal;
+
+    void offerScreenSaver()
+    {
+        m_screenSaver = std::make_unique<FakeScreenSaver>();
+        QVERIFY(m_desktop.registerObject(u"/org/freedesktop/ScreenSaver"_s, m_screenSaver.get(),
+                                         QDBusConnection::ExportAllSlots));
+        QVERIFY(m_desktop.registerService(u"org.freedesktop.ScreenSaver"_s));
+    }
+
+    void offerPortal()
+    {
+        m_portal = std::make_unique<FakePortal>(m_desktop);
+        QVERIFY(m_desktop.registerObject(u"/org/freedesktop/portal/desktop"_s, m_portal.get(),
+                                         QDBusConnection::ExportAllSlots));
+        QVERIFY(m_desktop.registerService(u"org.freedesktop.portal.Desktop"_s));
+    }
+
+    QStringList calls() const
+    {
+        QStringList all;
+        if (m_screenSaver)
+            all += m_screenSaver->calls;
+        if (m_portal)
+            all += m_portal->calls;
+        return all;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (qgetenv("QUENVO_SECRET_SERVICE") != "unlocked")
+            QSKIP("runs only inside its own D-Bus session with a throw-away keyring (scripts/with-secret-service.sh)");
+        QVERIFY(m_desktop.isConnected());
+    }
+
+    void cleanup()
+    {
+        m_desktop.unregisterService(u"org.freedesktop.ScreenSaver"_s);
+        m_desktop.unregisterService(u"org.freedesktop.portal.Desktop"_s);
+        m_desktop.unregisterObject(u"/org/freedesktop/ScreenSaver"_s);
+        m_desktop.unregisterObject(u"/org/freedesktop/portal/desktop"_s, QDBusConnection::UnregisterTree);
+        m_screenSaver.reset();
+        m_portal.reset();
+    }
+
+    void theDesktopServiceFirstThenThePortal_data()
+    {
+        QTest::addColumn<bool>("screenSaver");
+        QTest::addColumn<bool>("portal");
+        QTest::addColumn<int>("holder");
+        QTest::addColumn<QStringList>("expected");
+        const QString request = u"/org/freedesktop/portal/desktop/request/1_1/quenvo1"_s;
+        QTest::newRow("screen saver service")
+            << true << true << int(ScreenSaverInhibitor::Holder::screenSaver)
+            << QStringList{u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s, u"UnInhibit 41"_s};
+        QTest::newRow("portal only") << false << true << int(ScreenSaverInhibitor::Holder::portal)
+                                     << QStringList{u"Inhibit '' 12 S’està reproduint un vídeo → "_s + request,
+                                                    u"Close "_s + request};
+        QTest::newRow("neither") << false << false << int(ScreenSaverInhibitor::Holder::none) << QStringList();
+    }
+
+    void theDesktopServiceFirstThenThePortal()
+    {
+        QFETCH(bool, screenSaver);
+        QFETCH(bool, portal);
+        QFETCH(int, holder);
+        QFETCH(QStringList, expected);
+        if (screenSaver)
+            offerScreenSaver();
+        if (portal)
+            offerPortal();
+
+        ScreenSaverInhibitor inhibitor;
+        QSignalSpy held(&inhibitor, &ScreenSaverInhibitor::holderChanged);
+        inhibitor.setWanted(true);
+        QTRY_VERIFY(!inhibitor.requesting());
+        QCOMPARE(int(inhibitor.holder()), holder);
+        QCOMPARE(held.size(), holder == int(ScreenSaverInhibitor::Holder::none) ? 0 : 1);
+
+        inhibitor.setWanted(false);
+        QCOMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
+        QTRY_COMPARE(calls(), expected);
+    }
+
+    // Playback stopped before the desktop answered: the inhibition is released as soon as it is held.
+    void releasedEvenWhenTheAnswerComesLate()
+    {
+        offerScreenSaver();
+        ScreenSaverInhibitor inhibitor;
+        inhibitor.setWanted(true);
+        inhibitor.setWanted(false);
+        inhibitor.setWanted(true);
+        inhibitor.setWanted(false);
+        QTRY_COMPARE(calls(), (QStringList{u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s, u"UnInhibit 41"_s}));
+        QCOMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
+    }
+
+    void releasedWhenTheProgramEnds()
+    {
+        offerScreenSaver();
+        {
+            ScreenSaverInhibitor inhibitor;
+            inhibitor.setWanted(true);
+            QTRY_COMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::screenSaver);
+        }
+        QTRY_COMPARE(calls(), (QStringList{u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s, u"UnInhibit 41"_s}));
+    }
+
+    void heldWhilePlaying()
+    {
+        offerScreenSaver();
+        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
+        DemoProvider provider;
+        ProviderOptions options;
+        options.liveChannels = 6;
+        options.movies = 0;
+        options.series = 0;
+        options.categories = 1;
+        QVERIFY2(provider.start(options), qPrintable(provider.server().errorString()));
+        if (!provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(provider.mediaProblem()));
+        StoreTest::Preferences preferences;
+        LibraryModel::Environment environment;
+        environment.preferences = &preferences.settings();
+        environment.keychainService = u"test.quenvo.screensaver"_s;
+        LibraryModel model(environment);
+        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        model.load(provider.account(), false, true);
+        QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 20000);
+
+        ScreenSaverInhibitor inhibitor;
+        inhibitor.follow(model);
+        QCOMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
+
+        const Channel channel = *provider.liveChannel(ProviderCatalog::LiveKind::regular, model.channels());
+        model.play(channel, false);
+        QTRY_COMPARE_WITH_TIMEOUT(inhibitor.holder(), ScreenSaverInhibitor::Holder::screenSaver, 15000);
+        QVERIFY(model.isPlaying());
+        QCOMPARE(calls(), QStringList{u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s});
+
+        QTRY_VERIFY_WITH_TIMEOUT(!model.waiting(), 15000);
+        model.togglePlayback(); // pause
+        QTRY_COMPARE_WITH_TIMEOUT(inhibitor.holder(), ScreenSaverInhibitor::Holder::none, 10000);
+        QTRY_COMPARE(calls().size(), 2);
+        QCOMPARE(calls().constLast(), u"UnInhibit 41"_s);
+
+        model.togglePlayback(); // resume
+        QTRY_COMPARE_WITH_TIMEOUT(inhibitor.holder(), ScreenSaverInhibitor::Holder::screenSaver, 10000);
+        model.stop();
+        QCOMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
+        QTRY_COMPARE(calls(), (QStringList{u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s, u"UnInhibit 41"_s,
+                                          u"Inhibit Quenvo · S’està reproduint un vídeo → 42"_s, u"UnInhibit 42"_s}));
+
+        // A channel that fails never keeps the screen awake.
+        model.play(*provider.liveChannel(ProviderCatalog::LiveKind::missing, model.channels()), false);
+        QTRY_VERIFY_WITH_TIMEOUT(model.playbackError().has_value(), 15000);
+        QTRY_COMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
+        QTRY_VERIFY(!inhibitor.requesting());
+        const QStringList all = calls();
+        QCOMPARE(all.filter(u"UnInhibit"_s).size() * 2, all.size()); // every inhibition given back
+    }
+};
+
+QTEST_MAIN(tst_ScreenSaver)
+#include "tst_screen_saver.moc"
