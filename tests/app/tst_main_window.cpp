@@ -7,10 +7,12 @@
 #include "MediaPlayer.h"
 #include "PlatformText.h"
 #include "PlatformTextSingleton.h"
+#include "ProviderGuide.h"
 #include "ProviderServer.h"
 #include "models/ChannelCategoriesModel.h"
 #include "models/ChannelListModel.h"
 #include "models/LibraryModel.h"
+#include "models/ProgrammeGuide.h"
 #include "WindowDriver.h"
 
 #include <QAccessible>
@@ -19,6 +21,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSignalSpy>
+#include <QDateTime>
 #include <QTest>
 
 #include <memory>
@@ -240,6 +243,22 @@ private Q_SLOTS:
         QCOMPARE(m_ui.text(u"storageTitle"_s), u"Sessió temporal"_s);
         QCOMPARE(m_ui.text(u"storageNote"_s), u"Aquesta connexió es manté només en memòria."_s);
         QTRY_COMPARE(m_ui.text(u"channelCount"_s), QString::number(m_provider->catalog().liveChannelCount()) + u" CANALS"_s);
+
+        // The list's guide arrives: the top row shows what is on now; the logos come with it.
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
+        const QString onNow
+            = ProviderGuide(m_provider->catalog()).programmeAt(0, QDateTime::currentSecsSinceEpoch()).title;
+        const auto topRowLine = [this] {
+            QQuickItem *top = nullptr;
+            for (QQuickItem *line : m_ui.findAll(u"channelNowTitle"_s)) {
+                if (line->isVisible() && (!top || line->mapToScene({}).y() < top->mapToScene({}).y()))
+                    top = line;
+            }
+            return top ? top->property("text").toString() : QString();
+        };
+        QTRY_COMPARE(topRowLine(), onNow);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_ui.findAll(u"channelLogoImage"_s).isEmpty()
+                && m_ui.findAll(u"channelLogoImage"_s).constFirst()->isVisible(), 10000);
         QVERIFY(m_ui.saveScreenshot(u"channels"_s));
     }
 

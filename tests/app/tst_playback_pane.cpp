@@ -4,14 +4,17 @@
 
 #include "../stores/StoreTestSupport.h"
 #include "DemoProvider.h"
+#include "ProviderGuide.h"
 #include "MediaPlayer.h"
 #include "VideoSurface.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
+#include "models/ProgrammeGuide.h"
 #include "records/CatalogDetail.h"
 
 #include <QAccessible>
 #include <QColor>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
@@ -149,6 +152,8 @@ private:
         return interface ? interface->text(QAccessible::Name) : QString();
     }
 
+    QTemporaryDir m_guideCache;
+
     void save(QQuickWindow *window, const QString &name)
     {
         const QImage image = window->grabWindow();
@@ -187,6 +192,7 @@ private Q_SLOTS:
         LibraryModel::Environment environment;
         environment.preferences = &m_preferences->settings();
         environment.keychainService = u"test.quenvo.pane"_s;
+        environment.guideCacheFolder = m_guideCache.path();
         m_model = std::make_unique<LibraryModel>(environment);
         QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
         m_model->load(m_provider.account(), false, true);
@@ -264,6 +270,37 @@ private Q_SLOTS:
         QVERIFY(click(paneItem(u"stopButton"_s)));
         QCOMPARE(m_model->currentChannel(), std::nullopt);
         QTRY_VERIFY(paneItem(u"idleView"_s)->isVisible());
+    }
+
+    void theScheduleOfTheChannelPlaying()
+    {
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
+        playAndWaitForPicture();
+        if (QTest::currentTestFailed())
+            return;
+        const ProviderCatalog &catalog = m_provider.server().catalog();
+        const QString onNow = ProviderGuide(catalog)
+                                  .programmeAt(catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular),
+                                      QDateTime::currentSecsSinceEpoch())
+                                  .title;
+        auto *schedule = paneItem(u"programmeSchedule"_s);
+        QVERIFY(schedule);
+        QTRY_VERIFY(schedule->isVisible());
+        // The delegates hang from the list's visual tree, not its object tree.
+        const auto titles = [schedule] {
+            QStringList found;
+            QList<QQuickItem *> pending{schedule};
+            while (!pending.isEmpty()) {
+                QQuickItem *item = pending.takeFirst();
+                if (item->objectName() == u"programmeTitle"_s)
+                    found.append(item->property("text").toString());
+                pending.append(item->childItems());
+            }
+            return found;
+        };
+        QTRY_VERIFY(!titles().isEmpty());
+        QVERIFY2(titles().contains(onNow), qPrintable(titles().join(u", "_s)));
+        save(m_window.get(), u"programme-schedule"_s);
     }
 
     void aStreamThatDoesNotStartShowsTheWaitingIndicator()

@@ -10,11 +10,13 @@
 #include "models/FavoriteTitleListModel.h"
 #include "models/FavoritesModel.h"
 #include "models/LibraryModel.h"
+#include "models/ProgrammeGuide.h"
 #include "records/CatalogFavorite.h"
 #include "stores/CatalogFavorites.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
@@ -72,6 +74,8 @@ private:
 
     FavoritesModel &favorites() const { return *m_model->favoritesBrowser(); }
 
+    QTemporaryDir m_guideCache;
+
     // A model with these channel favourites stored, started without any connection.
     void start(const QStringList &channelFavorites = {})
     {
@@ -80,6 +84,7 @@ private:
         environment.preferences = &m_preferences->settings();
         environment.keychainService = u"test.quenvo.favorites."_s + QUuid::createUuid().toString(QUuid::WithoutBraces);
         environment.pollPlayback = false;
+        environment.guideCacheFolder = m_guideCache.path();
         m_model = std::make_unique<LibraryModel>(environment);
         m_channelTester = std::make_unique<QAbstractItemModelTester>(
             favorites().channels(), QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -91,7 +96,9 @@ private:
     bool loaded(const PlaylistSource &source)
     {
         m_model->load(source, false, true);
-        return QTest::qWaitFor([&] { return !m_model->isLoading(); }, 20000) && m_model->activeID() == source.id;
+        // The list's programme guide too, so that its download is not counted among the requests.
+        return QTest::qWaitFor([&] { return !m_model->isLoading() && !m_model->guide()->loading(); }, 20000)
+            && m_model->activeID() == source.id;
     }
 
     QString channelKey(const QString &name, const QString &path, const PlaylistSource &source) const

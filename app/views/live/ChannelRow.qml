@@ -14,6 +14,10 @@ Item {
     required property bool favorite
     required property bool playing
     required property bool selected
+    // From the list and the programme guide: empty when unknown.
+    required property string logo
+    required property string nowTitle
+    required property real nowProgress
     property bool selectionMode: false
     // What "Afegeix a una llista…" adds for this row (a PersonalListContent).
     property var personalContent
@@ -23,7 +27,7 @@ Item {
     signal favoriteToggled(int index)
     signal selectedToggled(int index, bool chosen)
 
-    implicitHeight: 48
+    implicitHeight: 52
 
     AbstractButton {
         id: playButton
@@ -50,11 +54,30 @@ Item {
         contentItem: RowLayout {
             spacing: Theme.spacing
 
-            Icon {
-                name: root.playing ? "waveform" : "play.fill"
-                size: Theme.iconSmall + 2
-                color: root.playing ? Theme.mint : Theme.secondaryText
-                Layout.preferredWidth: Theme.iconLarge
+            ChannelLogo {
+                url: root.logo
+                name: root.name
+                Layout.preferredWidth: 36
+                Layout.preferredHeight: 36
+
+                // What plays, over the logo's corner.
+                Rectangle {
+                    visible: root.playing
+                    anchors.right: parent.right
+                    anchors.bottom: parent.bottom
+                    anchors.margins: -3
+                    width: 16
+                    height: 16
+                    radius: 8
+                    color: Theme.mint
+
+                    Icon {
+                        anchors.centerIn: parent
+                        name: "waveform"
+                        size: 10
+                        color: Theme.textOnMint
+                    }
+                }
             }
             ColumnLayout {
                 spacing: 1
@@ -68,13 +91,31 @@ Item {
                     elide: Text.ElideRight
                     Layout.fillWidth: true
                 }
+                // The programme on now, when the guide knows it; the group otherwise.
                 Label {
-                    text: root.group
+                    objectName: "channelNowTitle"
+                    text: root.nowTitle.length > 0 ? root.nowTitle : root.group
                     visible: text.length > 0
                     font.pixelSize: Theme.captionSize + 1
-                    color: Theme.secondaryText
+                    color: root.nowTitle.length > 0 ? Theme.primaryText : Theme.secondaryText
+                    opacity: root.nowTitle.length > 0 ? 0.8 : 1
                     elide: Text.ElideRight
                     Layout.fillWidth: true
+                }
+                Rectangle {
+                    visible: root.nowTitle.length > 0
+                    color: Theme.separator
+                    radius: 1
+                    Layout.fillWidth: true
+                    Layout.maximumWidth: 140
+                    Layout.preferredHeight: 2
+
+                    Rectangle {
+                        width: parent.width * Math.max(0, Math.min(1, root.nowProgress))
+                        height: parent.height
+                        radius: 1
+                        color: Theme.mint
+                    }
                 }
             }
         }

@@ -230,6 +230,13 @@ Rectangle {
             library: pane.library
         }
 
+        ProgrammeSchedule {
+            Layout.fillWidth: true
+            guide: pane.library.guide
+            visible: pane.hasCurrent && !pane.library.isOnDemand
+                     && (entries.length > 0 || guide.note.length > 0)
+        }
+
         Rectangle {
             Layout.fillWidth: true
             implicitHeight: 1
