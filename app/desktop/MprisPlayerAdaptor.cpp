@@ -4,6 +4,7 @@
 #include "MediaPlayer.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
+#include "models/ProgrammeGuide.h"
 #include "records/CatalogDetail.h"
 
 #include <QDBusConnection>
@@ -64,12 +65,14 @@ QVariantMap MprisPlayerAdaptor::metadata() const
     if (const qlonglong duration = length(); duration > 0)
         metadata.insert(u"mpris:length"_s, duration);
     if (m_library.isOnDemand()) {
-        // Live channels carry no picture of their own; titles show their poster.
+        // Titles show their poster; live channels their list's logo.
         if (const std::optional<CatalogDetail> &detail = m_library.catalog()->detail()) {
             const std::optional<QUrl> poster = detail->poster ? detail->poster : detail->item.poster;
             if (poster)
                 metadata.insert(u"mpris:artUrl"_s, poster->toString(QUrl::FullyEncoded));
         }
+    } else if (const QString logo = m_library.guide()->logoOf(channel->id()); !logo.isEmpty()) {
+        metadata.insert(u"mpris:artUrl"_s, logo);
     }
     return metadata;
 }

@@ -63,6 +63,8 @@ public:
 
     // By the channel's position in the list given to reset.
     QString logo(qsizetype channel) const;
+    // The same by the channel's id; empty for a channel not in the list.
+    QString logoOf(const QString &channelID) const { return logo(m_indexOfID.value(channelID, -1)); }
     std::optional<GuideProgramme> now(qsizetype channel) const;
     qint64 currentTime() const { return m_clock(); }
 

@@ -1,3 +1,3 @@
 #include "PlayerLogging.h"
 
-Q_LOGGING_CATEGORY(lcPlayer, "quenvo.player")
+Q_LOGGING_CATEGORY(lcPlayer, "quenvo.player", QtInfoMsg)

@@ -197,14 +197,25 @@ int main(int argc, char *argv[])
     std::uniform_int_distribution<std::size_t> pick(0, channels.size() - 1);
     out << "Endurance: " << switches << " switches every 100–300 ms" << Qt::endl;
     out << "  resident at start: " << residentMegabytes() << " MB" << Qt::endl;
+    double afterTwenty = 0;
+    double last = 0;
     for (int change = 1; change <= switches; ++change) {
         model.play(channels.at(pick(random)), false);
         const int wait = pause(random);
         pollUntil([] { return false; }, wait);
         model.tick();
-        if (change % 50 == 0)
-            out << "  after " << change << " switches: " << residentMegabytes() << " MB, players alive " << alive
+        if (change == 20 || change % 50 == 0) {
+            last = residentMegabytes();
+            if (change == 20)
+                afterTwenty = last;
+            out << "  after " << change << " switches: " << last << " MB, players alive " << alive
                 << ", retiring " << model.retiringPlayerCount() << Qt::endl;
+        }
+    }
+    if (afterTwenty > 0) {
+        const double growth = 100.0 * (last - afterTwenty) / afterTwenty;
+        out << "  growth since 20 switches: " << QString::number(growth, 'f', 1) << " % (target at most 10 %: "
+            << (growth <= 10 ? "met" : "NOT met") << ")" << Qt::endl;
     }
     model.stop();
     pollUntil([&] { return model.retiringPlayerCount() == 0; }, 10000);

@@ -168,7 +168,11 @@ private Q_SLOTS:
         QCOMPARE(playing.value(u"xesam:album"_s), QVariant(u"Demo"_s));
         QVERIFY(playing.value(u"mpris:trackid"_s).value<QDBusObjectPath>().path().endsWith(channel.id()));
         QVERIFY(!playing.contains(u"mpris:length"_s)); // live: no length
-        QVERIFY(!playing.contains(u"mpris:artUrl"_s));
+        // The list's logo for the channel.
+        const ProviderCatalog &catalog = m_provider.server().catalog();
+        const int index = catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular);
+        QCOMPARE(playing.value(u"mpris:artUrl"_s).toString(),
+            m_provider.server().url(u"/images/logo-%1.png"_s.arg(catalog.liveChannelLogo(index))).toString());
         QCOMPARE(metadata(), playing); // what is read is what was announced
         QCOMPARE(player(u"CanPause"_s), QVariant(true));
         QCOMPARE(player(u"CanSeek"_s), QVariant(false));

@@ -3,6 +3,7 @@
 // with a preferences file of its own and a throw-away Secret Service for the keychain.
 
 #include "../stores/StoreTestSupport.h"
+#include "HeldSecretService.h"
 #include "LoopbackServer.h"
 #include "ProviderServer.h"
 #include "models/CatalogModel.h"
@@ -168,6 +169,37 @@ private Q_SLOTS:
         run.preferences.settings().remove(u"activeSource"_s);
         LibraryModel &next = run.restart();
         QTRY_COMPARE_WITH_TIMEOUT(next.activeID(), std::optional<QUuid>(news.id), 10000);
+    }
+
+    // A save waits for the keychain's turn behind a removal the keychain answers late; cancelled
+    // meanwhile, it writes nothing when its turn comes.
+    void aSaveCancelledWhileWaitingForTheKeychainWritesNothing()
+    {
+        Run run;
+        const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
+        const PlaylistSource sport = m3uSource(u"Esports"_s, m_sport);
+        run.save({news});
+        LibraryModel &model = run.start();
+        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
+
+        HeldSecretService held;
+        QVERIFY(held.held());
+        model.remove(news); // its write now waits for the keychain, holding the turn
+        const int requests = m_server.requestCount(u"/sport.m3u"_s);
+        model.load(sport, true, false);
+        // The list is downloaded and parsed; the save then queues behind the removal.
+        QTRY_VERIFY_WITH_TIMEOUT(m_server.requestCount(u"/sport.m3u"_s) > requests, 10000);
+        QTest::qWait(300);
+        QVERIFY(model.isLoading());
+        model.cancelLoad();
+        QVERIFY(!model.isLoading());
+
+        held.release();
+        QTRY_VERIFY_WITH_TIMEOUT(model.sources().isEmpty(), 20000); // the removal went through
+        QTest::qWait(500); // time for a wrong write to happen
+        QCOMPARE(run.saved(), QList<PlaylistSource>());
+        QVERIFY(model.sources().isEmpty());
     }
 
     void onlyTheLatestOfTwoLoadsApplies_data()

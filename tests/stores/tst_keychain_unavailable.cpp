@@ -3,20 +3,19 @@
 // still work. Run twice by CTest through scripts/with-secret-service.sh: with a keyring that this
 // test locks after saving a connection into it, and with no Secret Service on the bus at all.
 
+#include "HeldSecretService.h"
 #include "StoreTestSupport.h"
 #include "models/LibraryModel.h"
 #include "stores/ConnectionRegistry.h"
 #include "stores/KeychainStore.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusInterface>
 #include <QDBusObjectPath>
 #include <QDBusReply>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <csignal>
 
 using namespace Qt::StringLiterals;
 
@@ -44,28 +43,6 @@ QString lockDefaultCollection()
         return u"locking failed: "_s + locked.errorMessage();
     return QString();
 }
-// Holds the Secret Service's process still, so that every question to it waits, until destroyed.
-class HeldSecretService
-{
-public:
-    HeldSecretService()
-    {
-        const QDBusReply<uint> pid
-            = QDBusConnection::sessionBus().interface()->servicePid(u"org.freedesktop.secrets"_s);
-        if (pid.isValid() && ::kill(pid_t(pid.value()), SIGSTOP) == 0)
-            m_pid = pid_t(pid.value());
-    }
-    ~HeldSecretService() { release(); }
-    bool held() const { return m_pid != 0; }
-    void release()
-    {
-        if (m_pid != 0)
-            ::kill(std::exchange(m_pid, 0), SIGCONT);
-    }
-
-private:
-    pid_t m_pid = 0;
-};
 } // namespace
 
 class TestKeychainUnavailable : public QObject
