@@ -91,15 +91,16 @@ public:
     // What the engine warned about since open().
     const QList<QQmlError> &warnings() const { return m_warnings; }
     // The warnings about the application's own components (those under qrc:/Quenvo/). A picture
-    // that cannot be had is not one: the poster keeps its placeholder on purpose, and Qt reports
-    // the failed image load all the same.
+    // that cannot be had is not one: the poster or logo keeps its placeholder on purpose, and Qt
+    // reports the failed image load all the same.
     QStringList ownWarnings() const
     {
         QStringList own;
         for (const QQmlError &warning : m_warnings) {
             if (!warning.url().toString().startsWith(QStringLiteral("qrc:/Quenvo/")))
                 continue;
-            if (warning.url().fileName() == QStringLiteral("CatalogPoster.qml")
+            const QString file = warning.url().fileName();
+            if ((file == QStringLiteral("CatalogPoster.qml") || file == QStringLiteral("ChannelLogo.qml"))
                 && warning.description().endsWith(QStringLiteral("no picture")))
                 continue;
             own.append(warning.toString());
