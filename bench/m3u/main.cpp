@@ -127,6 +127,7 @@ int main(int argc, char *argv[])
     qsizetype channelCount = 0;
     qint64 peakGrowth = -1;
     qint64 residentBefore = -1;
+    double extrasPerChannel = 0;
     PeakMemory::Method peakMethod = PeakMemory::Method::unavailable;
     try {
         QString text = decode(bytes, decoding);
@@ -150,6 +151,9 @@ int main(int argc, char *argv[])
                 return 1;
             }
         }
+        // What the list says beside the channels (guide ids, logos), kept next to them.
+        const ChannelListing listing = M3UParser::parseListing(text, base.toEncoded());
+        extrasPerChannel = double(listing.extras.byteSize()) / double(std::max<qsizetype>(1, listing.channels.size()));
     } catch (const IPTVError &error) {
         err << "quenvo-bench-m3u: " << path << ": " << error.message() << '\n';
         return 1;
@@ -182,6 +186,7 @@ int main(int argc, char *argv[])
     out << "size          " << megabytes << " MB (" << bytes.size() << " bytes), " << entries
         << " #EXTINF entries\n";
     out << "channels      " << channelCount << '\n';
+    out << "beside them   " << extrasPerChannel << " B per channel of guide ids and logos (ChannelExtras)\n";
     out << "decode UTF-8  median " << decoding.medianMilliseconds() << " ms, best "
         << decoding.bestMilliseconds() << " ms (" << decoding.count() << " runs)\n";
     out << "parse         median " << parsing.wall.medianMilliseconds() << " ms, best "

@@ -289,6 +289,7 @@ ChannelListing parseListing(QStringView text, const QByteArray &baseAddress, con
         for (qsizetype i = 0; i < listing.channels.size(); ++i)
             listing.extras.append({}, {});
     }
+    listing.extras.squeeze();
     return listing;
 }
 

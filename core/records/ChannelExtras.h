@@ -28,6 +28,12 @@ public:
     void addGuideAddresses(QStringView commaSeparated);
     void setGuideAddresses(QStringList addresses) { m_guideAddresses = std::move(addresses); }
 
+    // Gives back what growing left unused, once the list is complete.
+    void squeeze()
+    {
+        m_text.squeeze();
+        m_ends.squeeze();
+    }
     qsizetype byteSize() const;
 
     friend bool operator==(const ChannelExtras &, const ChannelExtras &) = default;

@@ -58,6 +58,7 @@ QCoro::Task<ChannelListing> loadXtream(HTTPClient::Fetch fetch, PlaylistSource s
         listing.channels = XtreamReaders::liveStreams(body, source, extension, categories, cancellation, &listing.extras);
         // The account's own guide, with the same credentials.
         listing.extras.setGuideAddresses({source.base() + u"/xmltv.php?"_s + source.credentials()});
+        listing.extras.squeeze();
         return listing;
     };
     co_return co_await inBackground(std::move(readStreams));
