@@ -14,7 +14,7 @@ class Mpris;
 //
 // D-Bus properties have no Qt change signals: the adaptor follows the library model and sends
 // org.freedesktop.DBus.Properties.PropertiesChanged itself, with the values that really changed.
-// Position is never announced (the specification of the interface says so); Seeked is.
+// Position is never announced: MPRIS clients read it when they need it and follow Seeked for jumps.
 class MprisPlayerAdaptor : public QDBusAbstractAdaptor
 {
     Q_OBJECT
