@@ -54,7 +54,7 @@ QString ProgrammeGuide::unavailableNote()
 void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseAddress,
                            const QList<Channel> &channels, const ChannelExtras &extras)
 {
-    clear();
+    forget();
     m_source = source;
     m_extras = extras;
     m_indexOfID.reserve(channels.size());
@@ -71,13 +71,20 @@ void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseA
         if (url.scheme() == u"http"_s || url.scheme() == u"https"_s)
             addresses.append(url);
     }
-    bump();
+    // Started first: while the guide is on its way, the channel playing waits for it rather than
+    // asking for its short guide.
     if (!addresses.isEmpty())
         load(std::move(addresses), std::move(subjects), m_load.begin());
-    updateCurrentSchedule();
+    bump();
 }
 
 void ProgrammeGuide::clear()
+{
+    forget();
+    bump();
+}
+
+void ProgrammeGuide::forget()
 {
     m_load.invalidate();
     m_shortLoad.invalidate();
@@ -95,7 +102,6 @@ void ProgrammeGuide::clear()
         m_note.clear();
         Q_EMIT noteChanged();
     }
-    bump();
 }
 
 QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Subject> subjects,

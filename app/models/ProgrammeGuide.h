@@ -77,6 +77,8 @@ Q_SIGNALS:
 private:
     QCoro::Task<> load(QList<QUrl> addresses, QList<GuideMatcher::Subject> subjects, RequestSlot::Ticket ticket);
     QCoro::Task<> loadShortGuide(QString streamID, QString channelID, RequestSlot::Ticket ticket);
+    // Drops everything of the previous list, without telling the rows.
+    void forget();
     void bump();
     void updateCurrentSchedule();
     QVariantList scheduleEntries(const QList<GuideProgramme> &programmes) const;

@@ -38,22 +38,21 @@ std::optional<CatalogKind> catalogKind(PersonalContentKind kind)
 
 PersonalLists::PersonalLists(QSettings &preferences, HTTPClient::Fetch fetch, QObject *parent)
     : QObject(parent)
-    , m_preferences(preferences)
     , m_fetch(std::move(fetch))
     , m_refreshID(QUuid::createUuid())
     , m_writer(preferences)
 {
-    const bool current = m_preferences.contains(storageKey());
+    const bool current = preferences.contains(storageKey());
     const QString key = current ? storageKey() : firstFormatKey();
-    if (m_preferences.contains(key)) {
-        const QByteArray data = m_preferences.value(key).toByteArray();
+    if (preferences.contains(key)) {
+        const QByteArray data = preferences.value(key).toByteArray();
         try {
             m_lists = decode(data);
         } catch (const JsonError &) {
             // The save below replaces an unreadable current value: keep it first. The first format
             // is never written, so an unreadable "personalLists.v1" stays where it is.
             if (current && !data.isEmpty())
-                StoredValueBackup::keep(m_preferences, storageKey(), data);
+                StoredValueBackup::keep(preferences, storageKey(), data);
         }
     }
     for (PersonalList &list : m_lists)

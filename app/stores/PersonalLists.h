@@ -108,7 +108,6 @@ private:
     void updateCategory(const QUuid &list, const PersonalCategory &category);
     void setMembers(const QUuid &list, const PersonalCategory &category, const QList<PersonalEntry> &members);
 
-    QSettings &m_preferences;
     HTTPClient::Fetch m_fetch;
     QList<PersonalList> m_lists;
     QHash<QString, QList<PersonalEntry>> m_categoryEntries;
