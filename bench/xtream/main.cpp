@@ -553,6 +553,31 @@ QString loadAverage()
 
 // ---------------------------------------------------------------------------------------------------
 
+// A million rows, each a category of its own, the last one also a live stream: the readers go through
+// all of them (categories) or skip all but one (live streams). Problems found are added to `problems`.
+void millionRows(QTextStream &out, int runs, const PlaylistSource &source, QStringList &problems)
+{
+    constexpr int rows = 1000000;
+    QByteArray body;
+    body.reserve(rows * 20 + 64);
+    body += '[';
+    for (int i = 0; i < rows - 1; ++i)
+        body += "{\"category_id\":" + QByteArray::number(i) + "},";
+    body += R"({"category_id":999999,"category_name":"Darrera","stream_id":7,"name":"Darrer"}])";
+
+    Times categoriesTimes;
+    Times streamsTimes;
+    const qsizetype categories
+        = timed(runs, categoriesTimes, [&] { return XtreamReaders::catalogCategories(body); }).size();
+    const qsizetype channels
+        = timed(runs, streamsTimes, [&] { return XtreamReaders::liveStreams(body, source, u"ts"_s, {}); }).size();
+    if (categories != rows || channels != 1)
+        problems += u"a million rows: %1 categories and %2 channels, %3 and 1 expected"_s.arg(categories).arg(channels).arg(rows);
+    out << "A million rows (" << megabytes(body.size()) << " MB): catalogCategories "
+        << number(categoriesTimes.wall.medianMilliseconds(), 1) << " ms, liveStreams "
+        << number(streamsTimes.wall.medianMilliseconds(), 1) << " ms (wall, median).\n";
+}
+
 int benchmark(Settings settings)
 {
     QTextStream out(stdout);
@@ -692,6 +717,7 @@ int benchmark(Settings settings)
     printHeader(out, false);
     printRow(out, load, false);
     printRow(out, items, false);
+    millionRows(out, settings.runs, source, problems);
     out << "Records kept after reading (resident growth with the result alive): provider live "
         << megabytes(readings.at(0).memory.retained) << " MB, provider movies "
         << megabytes(readings.at(1).memory.retained) << " MB.\n";

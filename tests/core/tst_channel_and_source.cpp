@@ -357,12 +357,6 @@ private Q_SLOTS:
         QCOMPARE(PlaylistSource::encoded(text), encoded);
     }
 
-    void credentials()
-    {
-        const PlaylistSource source(QUuid(), u"n"_s, u"h"_s, u"jo&tu"_s, u"p@ss word"_s, PlaylistSource::Kind::xtream);
-        QCOMPARE(source.credentials(), u"username=jo%26tu&password=p%40ss%20word"_s);
-    }
-
     void jsonRoundTrip()
     {
         const PlaylistSource source(sourceID, u"Casa"_s, u" http://h/x.m3u "_s, u"u"_s, u"p"_s,

@@ -224,31 +224,6 @@ private Q_SLOTS:
             qsizetype(withCustomHeaders));
     }
 
-    // Media manifests hold #EXTINF entries and relative segments: none of them may become channels.
-    void hlsManifestsAreOneStream_data()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        QTest::addColumn<QString>("path");
-        for (const char *name : {"master.m3u8", "master-with-alternatives.m3u8", "wowza-master.m3u8",
-                 "media-playlist-with-byterange.m3u8", "media-playlist-with-program-date-time.m3u8"})
-            QTest::newRow(name) << u"hls-manifests-grafov-m3u8/"_s + QString::fromLatin1(name);
-    }
-
-    void hlsManifestsAreOneStream()
-    {
-        QFETCH(QString, path);
-        const QUrl address(
-            u"https://cdn.example.invalid/live/"_s + QFileInfo(path).fileName() + u"?token=a1"_s);
-        const QList<Channel> channels = parseFixture(path, address);
-        if (QTest::currentTestFailed())
-            return;
-        QCOMPARE(channels.size(), qsizetype(1));
-        QCOMPARE(channels.front().name(), u"Emissió HLS"_s);
-        QCOMPARE(channels.front().group(), u"Directe"_s);
-        QCOMPARE(channels.front().url(), address);
-        QVERIFY(!channels.front().requiresCustomHeaders());
-    }
-
     // Every entry of this list is a relative `channels/xx.m3u`: each resolves against the list's own
     // address, wherever the list was downloaded from.
     void playlistOfPlaylistsResolvesAgainstItsAddress_data()
@@ -383,30 +358,6 @@ private Q_SLOTS:
                 qPrintable(channel.name()));
             QCOMPARE(channel.group(), Channel::uncategorizedGroup());
         }
-    }
-
-    // CRLF, a blank line after every entry, and addresses commented out with '#' before the real one.
-    void commentedOutAddressesAreIgnored()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QString path = u"community/JustApo-TURKTV-index.m3u"_s;
-        const QList<Channel> channels = parseFixture(path);
-        if (QTest::currentTestFailed())
-            return;
-        QStringList commented;
-        for (const QString &line : linesOf(textOf(path))) {
-            if (line.startsWith(u"#http"))
-                commented.append(line.sliced(1).trimmed());
-        }
-        QCOMPARE(commented.size(), qsizetype(4));
-        for (const QString &address : std::as_const(commented))
-            QVERIFY2(!findByAddress(channels, address), qPrintable(address));
-
-        const Channel *trt1
-            = findByAddress(channels, u"https://blutv-test-live.ercdn.net/test/trt1_1080p.m3u8"_s);
-        QVERIFY(trt1);
-        QCOMPARE(trt1->name(), u"TRT 1"_s);
-        QVERIFY(trt1->requiresCustomHeaders());
     }
 
     // Two #EXTINF lines in a row: the first has no address and is dropped, the second keeps its own.

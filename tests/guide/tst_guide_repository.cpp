@@ -3,11 +3,9 @@
 
 #include "GuideTestSupport.h"
 #include "LoopbackServer.h"
-#include "async/Cancellation.h"
+#include "Settled.h"
 #include "guide/GuideRepository.h"
-#include "records/IPTVError.h"
 
-#include <QCoroTask>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -16,32 +14,12 @@ using Response = LoopbackServer::Response;
 
 namespace {
 
-struct Outcome
-{
-    std::optional<GuideData> guide;
-    QString failure; // empty when the load succeeded
-};
+using Loaded = Outcome<GuideData>;
 
-// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
-QCoro::Task<Outcome> settled(QCoro::Task<GuideData> task)
-{
-    Outcome outcome;
-    try {
-        outcome.guide = co_await std::move(task);
-    } catch (const IPTVError &error) {
-        outcome.failure = error.message();
-    } catch (const CancelledError &) {
-        outcome.failure = u"<cancelled>"_s;
-    } catch (const std::exception &error) {
-        outcome.failure = u"<unexpected: %1>"_s.arg(QString::fromUtf8(error.what()));
-    }
-    co_return outcome;
-}
-
-Outcome load(const QList<QUrl> &addresses, GuideWindow window = GuideWindow::everything(),
+Loaded load(const QList<QUrl> &addresses, GuideWindow window = GuideWindow::everything(),
              qint64 maximumBytes = XmltvParser::defaultMaximumBytes)
 {
-    return QCoro::waitFor(settled(GuideRepository().load(addresses, window, {}, maximumBytes)));
+    return settle(GuideRepository().load(addresses, window, {}, maximumBytes));
 }
 
 const QByteArray guideA = document("<channel id=\"a\"><display-name>A</display-name></channel>"
@@ -84,10 +62,10 @@ private slots:
         LoopbackServer server;
         QVERIFY(server.start());
         server.route(u"/epg.xml"_s, response);
-        const Outcome outcome = load({server.url(u"/epg.xml"_s)});
+        const Loaded outcome = load({server.url(u"/epg.xml"_s)});
         QCOMPARE(outcome.failure, QString());
-        QCOMPARE(titles(*outcome.guide), QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s}));
-        QCOMPARE(outcome.guide->displayNames(0), QStringList(u"A"_s));
+        QCOMPARE(titles(*outcome.value), QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s}));
+        QCOMPARE(outcome.value->displayNames(0), QStringList(u"A"_s));
         QCOMPARE(server.lastRequest().header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
     }
 
@@ -96,9 +74,9 @@ private slots:
         LoopbackServer server;
         QVERIFY(server.start());
         server.route(u"/epg.xml.gz"_s, Response::ok(gzip(guideA), "application/gzip"));
-        const Outcome outcome = load({server.url(u"/epg.xml.gz"_s)}, GuideWindow::around(utc("20240301113000")));
+        const Loaded outcome = load({server.url(u"/epg.xml.gz"_s)}, GuideWindow::around(utc("20240301113000")));
         QCOMPARE(outcome.failure, QString());
-        QCOMPARE(titles(*outcome.guide), QStringList({u"a:Matí"_s, u"a:Migdia"_s}));
+        QCOMPARE(titles(*outcome.value), QStringList({u"a:Matí"_s, u"a:Migdia"_s}));
     }
 
     void mergesSeveralAddresses_data()
@@ -121,9 +99,9 @@ private slots:
         QVERIFY(server.start());
         server.route(u"/a.xml"_s, Response::ok(guideA));
         server.route(u"/b.xml"_s, second);
-        const Outcome outcome = load({server.url(u"/a.xml"_s), server.url(u"/b.xml"_s)});
+        const Loaded outcome = load({server.url(u"/a.xml"_s), server.url(u"/b.xml"_s)});
         QCOMPARE(outcome.failure, QString());
-        QCOMPARE(titles(*outcome.guide), expected);
+        QCOMPARE(titles(*outcome.value), expected);
         QCOMPARE(server.requestCount(), 2);
     }
 
@@ -161,7 +139,7 @@ private slots:
         QList<QUrl> addresses;
         for (const QUrl &path : std::as_const(paths))
             addresses.append(path.scheme().isEmpty() ? server.url(path.path()) : path);
-        const Outcome outcome = load(addresses, GuideWindow::everything(), maximumBytes);
+        const Loaded outcome = load(addresses, GuideWindow::everything(), maximumBytes);
         QCOMPARE(outcome.failure, failure);
     }
 
@@ -172,11 +150,11 @@ private slots:
         server.route(u"/slow.xml"_s, Response::ok(guideA).delayedBy(std::chrono::seconds(30)));
         const CancellationToken cancellation = CancellationToken::create();
         const GuideRepository repository;
-        QCoro::Task<Outcome> task = settled(repository.load(
+        QCoro::Task<Loaded> task = settled(repository.load(
             {server.url(u"/slow.xml"_s), server.url(u"/slow.xml"_s)}, GuideWindow::everything(), cancellation));
         QTRY_COMPARE(server.requestCount(), 1);
         cancellation.cancel();
-        const Outcome outcome = QCoro::waitFor(std::move(task));
+        const Loaded outcome = QCoro::waitFor(std::move(task));
         QCOMPARE(outcome.failure, u"<cancelled>"_s);
         QCOMPARE(server.requestCount(), 1);
     }

@@ -1,11 +1,12 @@
 #include "LoopbackServer.h"
+#include "ProviderGuide.h"
+#include "Settled.h"
 #include "async/Cancellation.h"
 #include "http/HTTPClient.h"
 #include "http/TransportError.h"
 #include "models/LibraryModel.h"
 #include "records/IPTVError.h"
 
-#include <QCoroTask>
 #include <QElapsedTimer>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
@@ -16,11 +17,8 @@
 #include <QTest>
 #include <QTimer>
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <memory>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -48,28 +46,12 @@ QString statusError(int status)
     return u"IPTVError: El servidor ha respost amb l’error HTTP %1."_s.arg(status);
 }
 
-struct Outcome
-{
-    std::optional<HTTPPayload> payload;
-    std::exception_ptr error;
-};
+using Fetched = Outcome<HTTPPayload>;
 
-// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
-QCoro::Task<Outcome> settled(QCoro::Task<HTTPPayload> download)
-{
-    Outcome outcome;
-    try {
-        outcome.payload = co_await std::move(download);
-    } catch (...) {
-        outcome.error = std::current_exception();
-    }
-    co_return outcome;
-}
-
-Outcome fetchNow(const QNetworkRequest &request, const CancellationToken &cancellation = {},
+Fetched fetchNow(const QNetworkRequest &request, const CancellationToken &cancellation = {},
     const HTTPClient::Limits &limits = {})
 {
-    return QCoro::waitFor(settled(HTTPClient::fetch(request, cancellation, limits)));
+    return settle(HTTPClient::fetch(request, cancellation, limits));
 }
 
 HTTPClient::Limits limits(std::chrono::milliseconds head, std::chrono::milliseconds idle,
@@ -107,10 +89,10 @@ QString kindName(TransportError::Kind kind)
 }
 
 // "ok", or the failure: "IPTVError: <message>", "TransportError: <kind> (<Qt error>)", "CancelledError".
-QString describe(const Outcome &outcome)
+QString describe(const Fetched &outcome)
 {
     if (!outcome.error)
-        return outcome.payload ? succeeded : u"neither payload nor failure"_s;
+        return outcome.value ? succeeded : u"neither payload nor failure"_s;
     try {
         std::rethrow_exception(outcome.error);
     } catch (const IPTVError &error) {
@@ -157,24 +139,7 @@ QByteArray headerLines(const Request &request)
     return lines;
 }
 
-// `text` as a gzip member (Content-Encoding: gzip), at the best compression.
-QByteArray gzipped(const QByteArray &text)
-{
-    z_stream stream {};
-    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY) != Z_OK)
-        return {};
-    QByteArray out(qsizetype(deflateBound(&stream, uLong(text.size()))), Qt::Uninitialized);
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(text.constData()));
-    stream.avail_in = uInt(text.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    const int result = deflate(&stream, Z_FINISH);
-    out.resize(qsizetype(stream.total_out));
-    deflateEnd(&stream);
-    return result == Z_STREAM_END ? out : QByteArray();
-}
-
-// Playlist lines, `size` bytes of them: compresses several hundred times over.
+// Playlist lines, `size` bytes of them: compresses more than a hundred times over.
 QByteArray playlistText(qint64 size)
 {
     const QByteArray entry = "#EXTINF:-1 tvg-id=\"canal\" group-title=\"Esports\",Canal\nhttp://h/live/u/p/1.ts\n";
@@ -276,11 +241,11 @@ private Q_SLOTS:
         server.route(u"/list.m3u"_s, response);
         server.route(u"/elsewhere"_s, Response::ok("followed"));
 
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
         QCOMPARE(describe(outcome), expected);
-        if (outcome.payload) {
-            QCOMPARE(outcome.payload->data, data);
-            QCOMPARE(outcome.payload->url, server.url(u"/list.m3u"_s));
+        if (outcome.value) {
+            QCOMPARE(outcome.value->data, data);
+            QCOMPARE(outcome.value->url, server.url(u"/list.m3u"_s));
         }
         QCOMPARE(server.requestCount(), 1);
         QTRY_COMPARE(server.connectionsOpen(), 0);
@@ -316,10 +281,10 @@ private Q_SLOTS:
         LoopbackServer server;
         QVERIFY(server.start());
         server.route(u"/list.m3u"_s, response);
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
         QCOMPARE(describe(outcome), succeeded);
-        QCOMPARE(outcome.payload->data.size(), expected.size());
-        QVERIFY(outcome.payload->data == expected);
+        QCOMPARE(outcome.value->data.size(), expected.size());
+        QVERIFY(outcome.value->data == expected);
     }
 
     void sendsTheHeadersAsGiven()
@@ -420,9 +385,9 @@ private Q_SLOTS:
 
         QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/login"_s)))), succeeded);
         QCOMPARE(describe(fetchNow(QNetworkRequest(server.url(u"/list"_s)))), succeeded);
-        const Outcome redirected = fetchNow(QNetworkRequest(server.url(u"/start"_s)));
+        const Fetched redirected = fetchNow(QNetworkRequest(server.url(u"/start"_s)));
         QCOMPARE(describe(redirected), succeeded);
-        QCOMPARE(redirected.payload->data, "b");
+        QCOMPARE(redirected.value->data, "b");
 
         const QList<Request> requests = server.requests();
         QCOMPARE(requests.size(), 4);
@@ -461,10 +426,10 @@ private Q_SLOTS:
         server.setFallback(
             [](const Request &request) { return Response::ok("arribat a " + request.target); });
 
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/dir/start"_s)));
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/dir/start"_s)));
         QCOMPARE(describe(outcome), succeeded);
-        QCOMPARE(outcome.payload->data, "arribat a " + finalTarget.toUtf8());
-        QCOMPARE(outcome.payload->url, server.url(finalTarget));
+        QCOMPARE(outcome.value->data, "arribat a " + finalTarget.toUtf8());
+        QCOMPARE(outcome.value->url, server.url(finalTarget));
         const QList<Request> requests = server.requests();
         QCOMPARE(requests.size(), 2);
         QCOMPARE(requests.at(0).target, "/dir/start");
@@ -499,12 +464,12 @@ private Q_SLOTS:
             server.redirect(u"/hop/%1"_s.arg(hop), status, "/hop/" + QByteArray::number(hop - 1));
         server.route(u"/hop/0"_s, Response::ok("final"));
 
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/hop/%1"_s.arg(redirects))));
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/hop/%1"_s.arg(redirects))));
         QCOMPARE(describe(outcome), expected);
         QCOMPARE(server.requestCount(), std::min(redirects, 5) + 1);
         QCOMPARE(server.requestCount(u"/hop/0"_s), redirects <= 5 ? 1 : 0);
-        if (outcome.payload)
-            QCOMPARE(outcome.payload->url, server.url(u"/hop/0"_s));
+        if (outcome.value)
+            QCOMPARE(outcome.value->url, server.url(u"/hop/0"_s));
     }
 
     void refusesUnsafeRedirects_data()
@@ -531,7 +496,7 @@ private Q_SLOTS:
         server.redirect(u"/start"_s, status, withOrigins(location, server));
         server.route(u"/final"_s, Response::ok("should not be reached"));
 
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/start"_s)));
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/start"_s)));
         QCOMPARE(describe(outcome), statusError(status));
         QCOMPARE(server.requestCount(), 1);
         QCOMPARE(server.requestCount(u"/final"_s), 0);
@@ -568,9 +533,9 @@ private Q_SLOTS:
         QNetworkRequest request = HTTPClient::providerRequest(first.url(u"/start"_s));
         request.setRawHeader("Authorization", "Bearer token");
         request.setRawHeader("X-Quenvo-Probe", "kept");
-        const Outcome outcome = fetchNow(request);
+        const Fetched outcome = fetchNow(request);
         QCOMPARE(describe(outcome), succeeded);
-        QCOMPARE(outcome.payload->data, endsOnSecond ? "second" : "first");
+        QCOMPARE(outcome.value->data, endsOnSecond ? "second" : "first");
 
         QCOMPARE(first.requests().first().header("Authorization"), "Bearer token");
         LoopbackServer &finalServer = endsOnSecond ? second : first;
@@ -583,8 +548,8 @@ private Q_SLOTS:
         QCOMPARE(arrived.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
         for (const Request &request : second.requests())
             QVERIFY(!request.hasHeader("Authorization"));
-        QCOMPARE(outcome.payload->url.path(), u"/final"_s);
-        QCOMPARE(outcome.payload->url.port(), int(finalServer.port()));
+        QCOMPARE(outcome.value->url.path(), u"/final"_s);
+        QCOMPARE(outcome.value->url.port(), int(finalServer.port()));
     }
 
     void capsTheSize_data()
@@ -631,12 +596,12 @@ private Q_SLOTS:
         LoopbackServer server;
         QVERIFY(server.start());
         server.route(u"/big.m3u"_s, response);
-        const Outcome outcome
+        const Fetched outcome
             = fetchNow(QNetworkRequest(server.url(u"/big.m3u"_s)), {}, limits(10s, 10s, 60s, maximumBytes));
         QCOMPARE(describe(outcome), expected);
-        if (outcome.payload) {
-            QCOMPARE(outcome.payload->data.size(), receivedBytes);
-            QVERIFY(outcome.payload->data == pattern(0, receivedBytes));
+        if (outcome.value) {
+            QCOMPARE(outcome.value->data.size(), receivedBytes);
+            QVERIFY(outcome.value->data == pattern(0, receivedBytes));
         } else {
             QCOMPARE(LibraryModel::safeError(outcome.error), u"La llista supera el límit de 25 MB."_s);
         }
@@ -684,12 +649,12 @@ private Q_SLOTS:
         server.route(u"/list.m3u"_s, response);
         QNetworkRequest request(server.url(u"/list.m3u"_s));
         request.setTransferTimeout(requestTimeout);
-        const Outcome outcome = fetchNow(request, {},
+        const Fetched outcome = fetchNow(request, {},
             limits(std::chrono::milliseconds(head), std::chrono::milliseconds(idle),
                 std::chrono::milliseconds(resource)));
         QCOMPARE(describe(outcome), expected);
-        if (outcome.payload)
-            QVERIFY(outcome.payload->data == bodyOf(response));
+        if (outcome.value)
+            QVERIFY(outcome.value->data == bodyOf(response));
         else
             QCOMPARE(LibraryModel::safeError(outcome.error), tooSlowText);
         QTRY_COMPARE(server.connectionsOpen(), 0);
@@ -704,7 +669,7 @@ private Q_SLOTS:
         QVERIFY(server.start());
         server.route(u"/moved.m3u"_s, Response::redirect(302, "/list.m3u"));
         server.route(u"/list.m3u"_s, Response::ok("#EXTM3U\n").delayedBy(600ms));
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/moved.m3u"_s)), {},
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/moved.m3u"_s)), {},
             limits(std::chrono::milliseconds(5'000), std::chrono::milliseconds(200), std::chrono::milliseconds(20'000)));
         QCOMPARE(describe(outcome), succeeded);
         QCOMPARE(server.requestCount(), 2);
@@ -731,12 +696,12 @@ private Q_SLOTS:
         QVERIFY(server.start());
         server.route(u"/list.m3u"_s, response);
         const CancellationToken cancellation = CancellationToken::create();
-        QCoro::Task<Outcome> download = settled(HTTPClient::fetch(
+        QCoro::Task<Fetched> download = settled(HTTPClient::fetch(
             QNetworkRequest(server.url(u"/list.m3u"_s)), cancellation, limits(60s, 60s, 60s)));
         QTRY_VERIFY(server.requestCount() == 1 && server.bodyBytesSent() >= cancelAfterBytes);
 
         cancellation.cancel();
-        const Outcome outcome = QCoro::waitFor(download);
+        const Fetched outcome = QCoro::waitFor(download);
         QCOMPARE(describe(outcome), cancelled);
         QCOMPARE(LibraryModel::safeError(outcome.error), generalText);
         // The transfer is aborted: the server sees the connection go, long before the body could end.
@@ -804,10 +769,10 @@ private Q_SLOTS:
             QVERIFY(port != 0);
             url.setPort(port);
         }
-        const Outcome outcome = fetchNow(QNetworkRequest(url), {}, limits(10s, 10s, 30s));
+        const Fetched outcome = fetchNow(QNetworkRequest(url), {}, limits(10s, 10s, 30s));
         QCOMPARE(describe(outcome), expected);
         QCOMPARE(LibraryModel::safeError(outcome.error), text);
-        QVERIFY(!outcome.payload);
+        QVERIFY(!outcome.value);
     }
 
     // A server that sends header lines without end: the head limit (or the caller) ends the download,
@@ -832,14 +797,14 @@ private Q_SLOTS:
         GapMeter gaps;
         QElapsedTimer clock;
         clock.start();
-        QCoro::Task<Outcome> download = settled(HTTPClient::fetch(
+        QCoro::Task<Fetched> download = settled(HTTPClient::fetch(
             QNetworkRequest(server.url(u"/list.m3u"_s)), cancellation, limits(headLimit, 20s, 90s)));
         if (byCaller) {
             // Well into the flood before the caller gives up.
             QTRY_VERIFY(server.headBytesSent() > 4 * 1024 * 1024);
             cancellation.cancel();
         }
-        const Outcome outcome = QCoro::waitFor(download);
+        const Fetched outcome = QCoro::waitFor(download);
         const qint64 took = clock.elapsed();
         QCOMPARE(describe(outcome), byCaller ? cancelled : timedOut);
         if (!byCaller) {
@@ -881,10 +846,10 @@ private Q_SLOTS:
         QFETCH(qint64, maximumBytes);
         QFETCH(QString, expected);
 
-        const QByteArray compressed = gzipped(text);
+        const QByteArray compressed = ProviderGuide::gzip(text);
         QVERIFY(!compressed.isEmpty());
         // Far beyond the ratio at which Qt itself would call it a decompression bomb (40).
-        QVERIFY(text.size() / compressed.size() > 200);
+        QVERIFY(text.size() / compressed.size() > 100);
         Response response = Response::ok(compressed).withHeader("Content-Encoding", "gzip");
         if (chunked)
             response.chunked(4096);
@@ -892,12 +857,12 @@ private Q_SLOTS:
         LoopbackServer server;
         QVERIFY(server.start());
         server.route(u"/list.m3u"_s, response);
-        const Outcome outcome
+        const Fetched outcome
             = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)), {}, limits(10s, 10s, 60s, maximumBytes));
         QCOMPARE(describe(outcome), expected);
-        if (outcome.payload) {
-            QCOMPARE(outcome.payload->data.size(), text.size());
-            QVERIFY(outcome.payload->data == text);
+        if (outcome.value) {
+            QCOMPARE(outcome.value->data.size(), text.size());
+            QVERIFY(outcome.value->data == text);
         } else {
             QCOMPARE(LibraryModel::safeError(outcome.error), u"La llista supera el límit de 25 MB."_s);
         }
@@ -939,10 +904,10 @@ private Q_SLOTS:
         QVERIFY(server.start());
         server.route(u"/list.m3u"_s, response);
         server.route(u"/final"_s, Response::ok("followed"));
-        const Outcome outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
+        const Fetched outcome = fetchNow(QNetworkRequest(server.url(u"/list.m3u"_s)));
         QCOMPARE(describe(outcome), expected);
-        if (outcome.payload)
-            QCOMPARE(outcome.payload->data, data);
+        if (outcome.value)
+            QCOMPARE(outcome.value->data, data);
         QTRY_COMPARE(server.connectionsOpen(), 0);
     }
 };

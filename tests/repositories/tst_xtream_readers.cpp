@@ -1,7 +1,6 @@
 // The Xtream Codes readers straight from bytes: how each answer becomes records, how loosely provider
 // JSON is read (ids as numbers or strings, wrong types, missing keys), the exact text of every refusal,
-// and answers written to hurt (garbage types, deep nesting, huge numbers, truncated or invalid bodies,
-// a million rows).
+// and answers written to hurt (garbage types, deep nesting, huge numbers, truncated or invalid bodies).
 
 #include "records/IPTVError.h"
 #include "records/JsonError.h"
@@ -153,9 +152,9 @@ private Q_SLOTS:
     void detailFailure();
     void movieStream_data();
     void movieStream();
-    void movieStreamAddress();
-    // Movie and episode addresses keep the server address as the user wrote it.
-    void catalogueStreamsKeepTheAddressAsWritten();
+    // Movie and episode addresses: the server address as the user wrote it, credentials encoded.
+    void catalogueStreamAddress_data();
+    void catalogueStreamAddress();
 
     // The texts of a detail: from "info" when it is an object, with the title's own plot and poster as
     // fallbacks. Same rules for movies and series.
@@ -164,7 +163,6 @@ private Q_SLOTS:
     void detailWithoutTitleFallbacks();
     void seriesEpisodes_data();
     void seriesEpisodes();
-    void seriesEpisodeAddress();
 
     // An episode's plot, duration and image, from its own "info" object.
     void episodeInfo_data();
@@ -186,9 +184,6 @@ private Q_SLOTS:
     // A raised cancellation stops every list reader.
     void cancelledReadersStop_data();
     void cancelledReadersStop();
-
-    // A million rows, generated here, read whole (no time is asserted).
-    void millionRows();
 
     // A single body read twice gives equal records: the readers keep no state.
     void readersKeepNoState();
@@ -889,15 +884,41 @@ void TestXtreamReaders::movieStream()
     QVERIFY(!detail.movie->requiresCustomHeaders());
 }
 
-void TestXtreamReaders::movieStreamAddress()
+void TestXtreamReaders::catalogueStreamAddress_data()
 {
-    const PlaylistSource source
-        = provider(u" https://provider.test:8443/p// "_s, u"nom usuari"_s, u"clau&1"_s);
-    const CatalogDetail detail
-        = XtreamReaders::catalogDetail(R"({"info":{}})", source, title(CatalogKind::movies));
-    QVERIFY(detail.movie);
-    QCOMPARE(detail.movie->encodedURL(),
-        QByteArray("https://provider.test:8443/p/movie/nom%20usuari/clau%261/42.mkv"));
+    QTest::addColumn<CatalogKind>("kind");
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("username");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QByteArray>("expected");
+
+    QTest::newRow("movie, credentials encoded")
+        << CatalogKind::movies << u" https://provider.test:8443/p// "_s << u"nom usuari"_s << u"clau&1"_s
+        << QByteArray("https://provider.test:8443/p/movie/nom%20usuari/clau%261/42.mkv");
+    QTest::newRow("episode, credentials encoded")
+        << CatalogKind::series << u"http://provider.test:8080//"_s << u"a@b"_s << u"c d"_s
+        << QByteArray("http://provider.test:8080/series/a%40b/c%20d/31.mp4");
+    for (const CatalogKind kind : CatalogKinds::allCases) {
+        QTest::addRow("%s, address as written", kind == CatalogKind::movies ? "movie" : "episode")
+            << kind << u"  http://Provider.Test:80/a/./p%c3%a9// "_s << u"user"_s << u"pass"_s
+            << QByteArray("http://Provider.Test:80/a/./p%c3%a9")
+                + (kind == CatalogKind::movies ? "/movie/user/pass/42.mkv" : "/series/user/pass/31.mp4");
+    }
+}
+
+void TestXtreamReaders::catalogueStreamAddress()
+{
+    QFETCH(CatalogKind, kind);
+    QFETCH(QString, address);
+    QFETCH(QString, username);
+    QFETCH(QString, password);
+    QFETCH(QByteArray, expected);
+
+    const CatalogDetail detail = XtreamReaders::catalogDetail(
+        kind == CatalogKind::movies ? QByteArray(R"({"info":{}})")
+                                    : QByteArray(R"({"episodes":{"1":[{"id":"31","episode_num":1,"title":"U"}]}})"),
+        provider(address, username, password), title(kind));
+    QCOMPARE(detail.movie ? detail.movie->encodedURL() : detail.episodes.front().channel.encodedURL(), expected);
 }
 
 void TestXtreamReaders::detailField_data()
@@ -1078,33 +1099,6 @@ void TestXtreamReaders::seriesEpisodes()
         QVERIFY(!episode.channel.requiresCustomHeaders());
     }
     QCOMPARE(described, episodes);
-}
-
-void TestXtreamReaders::catalogueStreamsKeepTheAddressAsWritten()
-{
-    const PlaylistSource source = provider(u"  http://Provider.Test:80/a/./p%c3%a9// "_s);
-    const QByteArray prefix("http://Provider.Test:80/a/./p%c3%a9");
-    const CatalogDetail movie = XtreamReaders::catalogDetail(R"({"info":{}})", source, title(CatalogKind::movies));
-    QVERIFY(movie.movie);
-    QCOMPARE(movie.movie->encodedURL(), prefix + "/movie/user/pass/42.mkv");
-    const CatalogDetail series = XtreamReaders::catalogDetail(
-        R"({"episodes":{"1":[{"id":"31","episode_num":1,"title":"U"}]}})", source, title(CatalogKind::series));
-    QCOMPARE(series.episodes.size(), qsizetype(1));
-    QCOMPARE(series.episodes.front().channel.encodedURL(), prefix + "/series/user/pass/31.mp4");
-}
-
-void TestXtreamReaders::seriesEpisodeAddress()
-{
-    const PlaylistSource source = provider(u"http://provider.test:8080//"_s, u"a@b"_s, u"c d"_s);
-    CatalogItem item = title(CatalogKind::series);
-    item.name = u"La sèrie"_s;
-    const CatalogDetail detail = XtreamReaders::catalogDetail(
-        R"({"episodes":{"2":[{"id":"31","episode_num":4,"title":"Quart","container_extension":"mkv"}]}})",
-        source, item);
-    QCOMPARE(detail.episodes.size(), qsizetype(1));
-    const CatalogEpisode &episode = detail.episodes.front();
-    QCOMPARE(episode.channel.encodedURL(), QByteArray("http://provider.test:8080/series/a%40b/c%20d/31.mkv"));
-    QCOMPARE(episode.channel.group(), u"La sèrie · T2 E4"_s);
 }
 
 void TestXtreamReaders::episodeInfo_data()
@@ -1445,31 +1439,6 @@ void TestXtreamReaders::cancelledReadersStop()
     QVERIFY_THROWS_EXCEPTION(CancelledError, readers.value(reader)());
     // With a live token the same body reads whole.
     QCOMPARE(readThrough(reader, body).count(u'\n'), 19999);
-}
-
-void TestXtreamReaders::millionRows()
-{
-    // Every row a category of its own; only the last one is also a live stream.
-    constexpr int rows = 1000000;
-    QByteArray body;
-    body.reserve(rows * 20 + 64);
-    body += '[';
-    for (int i = 0; i < rows - 1; ++i) {
-        body += "{\"category_id\":";
-        body += QByteArray::number(i);
-        body += "},";
-    }
-    body += R"({"category_id":999999,"category_name":"Darrera","stream_id":7,"name":"Darrer"}])";
-
-    const QList<CatalogCategory> catalogue = XtreamReaders::catalogCategories(body);
-    QCOMPARE(catalogue.size(), qsizetype(rows));
-    QCOMPARE(catalogue.front(), (CatalogCategory {u"0"_s, u"Sense categoria"_s}));
-    QCOMPARE(catalogue.at(123456), (CatalogCategory {u"123456"_s, u"Sense categoria"_s}));
-    QCOMPARE(catalogue.back(), (CatalogCategory {u"999999"_s, u"Darrera"_s}));
-
-    const QList<Channel> channels = XtreamReaders::liveStreams(body, provider(), u"ts"_s, {});
-    QCOMPARE(channels.size(), qsizetype(1));
-    QCOMPARE(describe(channels.front()), u"Darrer | Directe | "_s + providerBase + u"/live/user/pass/7.ts"_s);
 }
 
 void TestXtreamReaders::readersKeepNoState()

@@ -5,12 +5,10 @@
 
 #include "Fixtures.h"
 #include "LoopbackServer.h"
-#include "records/IPTVError.h"
-#include "records/JsonError.h"
+#include "Settled.h"
 #include "repositories/CatalogRepository.h"
 #include "repositories/PlaylistRepository.h"
 
-#include <QCoroTask>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -97,33 +95,6 @@ std::optional<QString> siblingFor(const QString &path, const QString &action)
             return candidate;
     }
     return std::nullopt;
-}
-
-template<typename T> struct Outcome
-{
-    std::optional<T> value;
-    QString failure;
-};
-
-// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
-template<typename T> QCoro::Task<Outcome<T>> settled(QCoro::Task<T> task)
-{
-    Outcome<T> outcome;
-    try {
-        outcome.value = co_await std::move(task);
-    } catch (const IPTVError &error) {
-        outcome.failure = error.message();
-    } catch (const JsonError &) {
-        outcome.failure = jsonError;
-    } catch (const std::exception &error) {
-        outcome.failure = u"<unexpected: %1>"_s.arg(QString::fromUtf8(error.what()));
-    }
-    co_return outcome;
-}
-
-template<typename T> Outcome<T> run(QCoro::Task<T> task)
-{
-    return QCoro::waitFor(settled(std::move(task)));
 }
 
 PlaylistSource sourceFor(const LoopbackServer &server)
@@ -338,7 +309,7 @@ private:
     {
         const PlaylistSource source = sourceFor(provider.server());
         if (action.isEmpty() || action.startsWith(u"get_live"_s)) {
-            const auto outcome = run(PlaylistRepository().load(source));
+            const auto outcome = settle(PlaylistRepository().load(source));
             if (outcome.value) {
                 checkPromises(*outcome.value);
                 summary = summaryOf(*outcome.value);
@@ -347,7 +318,7 @@ private:
         }
         if (action.endsWith(u"_categories"_s)) {
             const CatalogKind kind = action.contains(u"series"_s) ? CatalogKind::series : CatalogKind::movies;
-            const auto outcome = run(CatalogRepository().categories(source, kind));
+            const auto outcome = settle(CatalogRepository().categories(source, kind));
             if (outcome.value) {
                 checkPromises(*outcome.value);
                 summary = summaryOf(*outcome.value);
@@ -356,7 +327,7 @@ private:
         }
         if (action.endsWith(u"_info"_s)) {
             const CatalogKind kind = action.contains(u"series"_s) ? CatalogKind::series : CatalogKind::movies;
-            const auto outcome = run(CatalogRepository().detail(source, titleOf(kind)));
+            const auto outcome = settle(CatalogRepository().detail(source, titleOf(kind)));
             if (outcome.value) {
                 checkPromises(*outcome.value, kind);
                 if (!outcome.value->movie && outcome.value->episodes.isEmpty())
@@ -367,7 +338,7 @@ private:
             return outcome.failure;
         }
         const CatalogKind kind = action == u"get_series"_s ? CatalogKind::series : CatalogKind::movies;
-        const auto outcome = run(CatalogRepository().items(source, kind, u"1"_s));
+        const auto outcome = settle(CatalogRepository().items(source, kind, u"1"_s));
         if (outcome.value) {
             checkPromises(*outcome.value);
             summary = summaryOf(*outcome.value);
@@ -643,92 +614,6 @@ private Q_SLOTS:
         QStringList summary;
         QCOMPARE(readThrough(provider, action, summary), failure);
         QVERIFY(summary.isEmpty());
-    }
-
-    // Season 1 announces ten episodes and lists nine: episode 9 is missing, nothing is invented.
-    void nineOfTenEpisodes()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        Provider provider;
-        QVERIFY(provider.start());
-        provider.serve({{u"get_series_info"_s,
-            Fixtures::read(xtreamFolder() + u"/handwritten-fixtures/xc-vod-dl-series_info.json"_s)}});
-        const auto outcome
-            = run(CatalogRepository().detail(sourceFor(provider.server()), titleOf(CatalogKind::series)));
-        QCOMPARE(outcome.failure, QString());
-        const CatalogDetail &detail = *outcome.value;
-        QList<qint64> numbers;
-        for (const CatalogEpisode &episode : detail.episodes) {
-            numbers.append(episode.number);
-            QCOMPARE(episode.season, qint64(1));
-            QVERIFY(episode.channel.encodedURL().endsWith(".mkv"));
-        }
-        QCOMPARE(numbers, (QList<qint64> {1, 2, 3, 4, 5, 6, 7, 8, 10}));
-        QCOMPARE(detail.seasons(), QList<qint64> {1});
-        QCOMPARE(detail.episodes.front().plot, u"Episode 1 plot."_s);
-        QCOMPARE(detail.episodes.front().title, u"Pilot"_s);
-        QCOMPARE(detail.episodes.back().id, u"9010"_s);
-    }
-
-    // The series "24": nine seasons, 204 episodes, ids that do not follow the episode order.
-    void aLongSeries()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        Provider provider;
-        QVERIFY(provider.start());
-        provider.serve({{u"get_series_info"_s,
-            Fixtures::read(xtreamFolder() + u"/panelr-for-iptvboss/get_series_info.json"_s)}});
-        const auto outcome
-            = run(CatalogRepository().detail(sourceFor(provider.server()), titleOf(CatalogKind::series)));
-        QCOMPARE(outcome.failure, QString());
-        const CatalogDetail &detail = *outcome.value;
-        QCOMPARE(detail.episodes.size(), qsizetype(204));
-        QCOMPARE(detail.seasons(), (QList<qint64> {1, 2, 3, 4, 5, 6, 7, 8, 9}));
-        QHash<qint64, int> perSeason;
-        for (const CatalogEpisode &episode : detail.episodes)
-            ++perSeason[episode.season];
-        for (qint64 season = 1; season <= 8; ++season)
-            QCOMPARE(perSeason.value(season), 24);
-        QCOMPARE(perSeason.value(9), 12);
-
-        const auto at = [&](qint64 season, qint64 number) -> const CatalogEpisode * {
-            for (const CatalogEpisode &episode : detail.episodes) {
-                if (episode.season == season && episode.number == number)
-                    return &episode;
-            }
-            return nullptr;
-        };
-        const CatalogEpisode *eighth = at(5, 8);
-        const CatalogEpisode *ninth = at(5, 9);
-        QVERIFY(eighth && ninth);
-        QCOMPARE(eighth->id, u"1208110"_s);
-        QCOMPARE(ninth->id, u"1208034"_s);
-        QCOMPARE(ninth - eighth, 1);
-        QCOMPARE(eighth->duration, u"00:45:00"_s);
-        QVERIFY(eighth->image);
-        QCOMPARE(eighth->channel.group(), u"Títol · T5 E8"_s);
-    }
-
-    // Mixed types in one answer: episode_num 1 and "2", season 1 and "1".
-    void mixedTypesInOneAnswer()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        Provider provider;
-        QVERIFY(provider.start());
-        provider.serve({{u"get_series_info"_s,
-            Fixtures::read(xtreamFolder() + u"/handwritten-fixtures/xstreamflex-series_info.json"_s)}});
-        const auto outcome
-            = run(CatalogRepository().detail(sourceFor(provider.server()), titleOf(CatalogKind::series)));
-        QCOMPARE(outcome.failure, QString());
-        QStringList episodes;
-        for (const CatalogEpisode &episode : outcome.value->episodes)
-            episodes.append(describe(episode) + u" | "_s + episode.duration + u" | "_s
-                + (episode.image ? episode.image->toString() : u"<none>"_s));
-        QCOMPARE(episodes,
-            (QStringList {
-                u"S1 E1 #9001 Pilot | Títol · T1 E1 | /series/user/pass/9001.mkv | 00:45:00 | http://img/e1.jpg"_s,
-                u"S1 E2 #9002 Second | Títol · T1 E2 | /series/user/pass/9002.mp4 | 00:42:10 | <none>"_s,
-                u"S2 E1 #9003 Return | Títol · T2 E1 | /series/user/pass/9003.mkv |  | <none>"_s}));
     }
 };
 

@@ -50,56 +50,6 @@ using Response = LoopbackServer::Response;
 constexpr qint64 writeBufferLimit = 1024 * 1024;
 constexpr qint64 writePiece = 256 * 1024;
 
-QByteArray standardReason(int status)
-{
-    switch (status) {
-    case 100:
-        return QByteArrayLiteral("Continue");
-    case 103:
-        return QByteArrayLiteral("Early Hints");
-    case 200:
-        return QByteArrayLiteral("OK");
-    case 201:
-        return QByteArrayLiteral("Created");
-    case 204:
-        return QByteArrayLiteral("No Content");
-    case 206:
-        return QByteArrayLiteral("Partial Content");
-    case 300:
-        return QByteArrayLiteral("Multiple Choices");
-    case 301:
-        return QByteArrayLiteral("Moved Permanently");
-    case 302:
-        return QByteArrayLiteral("Found");
-    case 303:
-        return QByteArrayLiteral("See Other");
-    case 304:
-        return QByteArrayLiteral("Not Modified");
-    case 307:
-        return QByteArrayLiteral("Temporary Redirect");
-    case 308:
-        return QByteArrayLiteral("Permanent Redirect");
-    case 400:
-        return QByteArrayLiteral("Bad Request");
-    case 401:
-        return QByteArrayLiteral("Unauthorized");
-    case 403:
-        return QByteArrayLiteral("Forbidden");
-    case 404:
-        return QByteArrayLiteral("Not Found");
-    case 410:
-        return QByteArrayLiteral("Gone");
-    case 500:
-        return QByteArrayLiteral("Internal Server Error");
-    case 502:
-        return QByteArrayLiteral("Bad Gateway");
-    case 503:
-        return QByteArrayLiteral("Service Unavailable");
-    default:
-        return QByteArrayLiteral("Status");
-    }
-}
-
 bool sameName(QByteArrayView a, QByteArrayView b)
 {
     return a.compare(b, Qt::CaseInsensitive) == 0;
@@ -247,17 +197,14 @@ private:
                 && *m_response.declaredLength != m_response.bodySize());
     }
 
-    static QByteArray statusLine(int status, const QByteArray &reason)
-    {
-        return "HTTP/1.1 " + QByteArray::number(status) + ' '
-            + (reason.isEmpty() ? standardReason(status) : reason) + "\r\n";
-    }
+    // The reason phrase is optional, and no client reads it: it is left empty.
+    static QByteArray statusLine(int status) { return "HTTP/1.1 " + QByteArray::number(status) + " \r\n"; }
 
     // The next interim answer, each `finalDelay` after the one before.
     void sendInterim()
     {
         const Response::Interim &interim = m_response.interim.at(m_interimSent++);
-        QByteArray head = statusLine(interim.status, {});
+        QByteArray head = statusLine(interim.status);
         for (const LoopbackServer::Header &header : interim.headers)
             head += header.first + ": " + header.second + "\r\n";
         m_socket->write(head + "\r\n");
@@ -272,7 +219,7 @@ private:
             sendInterim();
             return;
         }
-        QByteArray head = statusLine(response.status, response.reason);
+        QByteArray head = statusLine(response.status);
         if (response.endlessHead) {
             m_socket->write(head);
             m_phase = Phase::sendingEndlessHead;
@@ -561,12 +508,6 @@ LoopbackServer::Response &LoopbackServer::Response::afterInterim(int status, QLi
 LoopbackServer::Response &LoopbackServer::Response::withHeader(QByteArray name, QByteArray value)
 {
     headers.append({std::move(name), std::move(value)});
-    return *this;
-}
-
-LoopbackServer::Response &LoopbackServer::Response::withReason(QByteArray phrase)
-{
-    reason = std::move(phrase);
     return *this;
 }
 

@@ -63,7 +63,6 @@ public:
         };
 
         int status = 200;
-        QByteArray reason; // empty: the usual phrase for the status
         QList<Interim> interim; // sent first, in order
         // After each interim answer, as a server still preparing its answer; without it the next answer
         // travels with the interim one.
@@ -97,7 +96,6 @@ public:
         static Response endlessHeaders();
 
         Response &withHeader(QByteArray name, QByteArray value);
-        Response &withReason(QByteArray phrase);
         Response &afterInterim(int status, QList<Header> headers = {});
         Response &chunked(qint64 size);
         Response &withoutLength();
