@@ -11,6 +11,7 @@
 #include "models/ChannelListModel.h"
 #include "models/LibraryModel.h"
 #include "records/JsonFields.h"
+#include "stores/CatalogFavorites.h"
 #include "stores/KeychainStore.h"
 #include "stores/PersonalLists.h"
 
@@ -321,6 +322,13 @@ private Q_SLOTS:
         QCOMPARE(model.favorites().size(), 2);
         QVERIFY(loaded(model, sport));
         QCOMPARE(run.preferences.settings().value(u"activeSource"_s).toString(), JsonFields::canonicalUuid(sport.id));
+        // And the same title a catalogue favourite of both.
+        CatalogItem title;
+        title.id = u"7"_s;
+        title.kind = CatalogKind::movies;
+        title.name = u"Pel·lícula"_s;
+        model.catalogFavorites()->toggle(sport.id, title);
+        model.catalogFavorites()->toggle(news.id, title);
 
         model.remove(sport);
         QTRY_VERIFY_WITH_TIMEOUT(model.sources() == QList<PlaylistSource>{news}, 10000);
@@ -331,6 +339,8 @@ private Q_SLOTS:
         QCOMPARE(run.preferences.settings().value(u"favorites"_s).toStringList(),
                  QStringList{cafe.favoriteID(news.id)});
         QVERIFY(model.isFavorite(cafe));
+        QVERIFY(!model.catalogFavorites()->contains(sport.id, title));
+        QVERIFY(model.catalogFavorites()->contains(news.id, title));
         QCOMPARE(run.preferences.settings().value(u"activeSource"_s).toString(), JsonFields::canonicalUuid(news.id));
 
         // Removing a connection that is not active changes nothing else.
