@@ -239,14 +239,6 @@ private Q_SLOTS:
         QVERIFY(iconWarnings.isEmpty());
     }
 
-    void sourceAddressesTheProvider()
-    {
-        QCOMPARE(IconCatalog::sourceUrl(u"play.fill"_s, QColor(0x3e, 0xe0, 0xb0)),
-            QUrl(u"image://icon/play.fill?color=3ee0b0"_s));
-        QCOMPARE(IconCatalog::sourceUrl(u"star"_s, QColor(255, 0, 0, 128)),
-            QUrl(u"image://icon/star?color=80ff0000"_s));
-    }
-
     // The window icon: the application icon bundled with the module, drawn through Qt's SVG icon
     // engine as the window system would.
     void applicationIconIsBundled()
