@@ -307,6 +307,18 @@ private Q_SLOTS:
         QCOMPARE(lists.lists(), written);
         QVERIFY(!lists.selectedKind(id));
     }
+
+    void refreshIDIsPublishedOnlyWhenItChanges()
+    {
+        StoreTest::Preferences preferences;
+        PersonalLists lists(preferences.settings());
+        QSignalSpy changed(&lists, &PersonalLists::refreshIDChanged);
+        const QUuid next = QUuid::createUuid();
+        lists.setRefreshID(next);
+        lists.setRefreshID(next);
+        QCOMPARE(lists.refreshID(), next);
+        QCOMPARE(changed.count(), 1);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestPersonalLists)
