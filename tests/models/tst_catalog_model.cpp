@@ -276,6 +276,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!fixture.model.loading());
 
         QCOMPARE(fixture.model.kind(), kind);
+        QCOMPARE(fixture.model.kindName(), kind == CatalogKind::movies ? u"movies"_s : u"series"_s);
         QCOMPARE(fixture.model.categories(), expectedCategories(kind));
         QCOMPARE(fixture.model.selectedCategory(), expectedCategories(kind).first());
         QCOMPARE(idsOf(fixture.model.items()), expectedIDs(kind, 0));
