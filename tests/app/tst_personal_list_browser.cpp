@@ -3,10 +3,7 @@
 // connection that is gone, deleting the list, and the way back to it. The real QML on the real
 // library model, against the local provider's demo Xtream account.
 
-#include "../stores/StoreTestSupport.h"
-#include "DemoProvider.h"
-#include "MediaPlayer.h"
-#include "WindowDriver.h"
+#include "DemoWindow.h"
 #include "models/ChannelListModel.h"
 #include "models/LibraryModel.h"
 #include "models/PersonalListBrowserModel.h"
@@ -23,25 +20,21 @@ class tst_PersonalListBrowser : public QObject
     Q_OBJECT
 
 private:
-    DemoProvider m_provider;
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
-    WindowDriver m_ui;
+    DemoWindow m_window;
+    std::unique_ptr<LibraryModel> &m_model = m_window.model;
+    WindowDriver &m_ui = m_window.ui;
     const QUuid m_listID = QUuid::createUuid();
 
-    const ProviderCatalog &catalog() const { return m_provider.server().catalog(); }
-    QUuid source() const { return m_provider.account().id; }
+    const ProviderCatalog &catalog() const { return m_window.catalog(); }
+    QUuid source() const { return m_window.provider.account().id; }
     PersonalLists &store() const { return *m_model->personalLists(); }
 
     // Starts the window with `list` stored, and the demo account connected for the session.
     bool start(const PersonalList &list)
     {
-        m_preferences->settings().setValue(PersonalLists::storageKey(), PersonalLists::encode({list}));
-        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.personallistbrowser"_s);
-        if (!m_model || !m_ui.open(m_model.get()))
-            return false;
-        m_model->load(m_provider.account(), false, true);
-        return QTest::qWaitFor([&] { return m_model->channelCount() > 0 && !m_model->isLoading(); }, 20000);
+        return m_window.open(u"test.quenvo.personallistbrowser"_s,
+                   {{PersonalLists::storageKey(), PersonalLists::encode({list})}})
+            && m_window.connectDemo();
     }
     void openList()
     {
@@ -80,23 +73,18 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 30;
         options.categories = 3;
         options.movies = 6;
         options.series = 2;
         options.generateMedia = false;
-        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+        QVERIFY2(m_window.startProvider(options), qPrintable(m_window.provider.server().errorString()));
     }
-
-    void init() { m_preferences = std::make_unique<StoreTest::Preferences>(); }
 
     void cleanup()
     {
-        const QStringList warnings = m_ui.finish();
-        m_model.reset();
-        m_preferences.reset();
+        const QStringList warnings = m_window.finish();
         QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     }
 
@@ -232,9 +220,9 @@ private Q_SLOTS:
         // Folded shut, then checked again.
         m_ui.click(u"failuresToggle"_s);
         QTRY_VERIFY(m_ui.findAll(u"failureLine"_s).isEmpty());
-        const long long before = m_provider.server().requestCount();
+        const long long before = m_window.provider.server().requestCount();
         m_ui.click(u"retryGroups"_s);
-        QTRY_VERIFY(m_provider.server().requestCount() > before);
+        QTRY_VERIFY(m_window.provider.server().requestCount() > before);
         QTRY_VERIFY(!browser()->loading());
         QCOMPARE(browser()->failures().size(), 1);
     }

@@ -2,10 +2,8 @@
 // channel row or for catalogue groups, and the sheet that picks several groups at once. The real QML
 // on the real library model, against the local provider's demo Xtream account.
 
-#include "../stores/StoreTestSupport.h"
-#include "DemoProvider.h"
-#include "MediaPlayer.h"
-#include "WindowDriver.h"
+#include "DemoWindow.h"
+#include "Texts.h"
 #include "models/CatalogModel.h"
 #include "models/ChannelListModel.h"
 #include "models/LibraryModel.h"
@@ -17,30 +15,18 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-const QString takenName = u"Ja tens una llista personal amb aquest nom."_s;
-const QString badLength = u"Escriu un nom d’entre 1 i 80 caràcters."_s;
-} // namespace
-
 class tst_PersonalListSheets : public QObject
 {
     Q_OBJECT
 
 private:
-    DemoProvider m_provider;
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
-    WindowDriver m_ui;
+    DemoWindow m_window;
+    std::unique_ptr<LibraryModel> &m_model = m_window.model;
+    WindowDriver &m_ui = m_window.ui;
 
     PersonalLists &store() const { return *m_model->personalLists(); }
-    const ProviderCatalog &catalog() const { return m_provider.server().catalog(); }
-
-    // The demo account's live channels on screen.
-    bool connect()
-    {
-        m_model->load(m_provider.account(), false, true);
-        return QTest::qWaitFor([&] { return m_model->channelCount() > 0 && !m_model->isLoading(); }, 20000);
-    }
+    const ProviderCatalog &catalog() const { return m_window.catalog(); }
+    bool connect() { return m_window.connectDemo(); }
 
     QObject *sheet(const QString &name) const { return m_ui.object(name); }
     void call(const QString &sheetName, const char *function, const QVariant &argument = {})
@@ -78,29 +64,20 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 40;
         options.categories = 3;
         options.movies = 6;
         options.series = 2;
         options.generateMedia = false;
-        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+        QVERIFY2(m_window.startProvider(options), qPrintable(m_window.provider.server().errorString()));
     }
 
-    void init()
-    {
-        m_preferences = std::make_unique<StoreTest::Preferences>();
-        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.personallists"_s);
-        QVERIFY(m_model);
-        QVERIFY(m_ui.open(m_model.get()));
-    }
+    void init() { QVERIFY(m_window.open(u"test.quenvo.personallists"_s)); }
 
     void cleanup()
     {
-        const QStringList warnings = m_ui.finish();
-        m_model.reset();
-        m_preferences.reset();
+        const QStringList warnings = m_window.finish();
         QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     }
 
@@ -148,9 +125,9 @@ private Q_SLOTS:
         QTest::addColumn<bool>("renaming");
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("error");
-        QTest::newRow("another list's name, other case") << false << u"ESPORTS"_s << takenName;
-        QTest::newRow("81 characters") << false << QString(81, u'a') << badLength;
-        QTest::newRow("rename to another list's name") << true << u"esports"_s << takenName;
+        QTest::newRow("another list's name, other case") << false << u"ESPORTS"_s << Texts::takenListName;
+        QTest::newRow("81 characters") << false << QString(81, u'a') << Texts::listNameLength;
+        QTest::newRow("rename to another list's name") << true << u"esports"_s << Texts::takenListName;
         QTest::newRow("rename to its own name") << true << u"Notícies"_s << QString();
         QTest::newRow("80 characters") << false << QString(80, u'a') << QString();
     }
@@ -295,7 +272,7 @@ private Q_SLOTS:
         QTRY_VERIFY(in(u"addToPersonalListSheet"_s, u"newListName"_s)->isVisible());
         m_ui.type(nameFieldIn(u"addToPersonalListSheet"_s, u"newListName"_s), u"cinema "_s);
         m_ui.click(in(u"addToPersonalListSheet"_s, u"confirmButton"_s));
-        QTRY_COMPARE(textIn(u"addToPersonalListSheet"_s, u"addError"_s), takenName);
+        QTRY_COMPARE(textIn(u"addToPersonalListSheet"_s, u"addError"_s), Texts::takenListName);
         QVERIFY(m_ui.isOpen(u"addToPersonalListSheet"_s));
         QCOMPARE(store().lists().size(), 1);
         QVERIFY(store().entries(existing).isEmpty());

@@ -2,10 +2,8 @@
 // plays the local provider's generated streams through libVLC. Screenshots of what the user sees
 // are saved beside the test executable.
 
-#include "../stores/StoreTestSupport.h"
-#include "DemoProvider.h"
+#include "PlayingLibrary.h"
 #include "ProviderGuide.h"
-#include "MediaPlayer.h"
 #include "VideoSurface.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
@@ -79,9 +77,8 @@ class tst_PlaybackPane : public QObject
     Q_OBJECT
 
 private:
-    DemoProvider m_provider;
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
+    PlayingLibrary m_play;
+    LibraryModel *m_model = nullptr;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickWindow> m_window;
 
@@ -100,13 +97,7 @@ private:
         return qobject_cast<QQuickWindow *>(pane()->property("fullScreenWindow").value<QObject *>());
     }
 
-    Channel liveChannel(ProviderCatalog::LiveKind kind) const
-    {
-        const std::optional<Channel> channel = m_provider.liveChannel(kind, m_model->channels());
-        if (!channel)
-            qFatal("the demo account lists no channel of kind %d", int(kind));
-        return *channel;
-    }
+    Channel liveChannel(ProviderCatalog::LiveKind kind) const { return m_play.liveChannel(kind); }
 
     // Clicks the middle of a visible, enabled item, in whatever window shows it.
     static bool click(QQuickItem *item)
@@ -133,17 +124,6 @@ private:
         }
         const QRectF above(picture.left(), picture.top() - 8, picture.width(), 1);
         return picture.top() < 8 || litShare(image, above, 0) == 0;
-    }
-
-    // Opens the first movie's detail.
-    bool openFirstMovie()
-    {
-        m_model->selectSection(LibraryModel::Section::movies);
-        if (!QTest::qWaitFor([&] { return !m_model->catalog()->items().isEmpty(); }, 10000))
-            return false;
-        m_model->catalog()->show(m_model->catalog()->items().constFirst());
-        return QTest::qWaitFor([&] { return m_model->catalog()->detail().has_value(); }, 10000)
-            && m_model->catalog()->detail()->movie.has_value();
     }
 
     static QString accessibleName(QQuickItem *item)
@@ -175,36 +155,30 @@ private Q_SLOTS:
     {
         if (qgetenv("QUENVO_SECRET_SERVICE") != "unlocked")
             QSKIP("run through scripts/with-secret-service.sh (a throw-away keyring)");
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 8;
         options.movies = 2;
         options.series = 0;
         options.categories = 1;
-        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
-        if (!m_provider.mediaProblem().isEmpty())
-            QSKIP(qPrintable(m_provider.mediaProblem()));
+        QVERIFY2(m_play.startProvider(options), qPrintable(m_play.provider.server().errorString()));
+        if (!m_play.provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_play.provider.mediaProblem()));
     }
 
     void init()
     {
-        m_preferences = std::make_unique<StoreTest::Preferences>();
         LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
         environment.keychainService = u"test.quenvo.pane"_s;
         environment.guideCacheFolder = m_guideCache.path();
-        m_model = std::make_unique<LibraryModel>(environment);
-        QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
-        m_model->load(m_provider.account(), false, true);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isLoading(), 20000);
-        QVERIFY(m_model->channelCount() > 0);
+        QVERIFY(m_play.connect(environment));
+        m_model = m_play.model.get();
 
         m_engine = std::make_unique<QQmlEngine>();
         m_engine->addImportPath(u"qrc:/"_s);
         QQmlComponent component(m_engine.get());
         component.setData(hostQml, QUrl(u"qrc:/tst_playback_pane/Host.qml"_s));
         QVERIFY2(component.isReady(), qPrintable(component.errorString()));
-        QObject *object = component.createWithInitialProperties({{u"library"_s, QVariant::fromValue(m_model.get())}});
+        QObject *object = component.createWithInitialProperties({{u"library"_s, QVariant::fromValue(m_model)}});
         QVERIFY2(object, qPrintable(component.errorString()));
         m_window.reset(qobject_cast<QQuickWindow *>(object));
         QVERIFY(m_window);
@@ -218,8 +192,8 @@ private Q_SLOTS:
             m_model->stop();
         m_window.reset();
         m_engine.reset();
-        m_model.reset();
-        m_preferences.reset();
+        m_play.finish();
+        m_model = nullptr;
     }
 
     void idleTextsUntilAChannelPlays()
@@ -278,7 +252,7 @@ private Q_SLOTS:
         playAndWaitForPicture();
         if (QTest::currentTestFailed())
             return;
-        const ProviderCatalog &catalog = m_provider.server().catalog();
+        const ProviderCatalog &catalog = m_play.provider.server().catalog();
         const QString onNow = ProviderGuide(catalog)
                                   .programmeAt(catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular),
                                       QDateTime::currentSecsSinceEpoch())
@@ -324,7 +298,7 @@ private Q_SLOTS:
         QCOMPARE(paneItem(u"playbackErrorText"_s)->property("text").toString(), *m_model->playbackError());
         save(m_window.get(), u"playback-pane-error"_s);
 
-        QSignalSpy errors(m_model.get(), &LibraryModel::playbackErrorChanged);
+        QSignalSpy errors(m_model, &LibraryModel::playbackErrorChanged);
         QVERIFY(click(paneItem(u"retryButton"_s)));
         // The retry clears the message and starts again; the server still answers 404.
         QVERIFY(!errors.isEmpty());
@@ -569,7 +543,7 @@ private Q_SLOTS:
 
     void theTimelineSeeksWhenTheDragEnds()
     {
-        QVERIFY(openFirstMovie());
+        QVERIFY(m_play.openFirstMovie());
         m_model->playMovie();
         QTRY_VERIFY_WITH_TIMEOUT(m_model->seekable() && !m_model->waiting() && m_model->isPlaying(), 20000);
         auto *slider = paneItem(u"timelineSlider"_s);

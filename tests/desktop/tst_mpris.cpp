@@ -3,10 +3,8 @@
 // through real libVLC: identity, PlaybackStatus and Metadata kept in step with PropertiesChanged,
 // the transport commands, volume, and position and seeking for a movie.
 
-#include "../stores/StoreTestSupport.h"
 #include "BusTestSupport.h"
-#include "DemoProvider.h"
-#include "MediaPlayer.h"
+#include "PlayingLibrary.h"
 #include "desktop/Mpris.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
@@ -45,10 +43,9 @@ class tst_Mpris : public QObject
     Q_OBJECT
 
 private:
-    DemoProvider m_provider;
+    PlayingLibrary m_play;
+    LibraryModel *m_model = nullptr;
     QDBusConnection m_remote = BusTest::otherConnection(u"remote control"_s);
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
     std::unique_ptr<Mpris> m_mpris;
     std::unique_ptr<BusTest::PropertiesChanged> m_changes;
 
@@ -65,23 +62,7 @@ private:
                                                        arguments));
     }
 
-    Channel liveChannel(ProviderCatalog::LiveKind kind) const
-    {
-        const std::optional<Channel> channel = m_provider.liveChannel(kind, m_model->channels());
-        if (!channel)
-            qFatal("the demo account lists no channel of kind %d", int(kind));
-        return *channel;
-    }
-
-    bool openFirstMovie()
-    {
-        m_model->selectSection(LibraryModel::Section::movies);
-        if (!QTest::qWaitFor([&] { return !m_model->catalog()->items().isEmpty(); }, 10000))
-            return false;
-        m_model->catalog()->show(m_model->catalog()->items().constFirst());
-        return QTest::qWaitFor([&] { return m_model->catalog()->detail().has_value(); }, 10000)
-            && m_model->catalog()->detail()->movie.has_value();
-    }
+    Channel liveChannel(ProviderCatalog::LiveKind kind) const { return m_play.liveChannel(kind); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -89,27 +70,22 @@ private Q_SLOTS:
         if (qgetenv("QUENVO_SECRET_SERVICE") != "unlocked")
             QSKIP("runs only inside its own D-Bus session with a throw-away keyring (scripts/with-secret-service.sh)");
         QVERIFY(m_remote.isConnected());
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 6;
         options.movies = 2;
         options.series = 1;
         options.categories = 1;
-        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
-        if (!m_provider.mediaProblem().isEmpty())
-            QSKIP(qPrintable(m_provider.mediaProblem()));
+        QVERIFY2(m_play.startProvider(options), qPrintable(m_play.provider.server().errorString()));
+        if (!m_play.provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_play.provider.mediaProblem()));
     }
 
     void init()
     {
-        m_preferences = std::make_unique<StoreTest::Preferences>();
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
+        LibraryModel::Environment environment; // the model's own 0.5-second tick runs
         environment.keychainService = u"test.quenvo.mpris"_s;
-        m_model = std::make_unique<LibraryModel>(environment); // the model's own 0.5-second tick runs
-        QVERIFY(QSignalSpy(m_model.get(), &LibraryModel::startedUp).wait(10000));
-        m_model->load(m_provider.account(), false, true);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->isLoading(), 20000);
+        QVERIFY(m_play.connect(environment));
+        m_model = m_play.model.get();
         m_mpris = std::make_unique<Mpris>(*m_model);
         QVERIFY(m_mpris->start());
         m_changes = std::make_unique<BusTest::PropertiesChanged>(m_remote, Mpris::objectPath);
@@ -119,8 +95,7 @@ private Q_SLOTS:
     {
         m_changes.reset();
         m_mpris.reset();
-        m_model.reset();
-        m_preferences.reset();
+        m_play.finish();
     }
 
     void whoThePlayerIs()
@@ -169,10 +144,10 @@ private Q_SLOTS:
         QVERIFY(playing.value(u"mpris:trackid"_s).value<QDBusObjectPath>().path().endsWith(channel.id()));
         QVERIFY(!playing.contains(u"mpris:length"_s)); // live: no length
         // The list's logo for the channel.
-        const ProviderCatalog &catalog = m_provider.server().catalog();
+        const ProviderCatalog &catalog = m_play.provider.server().catalog();
         const int index = catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular);
         QCOMPARE(playing.value(u"mpris:artUrl"_s).toString(),
-            m_provider.server().url(u"/images/logo-%1.png"_s.arg(catalog.liveChannelLogo(index))).toString());
+            m_play.provider.server().url(u"/images/logo-%1.png"_s.arg(catalog.liveChannelLogo(index))).toString());
         QCOMPARE(metadata(), playing); // what is read is what was announced
         QCOMPARE(player(u"CanPause"_s), QVariant(true));
         QCOMPARE(player(u"CanSeek"_s), QVariant(false));
@@ -230,7 +205,7 @@ private Q_SLOTS:
 
     void aMovieHasALengthAPosterAndSeeks()
     {
-        QVERIFY(openFirstMovie());
+        QVERIFY(m_play.openFirstMovie());
         const CatalogDetail detail = *m_model->catalog()->detail();
         m_model->playMovie();
         QTRY_VERIFY_WITH_TIMEOUT(m_changes->last(u"Metadata"_s).toMap().contains(u"mpris:length"_s), 15000);

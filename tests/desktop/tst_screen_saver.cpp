@@ -3,12 +3,9 @@
 // its own (which service, which arguments, release while a request is on its way), then the
 // library model playing the local provider's stream through real libVLC, paused, resumed, stopped.
 
-#include "../stores/StoreTestSupport.h"
 #include "BusTestSupport.h"
-#include "DemoProvider.h"
-#include "MediaPlayer.h"
+#include "PlayingLibrary.h"
 #include "desktop/ScreenSaverInhibitor.h"
-#include "models/LibraryModel.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
@@ -210,30 +207,25 @@ private Q_SLOTS:
     void heldWhilePlaying()
     {
         offerScreenSaver();
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
-        DemoProvider provider;
+        PlayingLibrary play;
         ProviderOptions options;
         options.liveChannels = 6;
         options.movies = 0;
         options.series = 0;
         options.categories = 1;
-        QVERIFY2(provider.start(options), qPrintable(provider.server().errorString()));
-        if (!provider.mediaProblem().isEmpty())
-            QSKIP(qPrintable(provider.mediaProblem()));
-        StoreTest::Preferences preferences;
+        QVERIFY2(play.startProvider(options), qPrintable(play.provider.server().errorString()));
+        if (!play.provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(play.provider.mediaProblem()));
         LibraryModel::Environment environment;
-        environment.preferences = &preferences.settings();
         environment.keychainService = u"test.quenvo.screensaver"_s;
-        LibraryModel model(environment);
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
-        model.load(provider.account(), false, true);
-        QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 20000);
+        QVERIFY(play.connect(environment));
+        LibraryModel &model = *play.model;
 
         ScreenSaverInhibitor inhibitor;
         inhibitor.follow(model);
         QCOMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
 
-        const Channel channel = *provider.liveChannel(ProviderCatalog::LiveKind::regular, model.channels());
+        const Channel channel = play.liveChannel(ProviderCatalog::LiveKind::regular);
         model.play(channel, false);
         QTRY_COMPARE_WITH_TIMEOUT(inhibitor.holder(), ScreenSaverInhibitor::Holder::screenSaver, 15000);
         QVERIFY(model.isPlaying());
@@ -253,7 +245,7 @@ private Q_SLOTS:
                                           u"Inhibit Quenvo · S’està reproduint un vídeo → 42"_s, u"UnInhibit 42"_s}));
 
         // A channel that fails never keeps the screen awake.
-        model.play(*provider.liveChannel(ProviderCatalog::LiveKind::missing, model.channels()), false);
+        model.play(play.liveChannel(ProviderCatalog::LiveKind::missing), false);
         QTRY_VERIFY_WITH_TIMEOUT(model.playbackError().has_value(), 15000);
         QTRY_COMPARE(inhibitor.holder(), ScreenSaverInhibitor::Holder::none);
         QTRY_VERIFY(!inhibitor.requesting());

@@ -11,6 +11,7 @@
 #include "models/ChannelListModel.h"
 #include "models/LibraryModel.h"
 #include "records/JsonFields.h"
+#include "stores/CatalogFavorites.h"
 #include "stores/KeychainStore.h"
 #include "stores/PersonalLists.h"
 
@@ -202,21 +203,28 @@ private Q_SLOTS:
         QVERIFY(model.sources().isEmpty());
     }
 
-    void onlyTheLatestOfTwoLoadsApplies_data()
+    // A slow load overtaken by another load, or cancelled: whatever becomes of it, nothing of it
+    // shows, and the connection the user went on with (or stayed on) is the one on screen.
+    void onlyTheLatestLoadApplies_data()
     {
         QTest::addColumn<int>("firstStatus");
-        QTest::newRow("the first answers late") << 200;
-        QTest::newRow("the first fails late") << 500;
+        QTest::addColumn<bool>("cancelled"); // else another load follows
+        QTest::newRow("the first answers late") << 200 << false;
+        QTest::newRow("the first fails late") << 500 << false;
+        QTest::newRow("cancelled") << 200 << true;
     }
 
-    void onlyTheLatestOfTwoLoadsApplies()
+    void onlyTheLatestLoadApplies()
     {
         QFETCH(int, firstStatus);
+        QFETCH(bool, cancelled);
         Run run;
         LibraryModel &model = run.start();
         QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
+        QVERIFY(loaded(model, news, false, true));
 
-        const QString slowPath = u"/slow-%1.m3u"_s.arg(firstStatus);
+        const QString slowPath = u"/slow-%1-%2.m3u"_s.arg(firstStatus).arg(cancelled);
         LoopbackServer::Response slow =
             firstStatus == 200 ? LoopbackServer::Response::ok(playlist({{u"Lent"_s, u"x"_s, u"/slow.ts"_s}}, m_server.url()))
                                : LoopbackServer::Response::withStatus(firstStatus);
@@ -226,44 +234,26 @@ private Q_SLOTS:
 
         QSignalSpy notices(&model, &LibraryModel::noticeChanged);
         model.load(first, false, true);
-        // The first request is at the server when the second one starts.
+        // The first request is at the server when the user moves on.
         QTRY_VERIFY_WITH_TIMEOUT(m_server.requestCount(slowPath) == 1, 5000);
-        model.load(second, false, true);
-        QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
-        QCOMPARE(model.activeID(), std::optional<QUuid>(second.id));
-        // Whatever becomes of the first request, nothing of it shows.
+        if (cancelled) {
+            model.cancelLoad();
+            QVERIFY(!model.isLoading());
+        } else {
+            model.load(second, false, true);
+            QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
+        }
+        const PlaylistSource &shown = cancelled ? news : second;
+        const QStringList names = cancelled ? QStringList {u"Café TV"_s, u"Notícies 24"_s, u"Cinema"_s, u"Música"_s}
+                                            : QStringList {u"Esport 1"_s, u"Esport 2"_s};
         QTest::qWait(900);
-        QCOMPARE(model.activeID(), std::optional<QUuid>(second.id));
-        QCOMPARE(namesOf(*model.filteredChannels()), (QStringList{u"Esport 1"_s, u"Esport 2"_s}));
+        QCOMPARE(model.activeID(), std::optional<QUuid>(shown.id));
+        QCOMPARE(namesOf(*model.filteredChannels()), names);
         QCOMPARE(model.notice(), std::nullopt);
         QCOMPARE(notices.count(), 0);
         QVERIFY(!model.isLoading());
-        // Only the successful one is kept for the session.
-        QCOMPARE(model.temporarySources(), QList<PlaylistSource>{second});
-    }
-
-    void cancelLoadKeepsThePreviousChannels()
-    {
-        Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
-        const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
-        QVERIFY(loaded(model, news));
-
-        m_server.route(u"/slow-cancelled.m3u"_s,
-                       LoopbackServer::Response::ok(playlist({{u"Lent"_s, u"x"_s, u"/slow.ts"_s}}, m_server.url()))
-                           .delayedBy(500ms));
-        const PlaylistSource slow = m3uSource(u"Lenta"_s, m_server.url(u"/slow-cancelled.m3u"_s));
-        model.load(slow, false, false);
-        QVERIFY(model.isLoading());
-        QSignalSpy notices(&model, &LibraryModel::noticeChanged);
-        model.cancelLoad();
-        QVERIFY(!model.isLoading());
-        QTest::qWait(800);
-        QCOMPARE(model.activeID(), std::optional<QUuid>(news.id));
-        QCOMPARE(model.channelCount(), 4);
-        QCOMPARE(notices.count(), 0);
-        QVERIFY(!model.isLoading());
+        // Only the successful ones are kept for the session.
+        QCOMPARE(model.temporarySources(), (cancelled ? QList {news} : QList {news, second}));
     }
 
     void aFailedLoadKeepsThePreviousConnection()
@@ -321,6 +311,13 @@ private Q_SLOTS:
         QCOMPARE(model.favorites().size(), 2);
         QVERIFY(loaded(model, sport));
         QCOMPARE(run.preferences.settings().value(u"activeSource"_s).toString(), JsonFields::canonicalUuid(sport.id));
+        // And the same title a catalogue favourite of both.
+        CatalogItem title;
+        title.id = u"7"_s;
+        title.kind = CatalogKind::movies;
+        title.name = u"Pel·lícula"_s;
+        model.catalogFavorites()->toggle(sport.id, title);
+        model.catalogFavorites()->toggle(news.id, title);
 
         model.remove(sport);
         QTRY_VERIFY_WITH_TIMEOUT(model.sources() == QList<PlaylistSource>{news}, 10000);
@@ -331,6 +328,8 @@ private Q_SLOTS:
         QCOMPARE(run.preferences.settings().value(u"favorites"_s).toStringList(),
                  QStringList{cafe.favoriteID(news.id)});
         QVERIFY(model.isFavorite(cafe));
+        QVERIFY(!model.catalogFavorites()->contains(sport.id, title));
+        QVERIFY(model.catalogFavorites()->contains(news.id, title));
         QCOMPARE(run.preferences.settings().value(u"activeSource"_s).toString(), JsonFields::canonicalUuid(news.id));
 
         // Removing a connection that is not active changes nothing else.

@@ -2,23 +2,15 @@
 // the loopback interface. The tick is driven by the test, and the clock the playback rules read can be
 // moved forward, so the 35-second and 5-second rules are checked without waiting for them.
 
-#include "../stores/StoreTestSupport.h"
 #include "Fixtures.h"
-#include "DemoProvider.h"
-#include "MediaPlayer.h"
-#include "models/CatalogModel.h"
-#include "models/LibraryModel.h"
-#include "records/CatalogDetail.h"
-#include "records/WatchProgress.h"
+#include "PlayingLibrary.h"
+#include "Texts.h"
 #include "stores/WatchHistory.h"
 
 #include <QDir>
-#include <QSignalSpy>
+#include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
-
-#include <memory>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -28,25 +20,12 @@ class tst_LibraryPlayback : public QObject
     Q_OBJECT
 
 private:
-    // Real time plus whatever the test has skipped.
-    std::chrono::steady_clock::duration m_skipped{};
-    DemoProvider m_provider;
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
+    PlayingLibrary m_play;
+    LibraryModel::Environment m_environment;
+    LibraryModel *m_model = nullptr;
 
-    void skip(std::chrono::seconds seconds) { m_skipped += seconds; }
-
-    LibraryModel &startModel()
-    {
-        m_model.reset();
-        LibraryModel::Environment environment;
-        environment.preferences = &m_preferences->settings();
-        environment.keychainService = u"test.quenvo.playback"_s;
-        environment.clock = [this] { return std::chrono::steady_clock::now() + m_skipped; };
-        environment.pollPlayback = false;
-        m_model = std::make_unique<LibraryModel>(environment);
-        return *m_model;
-    }
+    void skip(std::chrono::seconds seconds) { m_play.skipped += seconds; }
+    Channel liveChannel(ProviderCatalog::LiveKind kind) const { return m_play.liveChannel(kind); }
 
     // Ticks as the timer would, until `done` holds or `timeout` passes.
     template<typename Predicate> bool tickUntil(Predicate done, std::chrono::milliseconds timeout = 15s)
@@ -61,63 +40,41 @@ private:
         return false;
     }
 
-    Channel liveChannel(ProviderCatalog::LiveKind kind) const
-    {
-        const std::optional<Channel> channel = m_provider.liveChannel(kind, m_model->channels());
-        if (!channel)
-            qFatal("the demo account lists no channel of kind %d", int(kind));
-        return *channel;
-    }
-
     bool receivedMedia() const { return !m_model->waiting() && !m_model->diagnostics().isEmpty(); }
 
-    // Opens the first movie's detail.
-    bool openFirstMovie()
+    // The first movie's detail open, with `seconds` of it remembered, and playing.
+    QString playFirstMovieFrom(double seconds)
     {
-        m_model->selectSection(LibraryModel::Section::movies);
-        if (!QTest::qWaitFor([&] { return !m_model->catalog()->items().isEmpty(); }, 10000))
-            return false;
-        m_model->catalog()->show(m_model->catalog()->items().constFirst());
-        return QTest::qWaitFor([&] { return m_model->catalog()->detail().has_value(); }, 10000)
-            && m_model->catalog()->detail()->movie.has_value();
-    }
-
-    QString movieKey() const
-    {
-        const CatalogDetail &detail = *m_model->catalog()->detail();
-        return WatchProgress::key(m_provider.account().id, detail.item.kind, detail.item.id);
+        if (!m_play.openFirstMovie())
+            return QString();
+        const QString key = m_play.openTitleKey();
+        m_model->history()->update(key, seconds, 100);
+        m_model->playMovie();
+        return key;
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 12;
         options.movies = 4;
         options.series = 2;
         options.categories = 2;
-        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
-        if (!m_provider.mediaProblem().isEmpty())
-            QSKIP(qPrintable(m_provider.mediaProblem()));
+        QVERIFY2(m_play.startProvider(options), qPrintable(m_play.provider.server().errorString()));
+        if (!m_play.provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_play.provider.mediaProblem()));
     }
 
     void init()
     {
-        m_skipped = {};
-        m_preferences = std::make_unique<StoreTest::Preferences>();
-        LibraryModel &model = startModel();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
-        model.load(m_provider.account(), false, true);
-        QVERIFY(QTest::qWaitFor([&] { return !model.isLoading(); }, 20000));
-        QCOMPARE(model.activeID(), std::optional<QUuid>(m_provider.account().id));
+        m_environment.keychainService = u"test.quenvo.playback"_s;
+        m_environment.pollPlayback = false;
+        QVERIFY(m_play.connect(m_environment));
+        m_model = m_play.model.get();
     }
 
-    void cleanup()
-    {
-        m_model.reset();
-        m_preferences.reset();
-    }
+    void cleanup() { m_play.finish(); }
 
     void aPictureOrASoundCountsAsMedia_data()
     {
@@ -144,7 +101,8 @@ private Q_SLOTS:
         const MediaPlayer::Statistics statistics = model.player()->statistics();
         QVERIFY(statistics.displayedPictures > 0 || statistics.playedAudioBuffers > 0);
         QCOMPARE(statistics.displayedPictures > 0 || model.player()->deliveredFrames() > 0, video);
-        QVERIFY(model.diagnostics().startsWith(u"Vídeo: "_s));
+        QVERIFY2(QRegularExpression(u"^Vídeo: \\d+ fotogrames · Àudio: \\d+ blocs$"_s).match(model.diagnostics()).hasMatch(),
+                 qPrintable(model.diagnostics()));
         QVERIFY(tickUntil([&] { return model.isPlaying(); }));
         QVERIFY(!model.seekable()); // live: never seekable
         model.seek(0.5);
@@ -253,17 +211,37 @@ private Q_SLOTS:
         QCOMPARE(model.player()->volume(), 57);
     }
 
+    // A title resumes from ten seconds on, unless it was watched.
+    void theResumePointStartsAtTenSeconds_data()
+    {
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<bool>("watched");
+        QTest::addColumn<double>("resume");
+        QTest::newRow("9.5 s") << 9.5 << false << 0.0;
+        QTest::newRow("10 s") << 10.0 << false << 10.0;
+        QTest::newRow("watched") << 20.0 << true << 0.0;
+    }
+
+    void theResumePointStartsAtTenSeconds()
+    {
+        QFETCH(double, seconds);
+        QFETCH(bool, watched);
+        QFETCH(double, resume);
+        QVERIFY(m_play.openFirstMovie());
+        const QString key = m_play.openTitleKey();
+        m_model->history()->update(key, seconds, 100);
+        if (watched)
+            m_model->history()->toggle(key);
+        m_model->playMovie();
+        QCOMPARE(m_model->pendingResume(), resume);
+    }
+
     void moviesResumeAndSaveTheirProgress()
     {
         LibraryModel &model = *m_model;
-        QVERIFY(openFirstMovie());
-        const QString key = movieKey();
-        model.history()->update(key, 12, 100);
-
-        model.playMovie();
+        const QString key = playFirstMovieFrom(12);
         QVERIFY(model.showsCatalogPlayer());
         QCOMPARE(model.historyKey(), std::optional<QString>(key));
-        QCOMPARE(model.pendingResume(), 12.0);
         QVERIFY(tickUntil([&] { return model.pendingResume() == 0; }, 20s));
         QVERIFY(model.seekable());
         QVERIFY(model.player()->time().milliseconds() >= 9000);
@@ -285,18 +263,17 @@ private Q_SLOTS:
         QVERIFY2(afterStop < 6, qPrintable(QString::number(afterStop)));
 
         // The next run finds it.
-        m_preferences->restart();
-        LibraryModel &next = startModel();
-        QCOMPARE(next.history()->record(key)->seconds, afterStop);
+        m_play.preferences->restart();
+        QVERIFY(m_play.startModel(m_environment));
+        m_model = m_play.model.get();
+        QCOMPARE(m_model->history()->record(key)->seconds, afterStop);
     }
 
     void quittingSavesThePosition()
     {
         LibraryModel &model = *m_model;
-        QVERIFY(openFirstMovie());
-        const QString key = movieKey();
-        model.playMovie();
-        QVERIFY(tickUntil([&] { return model.history()->record(key).has_value(); }, 20s));
+        const QString key = playFirstMovieFrom(0);
+        QVERIFY(tickUntil([&] { return model.history()->record(key)->seconds > 0; }, 20s));
         const double saved = model.history()->record(key)->seconds;
         QTest::qWait(2000); // playing on, with the next periodic save still seconds away
         // The application's event loop ends: the position is saved on the way out.
@@ -306,18 +283,31 @@ private Q_SLOTS:
                  qPrintable(u"%1 then %2"_s.arg(saved).arg(model.history()->record(key)->seconds)));
     }
 
+    // Further than the 30-second film: the player is sent to 94.9 % of it, five times a second apart,
+    // and never gets there; then the resume is given up with a notice.
     void aResumeTheServerCannotReachIsAbandoned()
     {
         LibraryModel &model = *m_model;
-        QVERIFY(openFirstMovie());
-        const QString key = movieKey();
-        // Further than the 30-second film: the player is sent to 94.9 % and never gets there.
-        model.history()->update(key, 50, 100);
-        model.playMovie();
-        QVERIFY(tickUntil([&] { return model.notice().has_value(); }, 30s));
-        QCOMPARE(model.notice(),
-                 std::optional<QString>(u"El servidor no ha confirmat el punt de represa. Pots avançar manualment amb la "
-                                        u"barra temporal."_s));
+        const QString key = playFirstMovieFrom(50);
+        // Each seek shows as the position jumping to 0.949 (from the start, or back from later on).
+        int seeks = 0;
+        float last = 0;
+        bool overshot = false;
+        std::optional<std::chrono::steady_clock::time_point> firstSeek;
+        QVERIFY(tickUntil([&] {
+            const float now = model.player()->position();
+            if (std::abs(now - 0.949f) < 0.01f && (last < 0.9f || last > now + 0.01f)) {
+                ++seeks;
+                firstSeek = firstSeek.value_or(std::chrono::steady_clock::now());
+            }
+            overshot = overshot || now > 0.99f;
+            last = now;
+            return model.notice().has_value();
+        }, 30s));
+        QCOMPARE(seeks, 5);
+        QVERIFY(!overshot);
+        QVERIFY(std::chrono::steady_clock::now() - *firstSeek >= 4s);
+        QCOMPARE(model.notice(), std::optional<QString>(Texts::resumeNotConfirmed));
         QCOMPARE(model.pendingResume(), 0.0);
         // Below the floor: the remembered position is kept.
         skip(6s);
@@ -329,8 +319,7 @@ private Q_SLOTS:
     void audioAndSubtitleTracks()
     {
         LibraryModel &model = *m_model;
-        QVERIFY(openFirstMovie());
-        model.playMovie();
+        playFirstMovieFrom(0);
         QVERIFY(tickUntil([&] { return model.audioTracks().size() == 2 && !model.waiting(); }, 20s));
         QVERIFY(model.selectedAudio() >= 0);
         const qint32 other = model.audioTracks().at(0).id == model.selectedAudio() ? model.audioTracks().at(1).id
@@ -434,7 +423,7 @@ private Q_SLOTS:
         model.playEpisode(episodes.at(lastOfFirst).id);
         QCOMPARE(model.currentChannel(), std::optional<Channel>(episodes.at(lastOfFirst).channel));
         QCOMPARE(model.historyKey(),
-                 std::optional<QString>(WatchProgress::key(m_provider.account().id, CatalogKind::series, episodes.at(lastOfFirst).id)));
+                 std::optional<QString>(WatchProgress::key(m_play.provider.account().id, CatalogKind::series, episodes.at(lastOfFirst).id)));
         QCOMPARE(model.nextEpisode(), std::optional<CatalogEpisode>(episodes.at(lastOfFirst + 1)));
         QCOMPARE(model.nextEpisode()->season, episodes.at(0).season + 1);
         model.playNextEpisode();
@@ -446,7 +435,7 @@ private Q_SLOTS:
         const Channel &stream = episodes.at(0).channel;
         model.playCatalog(Channel(u"Another name"_s, u"Another group"_s, stream.encodedURL(), false));
         QCOMPARE(model.historyKey(),
-                 std::optional<QString>(WatchProgress::key(m_provider.account().id, CatalogKind::series, episodes.at(0).id)));
+                 std::optional<QString>(WatchProgress::key(m_play.provider.account().id, CatalogKind::series, episodes.at(0).id)));
         // A live channel has no next episode.
         model.selectSection(LibraryModel::Section::live);
         model.play(liveChannel(ProviderCatalog::LiveKind::regular), false);

@@ -5,6 +5,7 @@
 // plain file.
 
 #include "StoreTestSupport.h"
+#include "Texts.h"
 #include "stores/ConnectionRegistry.h"
 #include "stores/KeychainStore.h"
 #include "stores/SecretServiceProbe.h"
@@ -20,9 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-const QString generalFailure
-    = u"No s’ha pogut carregar la llista. Revisa l’adreça, les credencials i la resposta del servidor."_s;
-
 // Each test uses a service of its own, so that tests sharing the keyring never see each other's item.
 QString freshService()
 {
@@ -54,7 +52,8 @@ QStringList namesOf(const QList<PlaylistSource> &sources)
 QByteArray lookUp(const QString &service)
 {
     QProcess tool;
-    tool.start(u"secret-tool"_s, {u"lookup"_s, u"server"_s, service, u"user"_s, KeychainStore::account()});
+    // The account by its literal name: the item users already have is found by it.
+    tool.start(u"secret-tool"_s, {u"lookup"_s, u"server"_s, service, u"user"_s, u"playlist-sources-v1"_s});
     if (!tool.waitForFinished(30000) || tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0)
         return QByteArray();
     return tool.readAllStandardOutput();
@@ -117,33 +116,8 @@ private Q_SLOTS:
         QCoreApplication::setOrganizationName(u"Quenvo"_s);
         QCoreApplication::setOrganizationDomain(u"quenvo.app"_s);
         QCoreApplication::setApplicationName(u"Quenvo"_s);
-    }
-
-    void applicationService()
-    {
+        // The service the item users already have is stored under.
         QCOMPARE(KeychainStore::applicationService(), u"app.quenvo.Quenvo"_s);
-        QCOMPARE(KeychainStore::account(), u"playlist-sources-v1"_s);
-    }
-
-    void statusCodes_data()
-    {
-        QTest::addColumn<int>("error");
-        QTest::addColumn<int>("status");
-        QTest::newRow("no error") << int(QKeychain::NoError) << 0;
-        QTest::newRow("entry not found") << int(QKeychain::EntryNotFound) << -25300;
-        QTest::newRow("access denied: locked") << int(QKeychain::AccessDenied) << -25308;
-        QTest::newRow("denied by the user") << int(QKeychain::AccessDeniedByUser) << -128;
-        QTest::newRow("not implemented") << int(QKeychain::NotImplemented) << -4;
-        QTest::newRow("no backend") << int(QKeychain::NoBackendAvailable) << -25291;
-        QTest::newRow("other error") << int(QKeychain::OtherError) << -25291;
-        QTest::newRow("could not delete") << int(QKeychain::CouldNotDeleteEntry) << -25291;
-    }
-
-    void statusCodes()
-    {
-        QFETCH(int, error);
-        QFETCH(int, status);
-        QCOMPARE(KeychainStore::status(error), status);
     }
 
     void firstStartFindsNothing()
@@ -190,32 +164,6 @@ private Q_SLOTS:
         const auto empty = StoreTest::run(store.read());
         QCOMPARE(empty.failure, QString());
         QVERIFY(empty.value->isEmpty());
-    }
-
-    void savedConnectionsSurviveARestart()
-    {
-        const QString service = freshService();
-        StoreTest::Preferences preferences;
-        const PlaylistSource a = m3u(u"A"_s, u"pa"_s);
-        const PlaylistSource b = xtream(u"B"_s, u"pb"_s);
-        {
-            ConnectionRegistry registry(KeychainStore(service), preferences.settings());
-            QCOMPARE(StoreTest::run(registry.readSaved()).failure, QString());
-            QSignalSpy sources(&registry, &ConnectionRegistry::sourcesChanged);
-            QCOMPARE(StoreTest::run(registry.keepLoaded(a, true, false)), QString());
-            registry.rememberActive(a);
-            QCOMPARE(StoreTest::run(registry.keepLoaded(b, true, false)), QString());
-            QCOMPARE(sources.count(), 2);
-            QCOMPARE(registry.sources(), QList<PlaylistSource>({a, b}));
-            QCOMPARE(preferences.settings().value(ConnectionRegistry::activeSourceKey()).toString(),
-                a.id.toString(QUuid::WithoutBraces).toUpper());
-        }
-        preferences.restart();
-        ConnectionRegistry registry(KeychainStore(service), preferences.settings());
-        const auto startUp = StoreTest::run(registry.readSaved());
-        QCOMPARE(registry.sources(), QList<PlaylistSource>({a, b}));
-        QCOMPARE(startUp.value->start, a);
-        QVERIFY(!startUp.value->notice);
     }
 
     void startConnection_data()
@@ -293,6 +241,7 @@ private Q_SLOTS:
         {
             ConnectionRegistry registry(KeychainStore(service), preferences.settings());
             QCOMPARE(StoreTest::run(registry.readSaved()).failure, QString());
+            QSignalSpy sources(&registry, &ConnectionRegistry::sourcesChanged);
             QCOMPARE(StoreTest::run(registry.keepLoaded(saved, true, false)), QString());
             registry.rememberActive(saved);
             const QByteArray item = lookUp(service);
@@ -309,13 +258,15 @@ private Q_SLOTS:
             QCOMPARE(registry.allSources(), QList<PlaylistSource>({saved, other, renamed}));
             QCOMPARE(registry.source(session.id), renamed);
             QVERIFY(!registry.isSaved(session.id));
+            QCOMPARE(sources.count(), 1); // the saved one only
             QCOMPARE(lookUp(service), item);
             QCOMPARE(preferences.settings().value(ConnectionRegistry::activeSourceKey()).toString(),
                 saved.id.toString(QUuid::WithoutBraces).toUpper());
         }
+        // The next run starts on the saved connection, with the session's gone.
         preferences.restart();
         ConnectionRegistry registry(KeychainStore(service), preferences.settings());
-        QCOMPARE(StoreTest::run(registry.readSaved()).failure, QString());
+        QCOMPARE(StoreTest::run(registry.readSaved()).value->start, saved);
         QCOMPARE(registry.allSources(), QList<PlaylistSource>({saved}));
     }
 
@@ -389,12 +340,14 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("stored");
         QTest::addColumn<QString>("notice");
-        QTest::newRow("not JSON") << u"{ not json"_s << generalFailure;
-        QTest::newRow("an object") << u"{\"id\":1}"_s << generalFailure;
+        QTest::newRow("not JSON") << u"{ not json"_s << Texts::generalFailure;
+        QTest::newRow("an object") << u"{\"id\":1}"_s << Texts::generalFailure;
         QTest::newRow("a connection without kind") << u"[{\"id\":\"0B0E1C2D-0000-4000-8000-00000000000A\","
                                                       u"\"name\":\"A\",\"address\":\"http://127.0.0.1/\","
                                                       "\"username\":\"\",\"password\":\"\"}]"_s
-                                                   << generalFailure;
+                                                   << Texts::generalFailure;
+        // The keychain answers, but with nothing to read: a read failure of its own, status 0.
+        QTest::newRow("an item without data") << QString() << Texts::keychainReadFailure(0);
     }
 
     void anUnreadableItemDisablesSaving()

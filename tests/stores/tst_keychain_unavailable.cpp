@@ -5,6 +5,7 @@
 
 #include "HeldSecretService.h"
 #include "StoreTestSupport.h"
+#include "Texts.h"
 #include "models/LibraryModel.h"
 #include "stores/ConnectionRegistry.h"
 #include "stores/KeychainStore.h"
@@ -53,20 +54,22 @@ private Q_SLOTS:
     void readFailureDisablesSaving()
     {
         const QString state = qEnvironmentVariable("QUENVO_SECRET_SERVICE");
-        QString readMessage;
-        QString writeMessage;
+        int status = 0;
         const PlaylistSource saved = m3u(u"Desada"_s);
         if (state == u"unlocked"_s) {
-            // A keyring that holds the connections, then locked.
+            // A keyring that holds the connections, read, then locked: writes fail, and the saved
+            // list stays as it was, in the registry and in the keychain.
             QCOMPARE(StoreTest::run(KeychainStore(service).write({saved})), QString());
+            StoreTest::Preferences before;
+            ConnectionRegistry reader(KeychainStore(service), before.settings());
+            QCOMPARE(StoreTest::run(reader.readSaved()).value->start, saved);
             QCOMPARE(lockDefaultCollection(), QString());
-            readMessage
-                = u"No s’ha pogut llegir el Clauer (codi -25308). Desbloqueja el Clauer i torna a obrir l’aplicació."_s;
-            writeMessage = u"No s’ha pogut desar la connexió al Clauer (codi -25308)."_s;
+            status = -25308;
+            QCOMPARE(StoreTest::run(reader.keepLoaded(m3u(u"Nova"_s), true, false)), Texts::keychainWriteFailure(status));
+            QCOMPARE(StoreTest::run(reader.remove(saved)), Texts::keychainWriteFailure(status));
+            QCOMPARE(reader.sources(), QList<PlaylistSource>({saved}));
         } else if (state == u"absent"_s) {
-            readMessage
-                = u"No s’ha pogut llegir el Clauer (codi -25291). Desbloqueja el Clauer i torna a obrir l’aplicació."_s;
-            writeMessage = u"No s’ha pogut desar la connexió al Clauer (codi -25291)."_s;
+            status = -25291;
         } else {
             QFAIL("run through scripts/with-secret-service.sh (with or without --without-keyring)");
         }
@@ -78,7 +81,7 @@ private Q_SLOTS:
         QSignalSpy canSave(&registry, &ConnectionRegistry::canSaveChanged);
         const auto startUp = StoreTest::run(registry.readSaved());
         QCOMPARE(startUp.failure, QString());
-        QCOMPARE(startUp.value->notice, readMessage);
+        QCOMPARE(startUp.value->notice, Texts::keychainReadFailure(status));
         QVERIFY(!startUp.value->start);
         QVERIFY(registry.sources().isEmpty());
         QVERIFY(!registry.canSave());
@@ -86,10 +89,8 @@ private Q_SLOTS:
 
         // Saving is refused for the rest of the run, before the keychain is even asked.
         const PlaylistSource fresh = m3u(u"Nova"_s);
-        QCOMPARE(StoreTest::run(registry.keepLoaded(fresh, true, false)),
-            ConnectionRegistry::unavailableMessage());
-        QCOMPARE(
-            StoreTest::run(registry.keepLoaded(fresh, true, true)), ConnectionRegistry::unavailableMessage());
+        QCOMPARE(StoreTest::run(registry.keepLoaded(fresh, true, false)), Texts::keychainUnavailable);
+        QCOMPARE(StoreTest::run(registry.keepLoaded(fresh, true, true)), Texts::keychainUnavailable);
         QVERIFY(registry.allSources().isEmpty());
 
         // The session still works.
@@ -102,7 +103,7 @@ private Q_SLOTS:
         QVERIFY(registry.allSources().isEmpty());
 
         // The store itself reports what a write meets.
-        QCOMPARE(StoreTest::run(KeychainStore(service).write({fresh})), writeMessage);
+        QCOMPARE(StoreTest::run(KeychainStore(service).write({fresh})), Texts::keychainWriteFailure(status));
     }
 
     // Runs after the test above has left a saved connection in a locked keyring. The window reads

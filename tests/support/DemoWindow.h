@@ -1,0 +1,60 @@
+#pragma once
+
+// What the window tests on the local provider share: its demo Xtream account (lists and pictures,
+// no media unless asked for), a preferences file of the test's own, the library model started on it
+// and the main window open on that model. Header only: for the interface tests that link Qt Quick,
+// the application and QuenvoProvider.
+
+#include "../stores/StoreTestSupport.h"
+#include "DemoProvider.h"
+#include "MediaPlayer.h"
+#include "WindowDriver.h"
+
+#include <QVariantHash>
+
+#include <memory>
+
+class DemoWindow
+{
+public:
+    DemoProvider provider;
+    std::unique_ptr<StoreTest::Preferences> preferences;
+    std::unique_ptr<LibraryModel> model;
+    WindowDriver ui;
+
+    const ProviderCatalog &catalog() const { return provider.server().catalog(); }
+
+    // The provider, its players on the dummy sound output; false when it cannot listen.
+    bool startProvider(const ProviderOptions &options)
+    {
+        MediaPlayer::setExtraOptionsForTesting({QStringLiteral("--aout=dummy")});
+        return provider.start(options);
+    }
+
+    // A fresh preferences file holding `stored`, the model started on it and the window on the model.
+    bool open(const QString &keychainService, const QVariantHash &stored = {})
+    {
+        preferences = std::make_unique<StoreTest::Preferences>();
+        for (auto value = stored.cbegin(); value != stored.cend(); ++value)
+            preferences->settings().setValue(value.key(), value.value());
+        model = WindowDriver::startModel(preferences->settings(), keychainService);
+        return model && ui.open(model.get());
+    }
+
+    // The demo account loaded for the session: true once its channels are listed.
+    bool connectDemo()
+    {
+        model->load(provider.account(), false, true);
+        return QTest::qWaitFor([this] { return model->channelCount() > 0 && !model->isLoading(); }, 20000)
+            && model->activeID() == provider.account().id;
+    }
+
+    // Closes the window: what the engine warned about the application's own components meanwhile.
+    QStringList finish()
+    {
+        const QStringList warnings = ui.finish();
+        model.reset();
+        preferences.reset();
+        return warnings;
+    }
+};
