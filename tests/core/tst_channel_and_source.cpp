@@ -322,41 +322,6 @@ private Q_SLOTS:
             QCOMPARE(result, QUrl(url));
     }
 
-    void base_data()
-    {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("base");
-        QTest::newRow("port, slashes and blanks") << u"  http://h.example:8080/// \n"_s << u"http://h.example:8080"_s;
-        QTest::newRow("path prefix kept") << u"https://h/panel/"_s << u"https://h/panel"_s;
-        QTest::newRow("nothing to trim") << u"http://h"_s << u"http://h"_s;
-    }
-    void base()
-    {
-        QFETCH(QString, address);
-        QFETCH(QString, base);
-        const PlaylistSource source(QUuid(), u"n"_s, address, u"u"_s, u"p"_s, PlaylistSource::Kind::xtream);
-        QCOMPARE(source.base(), base);
-    }
-
-    void encoded_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("encoded");
-        QTest::newRow("blank") << u"a b"_s << u"a%20b"_s;
-        QTest::newRow("ampersand and at") << u"me&you@x"_s << u"me%26you%40x"_s;
-        QTest::newRow("slash") << u"a/b"_s << u"a%2Fb"_s;
-        QTest::newRow("u umlaut") << u"ü"_s << u"%C3%BC"_s;
-        QTest::newRow("unreserved kept") << u"AZaz09-._~"_s << u"AZaz09-._~"_s;
-        QTest::newRow("reserved") << u"+=?#%:"_s << u"%2B%3D%3F%23%25%3A"_s;
-        QTest::newRow("emoji") << u"😀"_s << u"%F0%9F%98%80"_s;
-    }
-    void encoded()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, encoded);
-        QCOMPARE(PlaylistSource::encoded(text), encoded);
-    }
-
     void jsonRoundTrip()
     {
         const PlaylistSource source(sourceID, u"Casa"_s, u" http://h/x.m3u "_s, u"u"_s, u"p"_s,
