@@ -5,6 +5,7 @@
 
 #include "LoopbackServer.h"
 #include "Settled.h"
+#include "XtreamTexts.h"
 #include "async/Cancellation.h"
 #include "records/IPTVError.h"
 #include "repositories/CatalogRepository.h"
@@ -21,6 +22,7 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
+using namespace XtreamTexts;
 using Response = LoopbackServer::Response;
 using Request = LoopbackServer::Request;
 
@@ -32,9 +34,6 @@ namespace {
 const QString jsonError = u"<JsonError>"_s;
 const QString cancelled = u"<cancelled>"_s;
 const QString accessDenied = u"Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
-const QString refused = u"El servidor no ha acceptat l’usuari o la contrasenya."_s;
-const QString badLiveCatalogue = u"Catàleg Xtream no vàlid."_s;
-const QString noLiveChannels = u"El servidor no ha retornat canals en directe."_s;
 const QString notUTF8 = u"La llista no utilitza una codificació UTF-8 vàlida."_s;
 const QString notAPlaylist = u"La resposta no és una llista M3U vàlida."_s;
 const QString invalidURL
@@ -46,7 +45,6 @@ const QString needsName = u"Posa un nom a la llista."_s;
 const QString needsXtream = u"El catàleg de pel·lícules i sèries requereix una connexió Xtream Codes."_s;
 const QString badCategory = u"Categoria no vàlida."_s;
 const QString badTitle = u"Títol no vàlid."_s;
-const QString badCatalogue = u"El servidor no ha retornat un catàleg vàlid."_s;
 const QString noWebStreams = u"No s’han trobat canals HTTP o HTTPS a la llista."_s;
 const QString tooLarge = u"La llista supera el límit de 25 MB."_s;
 
@@ -679,7 +677,7 @@ private Q_SLOTS:
         QTest::newRow("items: a row not an object") << u"items"_s << Response::ok("[1]") << badCatalogue;
         QTest::newRow("detail: refused")
             << u"detail"_s << Response::ok(R"({"info":[],"user_info":{"auth":0}})")
-            << u"El servidor no permet accedir a aquesta fitxa."_s;
+            << detailRefused;
     }
 
     void catalogFailuresPassThrough()

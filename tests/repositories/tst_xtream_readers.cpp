@@ -2,8 +2,8 @@
 // JSON is read (ids as numbers or strings, wrong types, missing keys), the exact text of every refusal,
 // and answers written to hurt (garbage types, deep nesting, huge numbers, truncated or invalid bodies).
 
-#include "records/IPTVError.h"
-#include "records/JsonError.h"
+#include "Settled.h"
+#include "XtreamTexts.h"
 #include "records/PlaylistSource.h"
 #include "repositories/XtreamReaders.h"
 
@@ -13,20 +13,10 @@
 #include <functional>
 
 using namespace Qt::StringLiterals;
+using namespace XtreamTexts;
 
 namespace {
 
-const QString notAnAccount = u"Resposta Xtream no vàlida."_s;
-const QString refused = u"El servidor no ha acceptat l’usuari o la contrasenya."_s;
-const QString inactive = u"El compte del servidor no està actiu."_s;
-const QString noFormat = u"Aquest servidor no ofereix fluxos HLS ni MPEG-TS compatibles."_s;
-const QString badLiveCatalogue = u"Catàleg Xtream no vàlid."_s;
-const QString noLiveChannels = u"El servidor no ha retornat canals en directe."_s;
-const QString badCatalogue = u"El servidor no ha retornat un catàleg vàlid."_s;
-const QString badDetail = u"La fitxa retornada pel servidor no és vàlida."_s;
-const QString noDetail = u"El servidor no ha retornat la fitxa d’aquest títol."_s;
-const QString detailRefused = u"El servidor no permet accedir a aquesta fitxa."_s;
-const QString badVideoFormat = u"El servidor ha retornat un format de vídeo no vàlid."_s;
 // Stands for a JsonError where a row expects a failure.
 const QString jsonError = u"<JsonError>"_s;
 // Stands for an absent value where a row expects a text.
@@ -40,17 +30,15 @@ PlaylistSource provider(const QString &address = providerBase + u'/', const QStr
     return PlaylistSource(QUuid(), u"Proveïdor"_s, address, username, password, PlaylistSource::Kind::xtream);
 }
 
-// Runs `read`, stores what it returns in `result`, and answers how it failed: the IPTVError's message,
-// `jsonError`, or an empty text when it succeeded.
+// Runs `read`, stores what it returns in `result`, and answers how it failed (failureText()), or an empty
+// text when it succeeded.
 template<typename Result, typename Read> QString attempt(Result &result, Read read)
 {
     try {
         result = read();
         return QString();
-    } catch (const IPTVError &error) {
-        return error.message();
-    } catch (const JsonError &) {
-        return jsonError;
+    } catch (...) {
+        return failureText(std::current_exception());
     }
 }
 
