@@ -456,18 +456,6 @@ private Q_SLOTS:
         QCOMPARE(server.requestCount(), 1);
     }
 
-    void m3uWithBOMAndCRLF()
-    {
-        LoopbackServer server;
-        QVERIFY(server.start());
-        server.route(
-            u"/tv.m3u"_s, Response::ok("\xef\xbb\xbf#EXTM3U\r\n#EXTINF:-1,Còmode\r\nhttp://h/a.ts\r\n"));
-        const Outcome<QList<Channel>> outcome
-            = settle(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s)));
-        QCOMPARE(outcome.failure, QString());
-        QCOMPARE(describe(*outcome.value), QStringList {u"Còmode | Sense categoria | http://h/a.ts"_s});
-    }
-
     // ---------------------------------------------------------------------------------------------
     // Playlist files on this computer (opened from the command line or the file manager).
 
