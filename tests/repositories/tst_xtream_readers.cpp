@@ -140,7 +140,7 @@ private Q_SLOTS:
     void detailFailure();
     void movieStream_data();
     void movieStream();
-    // Movie and episode addresses: the server address as the user wrote it, credentials encoded.
+    // Movie and episode addresses: the server address as the user wrote it.
     void catalogueStreamAddress_data();
     void catalogueStreamAddress();
 
@@ -173,8 +173,6 @@ private Q_SLOTS:
     void cancelledReadersStop_data();
     void cancelledReadersStop();
 
-    // A single body read twice gives equal records: the readers keep no state.
-    void readersKeepNoState();
 };
 
 void TestXtreamReaders::account_data()
@@ -773,12 +771,6 @@ void TestXtreamReaders::catalogueStreamAddress_data()
     QTest::addColumn<QString>("password");
     QTest::addColumn<QByteArray>("expected");
 
-    QTest::newRow("movie, credentials encoded")
-        << CatalogKind::movies << u" https://provider.test:8443/p// "_s << u"nom usuari"_s << u"clau&1"_s
-        << QByteArray("https://provider.test:8443/p/movie/nom%20usuari/clau%261/42.mkv");
-    QTest::newRow("episode, credentials encoded")
-        << CatalogKind::series << u"http://provider.test:8080//"_s << u"a@b"_s << u"c d"_s
-        << QByteArray("http://provider.test:8080/series/a%40b/c%20d/31.mp4");
     for (const CatalogKind kind : CatalogKinds::allCases) {
         QTest::addRow("%s, address as written", kind == CatalogKind::movies ? "movie" : "episode")
             << kind << u"  http://Provider.Test:80/a/./p%c3%a9// "_s << u"user"_s << u"pass"_s
@@ -1313,20 +1305,6 @@ void TestXtreamReaders::cancelledReadersStop()
     QVERIFY_THROWS_EXCEPTION(CancelledError, readers.value(reader)());
     // With a live token the same body reads whole.
     QCOMPARE(readThrough(reader, body).count(u'\n'), 19999);
-}
-
-void TestXtreamReaders::readersKeepNoState()
-{
-    const QByteArray body
-        = R"([{"stream_id":1,"series_id":2,"name":"A","category_id":"1","category_name":"X"}])";
-    QCOMPARE(XtreamReaders::liveStreams(body, provider(), u"ts"_s, XtreamReaders::liveCategories(body)),
-        XtreamReaders::liveStreams(body, provider(), u"ts"_s, XtreamReaders::liveCategories(body)));
-    QCOMPARE(XtreamReaders::liveStreams(body, provider(), u"ts"_s, XtreamReaders::liveCategories(body))
-                 .front()
-                 .group(),
-        u"X"_s);
-    QCOMPARE(XtreamReaders::catalogItems(body, CatalogKind::series, u"1"_s),
-        XtreamReaders::catalogItems(body, CatalogKind::series, u"1"_s));
 }
 
 QTEST_GUILESS_MAIN(TestXtreamReaders)
