@@ -276,28 +276,6 @@ private Q_SLOTS:
         QCOMPARE(found, QStringList({u"Algeria"_s, u"Andorra"_s, u"Faroe Islands"_s, u"Spain"_s}));
     }
 
-    void ipv6HostsAreKept()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QList<Channel> channels = parseFixture(u"community/fanmingming-live-tv-ipv6.m3u"_s);
-        if (QTest::currentTestFailed())
-            return;
-        QCOMPARE(channels.size(), qsizetype(407));
-        const Channel &first = channels.front();
-        QCOMPARE(first.name(), u"CCTV-1"_s);
-        QCOMPARE(first.group(), u"央视"_s);
-        QCOMPARE(first.encodedURL(),
-            QByteArray("http://[2409:8087:3869:8021:1001::e5]:6610/PLTV/88888910/224/3221225642/index.m3u8"));
-        QCOMPARE(first.url().host(), u"2409:8087:3869:8021:1001::e5"_s);
-        QCOMPARE(first.url().port(), 6610);
-        // 123 distinct addresses of the file have a bracketed 2409: host.
-        const auto onIPv6 = [](const Channel &channel) {
-            return channel.encodedURL().startsWith("http://[2409:")
-                && channel.url().host().startsWith(u"2409:");
-        };
-        QCOMPARE(qsizetype(std::count_if(channels.begin(), channels.end(), onIPv6)), qsizetype(123));
-    }
-
     // The address a channel keeps (its identity, what is played) is the line as written.
     void addressesAreKeptAsWritten_data()
     {
@@ -332,32 +310,6 @@ private Q_SLOTS:
         QVERIFY2(found->name().startsWith(name), qPrintable(found->name()));
         QCOMPARE(found->id(),
             QString::fromLatin1(QCryptographicHash::hash(address.toLatin1(), QCryptographicHash::Sha256).toHex()));
-    }
-
-    // A byte-order mark before the header and CRLF line ends: names, addresses and the header come
-    // out clean; an address with a blank after it loses the blank.
-    void byteOrderMarkAndCRLF()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QString path = u"community/JustApo-TURKTV-vod.m3u"_s;
-        const QByteArray bytes = Fixtures::read(playlistsFolder() + u'/' + path);
-        QVERIFY(bytes.startsWith("\xEF\xBB\xBF#EXTM3U\r\n"));
-        const QList<Channel> channels = parseFixture(path);
-        if (QTest::currentTestFailed())
-            return;
-        QCOMPARE(channels.size(), qsizetype(719));
-        QCOMPARE(channels.at(0).name(), u"10 Yıl Sonra"_s);
-        QCOMPARE(channels.at(0).encodedURL(),
-            QByteArray("http://cdn8.ovid.monster/storage/movie/3/3264/video.mp4?3264"));
-        QCOMPARE(channels.at(1).name(), u"100 Numaralı Adam - 1978"_s);
-        QCOMPARE(
-            channels.at(1).encodedURL(), QByteArray("http://94.20.21.36/storage/movie/13/12972/video.mp4"));
-        QCOMPARE(channels.at(3).name(), u"15 Dakika Savaş"_s);
-        for (const Channel &channel : channels) {
-            QVERIFY2(!channel.name().contains(u'\r') && !channel.name().endsWith(u' '),
-                qPrintable(channel.name()));
-            QCOMPARE(channel.group(), Channel::uncategorizedGroup());
-        }
     }
 
     // Two #EXTINF lines in a row: the first has no address and is dropped, the second keeps its own.
