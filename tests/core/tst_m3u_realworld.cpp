@@ -61,14 +61,6 @@ const Channel *findByAddress(const QList<Channel> &channels, const QString &addr
     return nullptr;
 }
 
-QStringList namesOf(const QList<Channel> &channels)
-{
-    QStringList names;
-    for (const Channel &channel : channels)
-        names.append(channel.name());
-    return names;
-}
-
 bool isLowerHex(const QString &text)
 {
     return std::all_of(text.begin(), text.end(),
@@ -310,42 +302,6 @@ private Q_SLOTS:
         QVERIFY2(found->name().startsWith(name), qPrintable(found->name()));
         QCOMPARE(found->id(),
             QString::fromLatin1(QCryptographicHash::hash(address.toLatin1(), QCryptographicHash::Sha256).toHex()));
-    }
-
-    // Two #EXTINF lines in a row: the first has no address and is dropped, the second keeps its own.
-    void entriesWithoutAddressAreSkipped()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QList<Channel> channels = parseFixture(u"community/smolnp-IPTVru.m3u"_s);
-        if (QTest::currentTestFailed())
-            return;
-        const QStringList names = namesOf(channels);
-        const QStringList withoutAddress = {
-            u"Рен ТВ (HD)"_s,
-            u"Comedy Central (EDTV 576p)"_s,
-            u"Пятница! (HD)"_s,
-            u"Epic Drama (HD)"_s,
-            u"Filmbox (EDTV 576p)"_s,
-            u"Filmbox Arthouse (EDTV 576p)"_s,
-            u"FX Life (EDTV 576p)"_s,
-            u"Trash (HD)"_s,
-            u"Viasat Kino (HD)"_s,
-            u"Viasat Kino Action (EDTV 576p)"_s,
-            u"Viju TV1000 Новелла (HD)"_s,
-            u"Наше Мужское (HD)"_s,
-            u"НТВ Сериал (EDTV 576p)"_s,
-            u"Хоккейный (HD)"_s,
-            u"HGTV (HD)"_s,
-            u"ЕГЭ ТВ (EDTV 576p)"_s,
-            u"АВТО 24 (EDTV 576p)"_s,
-        };
-        for (const QString &name : withoutAddress)
-            QVERIFY2(!names.contains(name), qPrintable(name));
-
-        const Channel *next = findByAddress(channels, u"http://45.159.74.14:80/RenTv/index.m3u8"_s);
-        QVERIFY(next);
-        QCOMPARE(next->name(), u"Рен ТВ Int (EDTV 576p)"_s);
-        QCOMPARE(next->group(), u"Общественные"_s);
     }
 
     // #EXTVLCOPT:http-user-agent= / http-referrer= lines mark the entry they stand in, and only it.
