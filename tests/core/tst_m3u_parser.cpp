@@ -105,6 +105,8 @@ private Q_SLOTS:
         QTest::newRow("a skipped address clears its entry")
             << u"#EXTM3U\n#EXTINF:-1 group-title=\"G\",Perdut\nrtmp://h/x\nhttp://h/1"_s
             << u"Canal 1|Sense categoria|http://h/1"_s;
+        QTest::newRow("an entry without address gives way to the next")
+            << u"#EXTM3U\n#EXTINF:-1 group-title=\"G\",Perdut\n#EXTINF:-1,Bo\nhttp://h/1"_s << u"Bo|Sense categoria|http://h/1"_s;
         QTest::newRow("duplicate keeps the first name and group")
             << u"#EXTM3U\n#EXTINF:-1 group-title=\"G1\",Primer\nhttp://h/1\n#EXTINF:-1 group-title=\"G2\",Segon\nhttp://h/1"_s
             << u"Primer|G1|http://h/1"_s;

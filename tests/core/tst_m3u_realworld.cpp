@@ -61,14 +61,6 @@ const Channel *findByAddress(const QList<Channel> &channels, const QString &addr
     return nullptr;
 }
 
-QStringList namesOf(const QList<Channel> &channels)
-{
-    QStringList names;
-    for (const Channel &channel : channels)
-        names.append(channel.name());
-    return names;
-}
-
 bool isLowerHex(const QString &text)
 {
     return std::all_of(text.begin(), text.end(),
@@ -276,28 +268,6 @@ private Q_SLOTS:
         QCOMPARE(found, QStringList({u"Algeria"_s, u"Andorra"_s, u"Faroe Islands"_s, u"Spain"_s}));
     }
 
-    void ipv6HostsAreKept()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QList<Channel> channels = parseFixture(u"community/fanmingming-live-tv-ipv6.m3u"_s);
-        if (QTest::currentTestFailed())
-            return;
-        QCOMPARE(channels.size(), qsizetype(407));
-        const Channel &first = channels.front();
-        QCOMPARE(first.name(), u"CCTV-1"_s);
-        QCOMPARE(first.group(), u"央视"_s);
-        QCOMPARE(first.encodedURL(),
-            QByteArray("http://[2409:8087:3869:8021:1001::e5]:6610/PLTV/88888910/224/3221225642/index.m3u8"));
-        QCOMPARE(first.url().host(), u"2409:8087:3869:8021:1001::e5"_s);
-        QCOMPARE(first.url().port(), 6610);
-        // 123 distinct addresses of the file have a bracketed 2409: host.
-        const auto onIPv6 = [](const Channel &channel) {
-            return channel.encodedURL().startsWith("http://[2409:")
-                && channel.url().host().startsWith(u"2409:");
-        };
-        QCOMPARE(qsizetype(std::count_if(channels.begin(), channels.end(), onIPv6)), qsizetype(123));
-    }
-
     // The address a channel keeps (its identity, what is played) is the line as written.
     void addressesAreKeptAsWritten_data()
     {
@@ -332,68 +302,6 @@ private Q_SLOTS:
         QVERIFY2(found->name().startsWith(name), qPrintable(found->name()));
         QCOMPARE(found->id(),
             QString::fromLatin1(QCryptographicHash::hash(address.toLatin1(), QCryptographicHash::Sha256).toHex()));
-    }
-
-    // A byte-order mark before the header and CRLF line ends: names, addresses and the header come
-    // out clean; an address with a blank after it loses the blank.
-    void byteOrderMarkAndCRLF()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QString path = u"community/JustApo-TURKTV-vod.m3u"_s;
-        const QByteArray bytes = Fixtures::read(playlistsFolder() + u'/' + path);
-        QVERIFY(bytes.startsWith("\xEF\xBB\xBF#EXTM3U\r\n"));
-        const QList<Channel> channels = parseFixture(path);
-        if (QTest::currentTestFailed())
-            return;
-        QCOMPARE(channels.size(), qsizetype(719));
-        QCOMPARE(channels.at(0).name(), u"10 Yıl Sonra"_s);
-        QCOMPARE(channels.at(0).encodedURL(),
-            QByteArray("http://cdn8.ovid.monster/storage/movie/3/3264/video.mp4?3264"));
-        QCOMPARE(channels.at(1).name(), u"100 Numaralı Adam - 1978"_s);
-        QCOMPARE(
-            channels.at(1).encodedURL(), QByteArray("http://94.20.21.36/storage/movie/13/12972/video.mp4"));
-        QCOMPARE(channels.at(3).name(), u"15 Dakika Savaş"_s);
-        for (const Channel &channel : channels) {
-            QVERIFY2(!channel.name().contains(u'\r') && !channel.name().endsWith(u' '),
-                qPrintable(channel.name()));
-            QCOMPARE(channel.group(), Channel::uncategorizedGroup());
-        }
-    }
-
-    // Two #EXTINF lines in a row: the first has no address and is dropped, the second keeps its own.
-    void entriesWithoutAddressAreSkipped()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QList<Channel> channels = parseFixture(u"community/smolnp-IPTVru.m3u"_s);
-        if (QTest::currentTestFailed())
-            return;
-        const QStringList names = namesOf(channels);
-        const QStringList withoutAddress = {
-            u"Рен ТВ (HD)"_s,
-            u"Comedy Central (EDTV 576p)"_s,
-            u"Пятница! (HD)"_s,
-            u"Epic Drama (HD)"_s,
-            u"Filmbox (EDTV 576p)"_s,
-            u"Filmbox Arthouse (EDTV 576p)"_s,
-            u"FX Life (EDTV 576p)"_s,
-            u"Trash (HD)"_s,
-            u"Viasat Kino (HD)"_s,
-            u"Viasat Kino Action (EDTV 576p)"_s,
-            u"Viju TV1000 Новелла (HD)"_s,
-            u"Наше Мужское (HD)"_s,
-            u"НТВ Сериал (EDTV 576p)"_s,
-            u"Хоккейный (HD)"_s,
-            u"HGTV (HD)"_s,
-            u"ЕГЭ ТВ (EDTV 576p)"_s,
-            u"АВТО 24 (EDTV 576p)"_s,
-        };
-        for (const QString &name : withoutAddress)
-            QVERIFY2(!names.contains(name), qPrintable(name));
-
-        const Channel *next = findByAddress(channels, u"http://45.159.74.14:80/RenTv/index.m3u8"_s);
-        QVERIFY(next);
-        QCOMPARE(next->name(), u"Рен ТВ Int (EDTV 576p)"_s);
-        QCOMPARE(next->group(), u"Общественные"_s);
     }
 
     // #EXTVLCOPT:http-user-agent= / http-referrer= lines mark the entry they stand in, and only it.

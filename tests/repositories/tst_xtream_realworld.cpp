@@ -6,6 +6,7 @@
 #include "Fixtures.h"
 #include "LoopbackServer.h"
 #include "Settled.h"
+#include "XtreamTexts.h"
 #include "repositories/CatalogRepository.h"
 #include "repositories/PlaylistRepository.h"
 
@@ -32,21 +33,11 @@ const QString jsonError = u"<JsonError>"_s;
 const QString unusedAction = u"<unused>"_s;
 const QString account = QString();
 
-const QStringList loadFailures {
-    u"Resposta Xtream no vàlida."_s,
-    u"El servidor no ha acceptat l’usuari o la contrasenya."_s,
-    u"El compte del servidor no està actiu."_s,
-    u"Aquest servidor no ofereix fluxos HLS ni MPEG-TS compatibles."_s,
-    u"Catàleg Xtream no vàlid."_s,
-    u"El servidor no ha retornat canals en directe."_s,
-};
-const QStringList listFailures {u"El servidor no ha retornat un catàleg vàlid."_s};
-const QStringList detailFailures {
-    u"La fitxa retornada pel servidor no és vàlida."_s,
-    u"El servidor no ha retornat la fitxa d’aquest títol."_s,
-    u"El servidor no permet accedir a aquesta fitxa."_s,
-    u"El servidor ha retornat un format de vídeo no vàlid."_s,
-};
+const QStringList loadFailures {XtreamTexts::notAnAccount, XtreamTexts::refused, XtreamTexts::inactive,
+    XtreamTexts::noFormat, XtreamTexts::badLiveCatalogue, XtreamTexts::noLiveChannels};
+const QStringList listFailures {XtreamTexts::badCatalogue};
+const QStringList detailFailures {XtreamTexts::badDetail, XtreamTexts::noDetail, XtreamTexts::detailRefused,
+    XtreamTexts::badVideoFormat};
 
 const QString fallbackPlot = u"Sinopsi de la llista"_s;
 
