@@ -2,6 +2,8 @@
 #include "IPTVError.h"
 #include "JsonFields.h"
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -66,9 +68,9 @@ bool PlaylistSource::isAcceptedHttpURL(const QUrl &url)
 
 namespace {
 
-bool isLowerAlnum(char16_t c)
+bool isDigit(char16_t c)
 {
-    return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9');
+    return c >= u'0' && c <= u'9';
 }
 
 // Four decimal numbers 0–255 without leading zeros: the one IPv4 form QUrl writes back unchanged
@@ -76,17 +78,20 @@ bool isLowerAlnum(char16_t c)
 bool isDottedQuad(QStringView host)
 {
     int parts = 0;
-    for (QStringView part : host.tokenize(u'.')) {
-        if (++parts > 4 || part.isEmpty() || part.size() > 3 || (part.size() > 1 && part.front() == u'0'))
-            return false;
-        int value = 0;
-        for (const QChar c : part) {
-            if (c < u'0' || c > u'9')
+    int value = 0;
+    qsizetype digits = 0;
+    for (qsizetype i = 0; i <= host.size(); ++i) {
+        if (i == host.size() || host[i] == u'.') {
+            if (++parts > 4 || digits == 0 || value > 255)
                 return false;
-            value = value * 10 + (c.unicode() - u'0');
+            value = 0;
+            digits = 0;
+            continue;
         }
-        if (value > 255)
+        const char16_t c = host[i].unicode();
+        if (!isDigit(c) || (digits == 1 && value == 0) || ++digits > 3)
             return false;
+        value = value * 10 + (c - u'0');
     }
     return parts == 4;
 }
@@ -100,22 +105,27 @@ bool isPlainHost(QStringView host)
         return false;
     if (isDottedQuad(host))
         return true;
-    QStringView last;
-    for (QStringView label : host.tokenize(u'.')) {
+    qsizetype labelStart = 0;
+    for (qsizetype i = 0; i <= host.size(); ++i) {
+        if (i < host.size() && host[i] != u'.') {
+            const char16_t c = host[i].unicode();
+            if (!((c >= u'a' && c <= u'z') || isDigit(c) || c == u'-'))
+                return false;
+            continue;
+        }
+        const QStringView label = host.sliced(labelStart, i - labelStart);
         if (label.isEmpty() || label.size() > 63 || label.front() == u'-' || label.back() == u'-'
             || label.startsWith(u"xn--"))
             return false;
-        for (const QChar c : label) {
-            if (!isLowerAlnum(c.unicode()) && c != u'-')
-                return false;
-        }
-        last = label;
+        if (i == host.size())
+            return !isDigit(label.front().unicode());
+        labelStart = i + 1;
     }
-    return last.front() < u'0' || last.front() > u'9';
+    return false;
 }
 
 // Characters of a path or query that QUrl leaves untouched when it writes the encoded form.
-bool isPlainPathCharacter(char16_t c)
+constexpr bool isPlainPathCharacter(char16_t c)
 {
     if ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9'))
         return true;
@@ -128,10 +138,17 @@ bool isPlainPathCharacter(char16_t c)
     }
 }
 
+constexpr std::array<bool, 128> plainPathCharacters = [] {
+    std::array<bool, 128> table{};
+    for (char16_t c = 0; c < 128; ++c)
+        table[c] = isPlainPathCharacter(c);
+    return table;
+}();
+
 // "http(s)://host[:port][/path][?query]" written so plainly that QUrl would accept it and write it
-// back unchanged; anything else (percent escapes, fragments, IPv6, upper-case hosts, user
-// information, unusual ports or characters) is first checked by QUrl.
-bool isPlainHttpURL(QStringView text)
+// back unchanged, as its Latin-1 bytes; a null array for anything else (percent escapes, fragments,
+// IPv6, upper-case hosts, user information, unusual ports or characters), which QUrl checks first.
+QByteArray plainHttpURL(QStringView text)
 {
     qsizetype rest;
     if (text.startsWith(u"http://"))
@@ -139,33 +156,42 @@ bool isPlainHttpURL(QStringView text)
     else if (text.startsWith(u"https://"))
         rest = 8;
     else
-        return false;
+        return QByteArray();
+    const char16_t *units = text.utf16();
+    const qsizetype size = text.size();
     qsizetype authorityEnd = rest;
-    while (authorityEnd < text.size() && text[authorityEnd] != u'/' && text[authorityEnd] != u'?')
+    while (authorityEnd < size && units[authorityEnd] != u'/' && units[authorityEnd] != u'?')
         ++authorityEnd;
     QStringView authority = text.sliced(rest, authorityEnd - rest);
     const qsizetype colon = authority.indexOf(u':');
     if (colon >= 0) {
         const QStringView port = authority.sliced(colon + 1);
         if (port.isEmpty() || port.size() > 5 || port.front() == u'0')
-            return false;
+            return QByteArray();
         int value = 0;
         for (const QChar c : port) {
-            if (c < u'0' || c > u'9')
-                return false;
+            if (!isDigit(c.unicode()))
+                return QByteArray();
             value = value * 10 + (c.unicode() - u'0');
         }
         if (value > 65535)
-            return false;
+            return QByteArray();
         authority = authority.first(colon);
     }
     if (!isPlainHost(authority))
-        return false;
-    for (qsizetype i = authorityEnd; i < text.size(); ++i) {
-        if (!isPlainPathCharacter(text[i].unicode()))
-            return false;
+        return QByteArray();
+    // The scheme and the authority are ASCII by now; the rest is checked while it is copied.
+    QByteArray latin1(size, Qt::Uninitialized);
+    char *out = latin1.data();
+    for (qsizetype i = 0; i < authorityEnd; ++i)
+        out[i] = char(units[i]);
+    for (qsizetype i = authorityEnd; i < size; ++i) {
+        const char16_t c = units[i];
+        if (c >= 128 || !plainPathCharacters[c])
+            return QByteArray();
+        out[i] = char(c);
     }
-    return true;
+    return latin1;
 }
 
 bool isHexDigit(char16_t c)
@@ -207,8 +233,8 @@ bool isWrittenEncoded(QStringView text)
 
 QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
 {
-    if (isPlainHttpURL(text))
-        return text.toLatin1();
+    if (QByteArray plain = plainHttpURL(text); !plain.isNull())
+        return plain;
     const QUrl url = parseURL(text);
     if (!isAcceptedHttpURL(url))
         return QByteArray();
