@@ -59,6 +59,17 @@ bool equalsAscii(QStringView text, const char (&ascii)[N])
     return text.size() == N - 1 && startsWithAscii(text, ascii);
 }
 
+// The first `unit` at or after `from`, or -1. Lines are short: a plain loop beats a library call.
+qsizetype indexOfUnit(QStringView text, char16_t unit, qsizetype from)
+{
+    const char16_t *units = text.utf16();
+    for (qsizetype i = from; i < text.size(); ++i) {
+        if (units[i] == unit)
+            return i;
+    }
+    return -1;
+}
+
 // A character of the attribute key class [\w-]: letters, marks, digits, connector punctuation
 // (the underscore among them) and the hyphen.
 bool isKeyCharacter(char32_t c)
@@ -113,7 +124,7 @@ void forEachAttribute(QStringView line, Visit visit)
 {
     const qsizetype size = line.size();
     qsizetype from = 0;
-    qsizetype equals = line.indexOf(u'=');
+    qsizetype equals = indexOfUnit(line, u'=', 0);
     while (equals >= 0) {
         qsizetype keyEnd = equals;
         while (keyEnd > from && isSpace(line[keyEnd - 1].unicode()))
@@ -132,7 +143,7 @@ void forEachAttribute(QStringView line, Visit visit)
                 ++j;
             if (j < size && line[j] == u'"') {
                 const qsizetype valueStart = j + 1;
-                const qsizetype closing = line.indexOf(u'"', valueStart);
+                const qsizetype closing = indexOfUnit(line, u'"', valueStart);
                 if (closing < 0)
                     return; // no later "=" can be followed by an opening and a closing quote
                 visit(Attribute{line.sliced(keyStart, keyEnd - keyStart), line.sliced(valueStart, closing - valueStart)});
@@ -140,7 +151,7 @@ void forEachAttribute(QStringView line, Visit visit)
                 next = from;
             }
         }
-        equals = next < size ? line.indexOf(u'=', next) : -1;
+        equals = indexOfUnit(line, u'=', next);
     }
 }
 

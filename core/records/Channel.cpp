@@ -64,9 +64,10 @@ struct DigestContext
     std::unique_ptr<EVP_MD_CTX, Free> context{EVP_MD_CTX_new()};
 };
 
+// Fetched explicitly: the implicit EVP_sha256() would be looked up again on every use.
 const EVP_MD *sha256()
 {
-    static const EVP_MD *const algorithm = EVP_sha256();
+    static const EVP_MD *const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
     return algorithm;
 }
 
