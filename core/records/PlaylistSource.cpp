@@ -145,10 +145,10 @@ constexpr std::array<bool, 128> plainPathCharacters = [] {
     return table;
 }();
 
-// "http(s)://host[:port][/path][?query]" written so plainly that QUrl would accept it and write it
-// back unchanged, as its Latin-1 bytes; a null array for anything else (percent escapes, fragments,
-// IPv6, upper-case hosts, user information, unusual ports or characters), which QUrl checks first.
-QByteArray plainHttpURL(QStringView text)
+// Where the authority of "http(s)://host[:port][/path][?query]" ends, when the scheme and the
+// authority are written so plainly that QUrl would accept them and write them back unchanged; -1 for
+// anything else (IPv6, upper-case hosts, user information, unusual ports), which QUrl checks first.
+qsizetype plainAuthorityEnd(QStringView text)
 {
     qsizetype rest;
     if (text.startsWith(u"http://"))
@@ -156,7 +156,7 @@ QByteArray plainHttpURL(QStringView text)
     else if (text.startsWith(u"https://"))
         rest = 8;
     else
-        return QByteArray();
+        return -1;
     const char16_t *units = text.utf16();
     const qsizetype size = text.size();
     qsizetype authorityEnd = rest;
@@ -167,20 +167,40 @@ QByteArray plainHttpURL(QStringView text)
     if (colon >= 0) {
         const QStringView port = authority.sliced(colon + 1);
         if (port.isEmpty() || port.size() > 5 || port.front() == u'0')
-            return QByteArray();
+            return -1;
         int value = 0;
         for (const QChar c : port) {
             if (!isDigit(c.unicode()))
-                return QByteArray();
+                return -1;
             value = value * 10 + (c.unicode() - u'0');
         }
         if (value > 65535)
-            return QByteArray();
+            return -1;
         authority = authority.first(colon);
     }
-    if (!isPlainHost(authority))
+    return isPlainHost(authority) ? authorityEnd : -1;
+}
+
+// The path and query hold only characters QUrl writes back unchanged (no percent escapes, no fragment).
+bool isPlainPath(QStringView text, qsizetype from)
+{
+    const char16_t *units = text.utf16();
+    for (qsizetype i = from; i < text.size(); ++i) {
+        if (units[i] >= 128 || !plainPathCharacters[units[i]])
+            return false;
+    }
+    return true;
+}
+
+// A plain address (see plainAuthorityEnd and isPlainPath) as its Latin-1 bytes, else a null array.
+QByteArray plainHttpURL(QStringView text)
+{
+    const qsizetype authorityEnd = plainAuthorityEnd(text);
+    if (authorityEnd < 0)
         return QByteArray();
     // The scheme and the authority are ASCII by now; the rest is checked while it is copied.
+    const char16_t *units = text.utf16();
+    const qsizetype size = text.size();
     QByteArray latin1(size, Qt::Uninitialized);
     char *out = latin1.data();
     for (qsizetype i = 0; i < authorityEnd; ++i)
@@ -244,6 +264,12 @@ QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
     QByteArray encoded = url.toEncoded();
     encoded.squeeze();
     return encoded;
+}
+
+bool PlaylistSource::isPlainHttpURL(QStringView text)
+{
+    const qsizetype authorityEnd = plainAuthorityEnd(text);
+    return authorityEnd >= 0 && isPlainPath(text, authorityEnd);
 }
 
 QByteArray PlaylistSource::encodedHttpURL(QStringView text)

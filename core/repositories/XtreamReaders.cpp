@@ -7,6 +7,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <array>
+#include <initializer_list>
 
 using namespace Qt::StringLiterals;
 using namespace XtreamJson;
@@ -87,11 +89,93 @@ QList<Object> liveRows(const Element &root)
 
 std::optional<QUrl> optionalHttpURL(const QString &text)
 {
+    if (text.isEmpty())
+        return std::nullopt;
     const QUrl url = PlaylistSource::parseURL(text);
-    if (text.isEmpty() || !PlaylistSource::isAcceptedHttpURL(url))
+    // A plainly written address is known to be accepted without asking the parsed URL again.
+    if (!PlaylistSource::isPlainHttpURL(text) && !PlaylistSource::isAcceptedHttpURL(url))
         return std::nullopt;
     return url;
 }
+
+// The values of the keys a reader looks at, found in one pass over the row rather than one search
+// per key. As with Object::at_key, the first of repeated keys counts; absent keys stay empty.
+template<std::size_t N>
+std::array<std::optional<Element>, N> fieldsOf(const Object &row, const std::array<std::string_view, N> &keys)
+{
+    std::array<std::optional<Element>, N> values;
+    for (const auto field : row) {
+        for (std::size_t i = 0; i < N; ++i) {
+            if (field.key == keys[i]) {
+                if (!values[i])
+                    values[i] = field.value;
+                break;
+            }
+        }
+    }
+    return values;
+}
+
+// The first present value among `values`, in order: a fallback decided by presence, as valueOr.
+std::optional<Element> firstPresent(std::initializer_list<std::optional<Element>> values)
+{
+    for (const std::optional<Element> &value : values) {
+        if (value)
+            return value;
+    }
+    return std::nullopt;
+}
+
+// The first four characters of a year or a date. Printable ASCII without a carriage return breaks
+// into one character per unit, which spares the grapheme search of LocalizedText::leftCharacters.
+QString yearOf(const QString &text)
+{
+    constexpr qsizetype length = 4;
+    if (text.size() <= length)
+        return text;
+    for (qsizetype i = 0; i <= length; ++i) {
+        const char16_t c = text[i].unicode();
+        if (c < 0x20 || c >= 0x7f)
+            return LocalizedText::leftCharacters(text, length);
+    }
+    return text.left(length);
+}
+
+// The live stream addresses of one account: a prefix and a suffix around each stream id. When the
+// prefix is a plain address (PlaylistSource::isPlainHttpURL), so is every prefix + digits + suffix,
+// and its bytes are put together directly; otherwise each goes through encodedHttpURL.
+class LiveAddresses
+{
+public:
+    LiveAddresses(QString prefix, QString suffix)
+        : m_prefix(std::move(prefix))
+        , m_suffix(std::move(suffix))
+        , m_plain(PlaylistSource::isPlainHttpURL(QString(m_prefix + u'0' + m_suffix)))
+        , m_prefixBytes(m_prefix.toLatin1())
+        , m_suffixBytes(m_suffix.toLatin1())
+    {
+    }
+
+    // `id` is made of ASCII digits.
+    QByteArray address(const QString &id) const
+    {
+        if (!m_plain)
+            return PlaylistSource::encodedHttpURL(QString(m_prefix + id + m_suffix));
+        QByteArray bytes(m_prefixBytes.size() + id.size() + m_suffixBytes.size(), Qt::Uninitialized);
+        char *out = std::copy(m_prefixBytes.cbegin(), m_prefixBytes.cend(), bytes.data());
+        for (const QChar c : id)
+            *out++ = char(c.unicode());
+        std::copy(m_suffixBytes.cbegin(), m_suffixBytes.cend(), out);
+        return bytes;
+    }
+
+private:
+    QString m_prefix;
+    QString m_suffix;
+    bool m_plain;
+    QByteArray m_prefixBytes;
+    QByteArray m_suffixBytes;
+};
 
 // The stream of a catalogue title or episode: base/path/user/password/id.ext
 Channel playable(const PlaylistSource &source, const QString &path, const QString &id, const QString &extension,
@@ -233,24 +317,28 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
     checkpoint.pass();
     const Document document(body);
     const QList<Object> rows = liveRows(document.root());
-    const QString prefix = source.base() + u"/live/"_s + PlaylistSource::encoded(source.username) + u'/'
-        + PlaylistSource::encoded(source.password) + u'/';
-    const QString suffix = u'.' + extension;
+    const LiveAddresses addresses(source.base() + u"/live/"_s + PlaylistSource::encoded(source.username) + u'/'
+                                      + PlaylistSource::encoded(source.password) + u'/',
+                                  u'.' + extension);
     QList<Channel> channels;
     channels.reserve(rows.size());
     TakenIDs taken(rows.size());
+    static constexpr std::array<std::string_view, 5> keys = {"stream_id", "name", "category_id", "epg_channel_id",
+                                                             "stream_icon"};
+    enum { streamID, streamName, categoryID, guideID, logo };
     for (const Object &row : rows) {
         checkpoint.pass();
-        const QString id = text(row, "stream_id");
+        const auto fields = fieldsOf(row, keys);
+        const QString id = text(fields[streamID]);
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        QByteArray url = PlaylistSource::encodedHttpURL(QString(prefix + id + suffix));
-        QString name = string(value(row, "name")).value_or(u"Canal "_s + id);
-        const auto category = categories.constFind(text(row, "category_id"));
+        QByteArray url = addresses.address(id);
+        QString name = string(fields[streamName]).value_or(u"Canal "_s + id);
+        const auto category = categories.constFind(text(fields[categoryID]));
         channels.append(Channel(std::move(name), category != categories.constEnd() ? *category : liveGroupDefault,
                                 std::move(url), false));
         if (extras)
-            extras->append(text(row, "epg_channel_id"), text(row, "stream_icon"));
+            extras->append(text(fields[guideID]), text(fields[logo]));
     }
     if (channels.isEmpty())
         throw IPTVError(u"El servidor no ha retornat canals en directe."_s);
@@ -288,16 +376,22 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
     QList<CatalogItem> items;
     items.reserve(rows.size());
     TakenIDs taken(rows.size());
-    const std::string_view idKey = kind == CatalogKind::series ? "series_id" : "stream_id";
+    const std::array<std::string_view, 12> keys = {kind == CatalogKind::series ? "series_id" : "stream_id",
+                                                   "name", "container_extension", "cover", "stream_icon", "year",
+                                                   "releaseDate", "release_date", "rating", "plot", "added",
+                                                   "last_modified"};
+    enum { itemID, itemName, extensionKey, cover, icon, year, releaseDate, releaseDateSnake, rating, plot, added,
+           lastModified };
     for (const Object &row : rows) {
         checkpoint.pass();
-        const QString id = text(row, idKey);
+        const auto fields = fieldsOf(row, keys);
+        const QString id = text(fields[itemID]);
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        QString name = text(row, "name");
+        QString name = text(fields[itemName]);
         if (name.isEmpty())
             name = u"Sense títol"_s;
-        QString extension = text(row, "container_extension");
+        QString extension = text(fields[extensionKey]);
         if (extension.isEmpty())
             extension = u"mp4"_s;
         items.append(CatalogItem{
@@ -305,12 +399,12 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
             kind,
             name,
             categoryID,
-            optionalHttpURL(text(valueOr(row, "cover", "stream_icon"))),
-            LocalizedText::leftCharacters(text(valueOr(row, "year", "releaseDate", "release_date")), 4),
-            text(row, "rating"),
-            text(row, "plot"),
+            optionalHttpURL(text(firstPresent({fields[cover], fields[icon]}))),
+            yearOf(text(firstPresent({fields[year], fields[releaseDate], fields[releaseDateSnake]}))),
+            text(fields[rating]),
+            text(fields[plot]),
             extension,
-            decimalNumber(text(valueOr(row, "added", "last_modified"))).value_or(0),
+            decimalNumber(text(firstPresent({fields[added], fields[lastModified]}))).value_or(0),
         });
     }
     return items;
