@@ -268,8 +268,13 @@ QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
 
 bool PlaylistSource::isPlainHttpURL(QStringView text)
 {
+    return plainHttpAuthorityEnd(text) >= 0;
+}
+
+qsizetype PlaylistSource::plainHttpAuthorityEnd(QStringView text)
+{
     const qsizetype authorityEnd = plainAuthorityEnd(text);
-    return authorityEnd >= 0 && isPlainPath(text, authorityEnd);
+    return authorityEnd >= 0 && isPlainPath(text, authorityEnd) ? authorityEnd : -1;
 }
 
 QByteArray PlaylistSource::encodedHttpURL(QStringView text)

@@ -44,6 +44,9 @@ struct PlaylistSource
     // Whether `text` is an http(s) address written so plainly that httpURL accepts it and QUrl writes it
     // back unchanged, which is decided without a QUrl.
     static bool isPlainHttpURL(QStringView text);
+    // For such an address, where its authority ends (where its path or its query begins); -1 for any
+    // other text.
+    static qsizetype plainHttpAuthorityEnd(QStringView text);
     // The same, throwing httpURL's IPTVError where it would refuse.
     static QByteArray encodedHttpURL(QStringView text);
 

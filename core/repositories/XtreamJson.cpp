@@ -280,20 +280,19 @@ std::optional<qint64> decimalInteger(QStringView text)
     return value;
 }
 
-std::optional<double> decimalNumber(QStringView text)
+namespace {
+// The whole of `ascii` is a decimal number: only digits, signs, points and exponents are looked at,
+// and from_chars must read all of it.
+std::optional<double> decimalNumberOfAscii(std::string_view ascii)
 {
-    if (text.isEmpty())
+    if (ascii.empty())
         return std::nullopt;
-    QByteArray ascii;
-    ascii.reserve(text.size());
-    for (const QChar c : text) {
-        const char16_t u = c.unicode();
-        const bool allowed = (u >= u'0' && u <= u'9') || u == u'.' || u == u'-' || u == u'+' || u == u'e' || u == u'E';
+    for (const char c : ascii) {
+        const bool allowed = (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E';
         if (!allowed)
             return std::nullopt;
-        ascii.append(char(u));
     }
-    const char *begin = ascii.constData();
+    const char *begin = ascii.data();
     const char *end = begin + ascii.size();
     if (*begin == '+')
         ++begin; // from_chars refuses a leading plus sign
@@ -302,6 +301,29 @@ std::optional<double> decimalNumber(QStringView text)
     if (error != std::errc() || stop != end || !std::isfinite(number))
         return std::nullopt;
     return number;
+}
+} // namespace
+
+std::optional<double> decimalNumber(QStringView text)
+{
+    if (text.isEmpty())
+        return std::nullopt;
+    QByteArray ascii;
+    ascii.reserve(text.size());
+    for (const QChar c : text) {
+        // Anything outside ASCII is refused below as any other character outside the number's.
+        ascii.append(c.unicode() < 0x80 ? char(c.unicode()) : 'x');
+    }
+    return decimalNumberOfAscii(std::string_view(ascii.constData(), size_t(ascii.size())));
+}
+
+std::optional<double> decimalNumber(const std::optional<Element> &element)
+{
+    std::string_view view;
+    if (!element || element->get(view))
+        return decimalNumber(text(element));
+    // A string is read from its UTF-8 bytes: a number is ASCII, and any other byte refuses it.
+    return decimalNumberOfAscii(numberText(view).value_or(view));
 }
 
 } // namespace XtreamJson

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
+#include <unordered_map>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace XtreamJson;
@@ -18,12 +20,18 @@ namespace {
 const QString liveGroupDefault = u"Directe"_s;
 
 // The ids already taken in one answer, where the first occurrence wins. Ids are ASCII digits; the
-// usual ones are kept as numbers (no string to allocate and free per row), the rest as text, so
-// that "007" and "7" stay two ids.
+// usual ones are kept as numbers in an open-addressing table (no string to allocate and free per
+// row), the rest as text, so that "007" and "7" stay two ids.
 class TakenIDs
 {
 public:
-    explicit TakenIDs(qsizetype expected) { m_numbers.reserve(expected); }
+    explicit TakenIDs(qsizetype expected)
+    {
+        std::size_t capacity = 64;
+        while (capacity < std::size_t(2 * expected))
+            capacity *= 2;
+        m_numbers.assign(capacity, empty);
+    }
 
     // False when `id` was taken before.
     bool take(const QString &id)
@@ -32,10 +40,7 @@ public:
             qint64 number = 0;
             for (const QChar c : id)
                 number = number * 10 + (c.unicode() - u'0');
-            if (m_numbers.contains(number))
-                return false;
-            m_numbers.insert(number);
-            return true;
+            return takeNumber(number);
         }
         if (m_others.contains(id))
             return false;
@@ -44,8 +49,74 @@ public:
     }
 
 private:
-    QSet<qint64> m_numbers;
+    static constexpr qint64 empty = -1; // ids are never negative
+
+    bool takeNumber(qint64 number)
+    {
+        if (2 * (m_count + 1) > qsizetype(m_numbers.size()))
+            grow();
+        const std::size_t mask = m_numbers.size() - 1;
+        for (std::size_t at = spread(number) & mask;; at = (at + 1) & mask) {
+            if (m_numbers[at] == number)
+                return false;
+            if (m_numbers[at] == empty) {
+                m_numbers[at] = number;
+                ++m_count;
+                return true;
+            }
+        }
+    }
+
+    // Consecutive ids are common: mix the bits so that they do not fill one run of the table.
+    static std::size_t spread(qint64 number)
+    {
+        return std::size_t((quint64(number) * 0x9e3779b97f4a7c15ULL) >> 20);
+    }
+
+    void grow()
+    {
+        std::vector<qint64> larger(2 * m_numbers.size(), empty);
+        const std::size_t mask = larger.size() - 1;
+        for (const qint64 number : m_numbers) {
+            if (number == empty)
+                continue;
+            std::size_t at = spread(number) & mask;
+            while (larger[at] != empty)
+                at = (at + 1) & mask;
+            larger[at] = number;
+        }
+        m_numbers = std::move(larger);
+    }
+
+    std::vector<qint64> m_numbers;
+    qsizetype m_count = 0;
     QSet<QString> m_others;
+};
+
+// Texts that repeat from row to row of one answer (extensions, ratings, years, categories), made once
+// and then shared. Keyed by the JSON string as it stands in the parsed document, which outlives the
+// loop; values that are not strings are made each time. A field whose values hardly repeat stops
+// being remembered after a few hundred of them.
+class SharedTexts
+{
+public:
+    // `shape(text(element))`, for a string made only the first time it is met.
+    template<typename Shape>
+    QString of(const std::optional<Element> &element, Shape shape)
+    {
+        std::string_view view;
+        if (!element || element->get(view))
+            return shape(text(element));
+        if (const auto known = m_texts.find(view); known != m_texts.end())
+            return known->second;
+        QString shaped = shape(text(element));
+        if (m_texts.size() < 512)
+            m_texts.emplace(view, shaped);
+        return shaped;
+    }
+
+private:
+    std::unordered_map<std::string_view, QString> m_texts;
 };
 
 // An object's rows when the body is an array whose every element is an object, else nothing.
@@ -97,6 +168,53 @@ std::optional<QUrl> optionalHttpURL(const QString &text)
         return std::nullopt;
     return url;
 }
+
+// The posters of one answer, which come from a few hosts. A plainly written address
+// (PlaylistSource::plainHttpAuthorityEnd) is made from its scheme and authority, parsed once per
+// answer, and its own path and query: QUrl holds exactly what it would hold after parsing the whole
+// address, for less than half the work. Any other address is parsed and checked on its own.
+class Posters
+{
+public:
+    std::optional<QUrl> of(const QString &text)
+    {
+        const qsizetype authorityEnd = PlaylistSource::plainHttpAuthorityEnd(text);
+        if (authorityEnd < 0)
+            return optionalHttpURL(text);
+        const QUrl *origin = originOf(QStringView(text).first(authorityEnd));
+        if (!origin)
+            return PlaylistSource::parseURL(text);
+        QUrl url = *origin;
+        const qsizetype queryStart = text.indexOf(u'?', authorityEnd);
+        const qsizetype pathEnd = queryStart < 0 ? text.size() : queryStart;
+        url.setPath(text.sliced(authorityEnd, pathEnd - authorityEnd), QUrl::TolerantMode);
+        if (queryStart >= 0)
+            url.setQuery(text.sliced(queryStart + 1), QUrl::TolerantMode);
+        return url;
+    }
+
+private:
+    struct Origin
+    {
+        QString text;
+        QUrl url;
+    };
+
+    // The parsed "scheme://authority", or nothing when the answer uses more hosts than are kept.
+    const QUrl *originOf(QStringView text)
+    {
+        for (const Origin &origin : m_origins) {
+            if (origin.text == text)
+                return &origin.url;
+        }
+        if (m_origins.size() >= 16)
+            return nullptr;
+        m_origins.push_back({text.toString(), PlaylistSource::parseURL(text)});
+        return &m_origins.back().url;
+    }
+
+    std::vector<Origin> m_origins;
+};
 
 // The values of the keys a reader looks at, found in one pass over the row rather than one search
 // per key. As with Object::at_key, the first of repeated keys counts; absent keys stay empty.
@@ -326,6 +444,7 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
     static constexpr std::array<std::string_view, 5> keys = {"stream_id", "name", "category_id", "epg_channel_id",
                                                              "stream_icon"};
     enum { streamID, streamName, categoryID, guideID, logo };
+    SharedTexts groups;
     for (const Object &row : rows) {
         checkpoint.pass();
         const auto fields = fieldsOf(row, keys);
@@ -334,9 +453,10 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
             continue;
         QByteArray url = addresses.address(id);
         QString name = string(fields[streamName]).value_or(u"Canal "_s + id);
-        const auto category = categories.constFind(text(fields[categoryID]));
-        channels.append(Channel(std::move(name), category != categories.constEnd() ? *category : liveGroupDefault,
-                                std::move(url), false));
+        QString group = groups.of(fields[categoryID], [&](const QString &category) {
+            return categories.value(category, liveGroupDefault);
+        });
+        channels.append(Channel(std::move(name), std::move(group), std::move(url), false));
         if (extras)
             extras->append(text(fields[guideID]), text(fields[logo]));
     }
@@ -382,6 +502,11 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
                                                    "last_modified"};
     enum { itemID, itemName, extensionKey, cover, icon, year, releaseDate, releaseDateSnake, rating, plot, added,
            lastModified };
+    SharedTexts extensions;
+    SharedTexts years;
+    SharedTexts ratings;
+    Posters posters;
+    const auto asIs = [](const QString &text) { return text; };
     for (const Object &row : rows) {
         checkpoint.pass();
         const auto fields = fieldsOf(row, keys);
@@ -391,20 +516,20 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
         QString name = text(fields[itemName]);
         if (name.isEmpty())
             name = u"Sense títol"_s;
-        QString extension = text(fields[extensionKey]);
-        if (extension.isEmpty())
-            extension = u"mp4"_s;
+        const QString extension = extensions.of(fields[extensionKey], [](const QString &text) {
+            return text.isEmpty() ? u"mp4"_s : text;
+        });
         items.append(CatalogItem{
             id,
             kind,
             name,
             categoryID,
-            optionalHttpURL(text(firstPresent({fields[cover], fields[icon]}))),
-            yearOf(text(firstPresent({fields[year], fields[releaseDate], fields[releaseDateSnake]}))),
-            text(fields[rating]),
+            posters.of(text(firstPresent({fields[cover], fields[icon]}))),
+            years.of(firstPresent({fields[year], fields[releaseDate], fields[releaseDateSnake]}), yearOf),
+            ratings.of(fields[rating], asIs),
             text(fields[plot]),
             extension,
-            decimalNumber(text(firstPresent({fields[added], fields[lastModified]}))).value_or(0),
+            decimalNumber(firstPresent({fields[added], fields[lastModified]})).value_or(0),
         });
     }
     return items;
