@@ -2,6 +2,7 @@
 #include "IPTVError.h"
 #include "JsonFields.h"
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -103,22 +104,24 @@ bool isPlainHost(QStringView host)
 {
     if (host.isEmpty() || host.size() > 253)
         return false;
-    if (isDottedQuad(host))
-        return true;
+    // Lower-case DNS labels first, the usual case; a host that is not one may still be a plain IPv4
+    // address (whose last label starts with a digit, so it is never both).
+    const char16_t *units = host.utf16();
     qsizetype labelStart = 0;
     for (qsizetype i = 0; i <= host.size(); ++i) {
-        if (i < host.size() && host[i] != u'.') {
-            const char16_t c = host[i].unicode();
+        if (i < host.size() && units[i] != u'.') {
+            const char16_t c = units[i];
             if (!((c >= u'a' && c <= u'z') || isDigit(c) || c == u'-'))
-                return false;
+                return isDottedQuad(host);
             continue;
         }
-        const QStringView label = host.sliced(labelStart, i - labelStart);
-        if (label.isEmpty() || label.size() > 63 || label.front() == u'-' || label.back() == u'-'
-            || label.startsWith(u"xn--"))
-            return false;
+        const qsizetype length = i - labelStart;
+        const char16_t *label = units + labelStart;
+        if (length == 0 || length > 63 || label[0] == u'-' || label[length - 1] == u'-'
+            || (length >= 4 && label[0] == u'x' && label[1] == u'n' && label[2] == u'-' && label[3] == u'-'))
+            return isDottedQuad(host);
         if (i == host.size())
-            return !isDigit(label.front().unicode());
+            return !isDigit(label[0]) || isDottedQuad(host);
         labelStart = i + 1;
     }
     return false;
@@ -150,20 +153,25 @@ constexpr std::array<bool, 128> plainPathCharacters = [] {
 // anything else (IPv6, upper-case hosts, user information, unusual ports), which QUrl checks first.
 qsizetype plainAuthorityEnd(QStringView text)
 {
+    const char16_t *units = text.utf16();
+    const qsizetype size = text.size();
+    const auto startsWith = [&](const char16_t *prefix, qsizetype length) {
+        return size >= length && std::equal(prefix, prefix + length, units);
+    };
     qsizetype rest;
-    if (text.startsWith(u"http://"))
+    if (startsWith(u"http://", 7))
         rest = 7;
-    else if (text.startsWith(u"https://"))
+    else if (startsWith(u"https://", 8))
         rest = 8;
     else
         return -1;
-    const char16_t *units = text.utf16();
-    const qsizetype size = text.size();
     qsizetype authorityEnd = rest;
-    while (authorityEnd < size && units[authorityEnd] != u'/' && units[authorityEnd] != u'?')
-        ++authorityEnd;
+    qsizetype colon = -1;
+    for (; authorityEnd < size && units[authorityEnd] != u'/' && units[authorityEnd] != u'?'; ++authorityEnd) {
+        if (units[authorityEnd] == u':' && colon < 0)
+            colon = authorityEnd - rest;
+    }
     QStringView authority = text.sliced(rest, authorityEnd - rest);
-    const qsizetype colon = authority.indexOf(u':');
     if (colon >= 0) {
         const QStringView port = authority.sliced(colon + 1);
         if (port.isEmpty() || port.size() > 5 || port.front() == u'0')
