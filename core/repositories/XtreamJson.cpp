@@ -202,6 +202,17 @@ QString fromView(std::string_view view)
     return QString::fromUtf8(view.data(), qsizetype(view.size()));
 }
 
+// An integer in plain decimal, as QString::number writes it, without its general number formatting:
+// ids of thousands of rows are integers.
+template<typename Integer>
+QString integerText(Integer number)
+{
+    char digits[24];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, number);
+    Q_UNUSED(error); // 24 characters hold every 64-bit integer
+    return QString::fromLatin1(digits, qsizetype(end - digits));
+}
+
 QString decimalText(double number)
 {
     // Whole numbers are written without a decimal point, as integers.
@@ -221,9 +232,9 @@ QString text(const std::optional<Element> &element)
         return fromView(numberText(view).value_or(view));
     }
     case simdjson::dom::element_type::INT64:
-        return QString::number(int64_t(*element));
+        return integerText(int64_t(*element));
     case simdjson::dom::element_type::UINT64:
-        return QString::number(uint64_t(*element));
+        return integerText(uint64_t(*element));
     case simdjson::dom::element_type::DOUBLE:
         return decimalText(double(*element));
     case simdjson::dom::element_type::BOOL:

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
-#include <unordered_map>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -95,8 +94,8 @@ private:
 
 // Texts that repeat from row to row of one answer (extensions, ratings, years, categories), made once
 // and then shared. Keyed by the JSON string as it stands in the parsed document, which outlives the
-// loop; values that are not strings are made each time. A field whose values hardly repeat stops
-// being remembered after a few hundred of them.
+// loop, in a small open-addressing table; values that are not strings are made each time. A field
+// whose values hardly repeat stops being remembered once the table is half full.
 class SharedTexts
 {
 public:
@@ -107,16 +106,39 @@ public:
         std::string_view view;
         if (!element || element->get(view))
             return shape(text(element));
-        if (const auto known = m_texts.find(view); known != m_texts.end())
-            return known->second;
+        const std::size_t mask = m_entries.size() - 1;
+        std::size_t at = hashOf(view) & mask;
+        for (; m_entries[at].used; at = (at + 1) & mask) {
+            if (m_entries[at].key == view)
+                return m_entries[at].text;
+        }
         QString shaped = shape(text(element));
-        if (m_texts.size() < 512)
-            m_texts.emplace(view, shaped);
+        if (2 * m_count < qsizetype(m_entries.size())) {
+            m_entries[at] = {view, shaped, true};
+            ++m_count;
+        }
         return shaped;
     }
 
 private:
-    std::unordered_map<std::string_view, QString> m_texts;
+    struct Entry
+    {
+        std::string_view key;
+        QString text;
+        bool used = false;
+    };
+
+    // FNV-1a: the texts are short.
+    static std::size_t hashOf(std::string_view view)
+    {
+        std::size_t hash = 14695981039346656037ULL;
+        for (const char c : view)
+            hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+        return hash ^ (hash >> 29);
+    }
+
+    std::vector<Entry> m_entries = std::vector<Entry>(1024);
+    qsizetype m_count = 0;
 };
 
 // An object's rows when the body is an array whose every element is an object, else nothing.
