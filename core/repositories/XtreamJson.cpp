@@ -158,9 +158,12 @@ std::optional<std::string_view> numberText(std::string_view view)
 
 Document::Document(const QByteArray &bytes)
 {
-    // `parse` copies the input into a padded buffer when it has no padding of its own; strings are
-    // copied out of it, so the document does not refer to the input.
-    simdjson::error_code error = m_parser.parse(bytes.constData(), size_t(bytes.size()), true).get(m_root);
+    // The parser reads up to SIMDJSON_PADDING bytes past the end of the text, whatever they hold.
+    // A downloaded body usually has that much room left in its allocation (it grew as it arrived):
+    // then it is read in place; otherwise `parse` copies it into a padded buffer first. Strings are
+    // copied out either way, so the document does not refer to the input.
+    const bool padded = bytes.capacity() - bytes.size() >= qsizetype(simdjson::SIMDJSON_PADDING);
+    simdjson::error_code error = m_parser.parse(bytes.constData(), size_t(bytes.size()), !padded).get(m_root);
     if (error == simdjson::NUMBER_ERROR) {
         // Valid JSON may hold numbers beyond 64 bits or beyond a double ("added": 1e400). Such
         // answers are rare: only they pay for a second pass, which reads those numbers as text.
