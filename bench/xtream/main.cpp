@@ -725,15 +725,15 @@ int benchmark(Settings settings)
     const Row &live = readings.at(0);
     const Row &movies = readings.at(1);
     if (live.node && movies.node) {
-        const auto verdict = [](double speed) { return speed >= 2 ? u"met"_s : u"NOT met"_s; };
+        // The target counts CPU time: on a shared machine the wall time includes waiting for a core.
+        const auto verdict = [](double speed) { return speed >= 4 ? u"met"_s : u"NOT met"_s; };
         const double liveSpeed = live.node->medianMilliseconds / live.ours.wall.medianMilliseconds();
         const double liveCPU = live.node->cpuMilliseconds / live.ours.cpu.medianMilliseconds();
         const double movieSpeed = movies.node->medianMilliseconds / movies.ours.wall.medianMilliseconds();
         const double movieCPU = movies.node->cpuMilliseconds / movies.ours.cpu.medianMilliseconds();
-        out << "Target, JSON to records at least 2x node's speed (wall; cpu): live " << ratio(liveSpeed) << " ("
-            << verdict(liveSpeed) << "); " << ratio(liveCPU) << " (" << verdict(liveCPU) << "), movies "
-            << ratio(movieSpeed) << " (" << verdict(movieSpeed) << "); " << ratio(movieCPU) << " ("
-            << verdict(movieCPU) << ").\n";
+        out << "Target, JSON to records at least 4x node's CPU time: live " << ratio(liveCPU) << " ("
+            << verdict(liveCPU) << "), movies " << ratio(movieCPU) << " (" << verdict(movieCPU)
+            << "); by wall time live " << ratio(liveSpeed) << ", movies " << ratio(movieSpeed) << ".\n";
     }
     out << "Load average after: " << loadAverage() << '\n';
     out.flush();

@@ -21,6 +21,8 @@ public:
     // The same from the encoded absolute string of an address already accepted as http(s)
     // (PlaylistSource::acceptedEncodedURL), saving a second parse where channels are made in bulk.
     Channel(QString name, QString group, QByteArray encodedURL, bool requiresCustomHeaders);
+    // The same with the identity already computed: `digest` must be digestOf(encodedURL).
+    Channel(QString name, QString group, QByteArray encodedURL, const Digest &digest, bool requiresCustomHeaders);
 
     // 64 lower-case hexadecimal digits: SHA-256 of the address's absolute string.
     QString id() const;
@@ -37,7 +39,7 @@ public:
     QString favoriteID(const QUuid &source) const;
 
     static QString uncategorizedGroup();
-    static Digest digestOf(const QByteArray &absoluteURL);
+    static Digest digestOf(QByteArrayView absoluteURL);
     static QString hexOf(const Digest &digest);
 
     friend bool operator==(const Channel &, const Channel &) = default;

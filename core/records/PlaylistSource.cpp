@@ -2,6 +2,9 @@
 #include "IPTVError.h"
 #include "JsonFields.h"
 
+#include <algorithm>
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -66,9 +69,9 @@ bool PlaylistSource::isAcceptedHttpURL(const QUrl &url)
 
 namespace {
 
-bool isLowerAlnum(char16_t c)
+bool isDigit(char16_t c)
 {
-    return (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9');
+    return c >= u'0' && c <= u'9';
 }
 
 // Four decimal numbers 0–255 without leading zeros: the one IPv4 form QUrl writes back unchanged
@@ -76,17 +79,20 @@ bool isLowerAlnum(char16_t c)
 bool isDottedQuad(QStringView host)
 {
     int parts = 0;
-    for (QStringView part : host.tokenize(u'.')) {
-        if (++parts > 4 || part.isEmpty() || part.size() > 3 || (part.size() > 1 && part.front() == u'0'))
-            return false;
-        int value = 0;
-        for (const QChar c : part) {
-            if (c < u'0' || c > u'9')
+    int value = 0;
+    qsizetype digits = 0;
+    for (qsizetype i = 0; i <= host.size(); ++i) {
+        if (i == host.size() || host[i] == u'.') {
+            if (++parts > 4 || digits == 0 || value > 255)
                 return false;
-            value = value * 10 + (c.unicode() - u'0');
+            value = 0;
+            digits = 0;
+            continue;
         }
-        if (value > 255)
+        const char16_t c = host[i].unicode();
+        if (!isDigit(c) || (digits == 1 && value == 0) || ++digits > 3)
             return false;
+        value = value * 10 + (c - u'0');
     }
     return parts == 4;
 }
@@ -98,24 +104,31 @@ bool isPlainHost(QStringView host)
 {
     if (host.isEmpty() || host.size() > 253)
         return false;
-    if (isDottedQuad(host))
-        return true;
-    QStringView last;
-    for (QStringView label : host.tokenize(u'.')) {
-        if (label.isEmpty() || label.size() > 63 || label.front() == u'-' || label.back() == u'-'
-            || label.startsWith(u"xn--"))
-            return false;
-        for (const QChar c : label) {
-            if (!isLowerAlnum(c.unicode()) && c != u'-')
-                return false;
+    // Lower-case DNS labels first, the usual case; a host that is not one may still be a plain IPv4
+    // address (whose last label starts with a digit, so it is never both).
+    const char16_t *units = host.utf16();
+    qsizetype labelStart = 0;
+    for (qsizetype i = 0; i <= host.size(); ++i) {
+        if (i < host.size() && units[i] != u'.') {
+            const char16_t c = units[i];
+            if (!((c >= u'a' && c <= u'z') || isDigit(c) || c == u'-'))
+                return isDottedQuad(host);
+            continue;
         }
-        last = label;
+        const qsizetype length = i - labelStart;
+        const char16_t *label = units + labelStart;
+        if (length == 0 || length > 63 || label[0] == u'-' || label[length - 1] == u'-'
+            || (length >= 4 && label[0] == u'x' && label[1] == u'n' && label[2] == u'-' && label[3] == u'-'))
+            return isDottedQuad(host);
+        if (i == host.size())
+            return !isDigit(label[0]) || isDottedQuad(host);
+        labelStart = i + 1;
     }
-    return last.front() < u'0' || last.front() > u'9';
+    return false;
 }
 
 // Characters of a path or query that QUrl leaves untouched when it writes the encoded form.
-bool isPlainPathCharacter(char16_t c)
+constexpr bool isPlainPathCharacter(char16_t c)
 {
     if ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9'))
         return true;
@@ -128,44 +141,85 @@ bool isPlainPathCharacter(char16_t c)
     }
 }
 
-// "http(s)://host[:port][/path][?query]" written so plainly that QUrl would accept it and write it
-// back unchanged; anything else (percent escapes, fragments, IPv6, upper-case hosts, user
-// information, unusual ports or characters) is first checked by QUrl.
-bool isPlainHttpURL(QStringView text)
+constexpr std::array<bool, 128> plainPathCharacters = [] {
+    std::array<bool, 128> table{};
+    for (char16_t c = 0; c < 128; ++c)
+        table[c] = isPlainPathCharacter(c);
+    return table;
+}();
+
+// Where the authority of "http(s)://host[:port][/path][?query]" ends, when the scheme and the
+// authority are written so plainly that QUrl would accept them and write them back unchanged; -1 for
+// anything else (IPv6, upper-case hosts, user information, unusual ports), which QUrl checks first.
+qsizetype plainAuthorityEnd(QStringView text)
 {
+    const char16_t *units = text.utf16();
+    const qsizetype size = text.size();
+    const auto startsWith = [&](const char16_t *prefix, qsizetype length) {
+        return size >= length && std::equal(prefix, prefix + length, units);
+    };
     qsizetype rest;
-    if (text.startsWith(u"http://"))
+    if (startsWith(u"http://", 7))
         rest = 7;
-    else if (text.startsWith(u"https://"))
+    else if (startsWith(u"https://", 8))
         rest = 8;
     else
-        return false;
+        return -1;
     qsizetype authorityEnd = rest;
-    while (authorityEnd < text.size() && text[authorityEnd] != u'/' && text[authorityEnd] != u'?')
-        ++authorityEnd;
+    qsizetype colon = -1;
+    for (; authorityEnd < size && units[authorityEnd] != u'/' && units[authorityEnd] != u'?'; ++authorityEnd) {
+        if (units[authorityEnd] == u':' && colon < 0)
+            colon = authorityEnd - rest;
+    }
     QStringView authority = text.sliced(rest, authorityEnd - rest);
-    const qsizetype colon = authority.indexOf(u':');
     if (colon >= 0) {
         const QStringView port = authority.sliced(colon + 1);
         if (port.isEmpty() || port.size() > 5 || port.front() == u'0')
-            return false;
+            return -1;
         int value = 0;
         for (const QChar c : port) {
-            if (c < u'0' || c > u'9')
-                return false;
+            if (!isDigit(c.unicode()))
+                return -1;
             value = value * 10 + (c.unicode() - u'0');
         }
         if (value > 65535)
-            return false;
+            return -1;
         authority = authority.first(colon);
     }
-    if (!isPlainHost(authority))
-        return false;
-    for (qsizetype i = authorityEnd; i < text.size(); ++i) {
-        if (!isPlainPathCharacter(text[i].unicode()))
+    return isPlainHost(authority) ? authorityEnd : -1;
+}
+
+// The path and query hold only characters QUrl writes back unchanged (no percent escapes, no fragment).
+bool isPlainPath(QStringView text, qsizetype from)
+{
+    const char16_t *units = text.utf16();
+    for (qsizetype i = from; i < text.size(); ++i) {
+        if (units[i] >= 128 || !plainPathCharacters[units[i]])
             return false;
     }
     return true;
+}
+
+// A plain address (see plainAuthorityEnd and isPlainPath) as its Latin-1 bytes, else a null array.
+QByteArray plainHttpURL(QStringView text)
+{
+    const qsizetype authorityEnd = plainAuthorityEnd(text);
+    if (authorityEnd < 0)
+        return QByteArray();
+    // The scheme and the authority are ASCII by now; the rest is checked while it is copied.
+    const char16_t *units = text.utf16();
+    const qsizetype size = text.size();
+    QByteArray latin1(size, Qt::Uninitialized);
+    char *out = latin1.data();
+    for (qsizetype i = 0; i < authorityEnd; ++i)
+        out[i] = char(units[i]);
+    for (qsizetype i = authorityEnd; i < size; ++i) {
+        const char16_t c = units[i];
+        if (c >= 128 || !plainPathCharacters[c])
+            return QByteArray();
+        out[i] = char(c);
+    }
+    return latin1;
 }
 
 bool isHexDigit(char16_t c)
@@ -207,8 +261,8 @@ bool isWrittenEncoded(QStringView text)
 
 QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
 {
-    if (isPlainHttpURL(text))
-        return text.toLatin1();
+    if (QByteArray plain = plainHttpURL(text); !plain.isNull())
+        return plain;
     const QUrl url = parseURL(text);
     if (!isAcceptedHttpURL(url))
         return QByteArray();
@@ -218,6 +272,17 @@ QByteArray PlaylistSource::acceptedEncodedURL(QStringView text)
     QByteArray encoded = url.toEncoded();
     encoded.squeeze();
     return encoded;
+}
+
+bool PlaylistSource::isPlainHttpURL(QStringView text)
+{
+    return plainHttpAuthorityEnd(text) >= 0;
+}
+
+qsizetype PlaylistSource::plainHttpAuthorityEnd(QStringView text)
+{
+    const qsizetype authorityEnd = plainAuthorityEnd(text);
+    return authorityEnd >= 0 && isPlainPath(text, authorityEnd) ? authorityEnd : -1;
 }
 
 QByteArray PlaylistSource::encodedHttpURL(QStringView text)

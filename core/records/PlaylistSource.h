@@ -41,6 +41,12 @@ struct PlaylistSource
     // addresses. Text that needs encoding (blanks, letters outside ASCII) gets QUrl's encoded form.
     // Plain addresses — the vast majority in real playlists — are recognised without building a QUrl.
     static QByteArray acceptedEncodedURL(QStringView text);
+    // Whether `text` is an http(s) address written so plainly that httpURL accepts it and QUrl writes it
+    // back unchanged, which is decided without a QUrl.
+    static bool isPlainHttpURL(QStringView text);
+    // For such an address, where its authority ends (where its path or its query begins); -1 for any
+    // other text.
+    static qsizetype plainHttpAuthorityEnd(QStringView text);
     // The same, throwing httpURL's IPTVError where it would refuse.
     static QByteArray encodedHttpURL(QStringView text);
 

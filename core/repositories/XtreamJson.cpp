@@ -158,9 +158,12 @@ std::optional<std::string_view> numberText(std::string_view view)
 
 Document::Document(const QByteArray &bytes)
 {
-    // `parse` copies the input into a padded buffer when it has no padding of its own; strings are
-    // copied out of it, so the document does not refer to the input.
-    simdjson::error_code error = m_parser.parse(bytes.constData(), size_t(bytes.size()), true).get(m_root);
+    // The parser reads up to SIMDJSON_PADDING bytes past the end of the text, whatever they hold.
+    // A downloaded body usually has that much room left in its allocation (it grew as it arrived):
+    // then it is read in place; otherwise `parse` copies it into a padded buffer first. Strings are
+    // copied out either way, so the document does not refer to the input.
+    const bool padded = bytes.capacity() - bytes.size() >= qsizetype(simdjson::SIMDJSON_PADDING);
+    simdjson::error_code error = m_parser.parse(bytes.constData(), size_t(bytes.size()), !padded).get(m_root);
     if (error == simdjson::NUMBER_ERROR) {
         // Valid JSON may hold numbers beyond 64 bits or beyond a double ("added": 1e400). Such
         // answers are rare: only they pay for a second pass, which reads those numbers as text.
@@ -202,6 +205,17 @@ QString fromView(std::string_view view)
     return QString::fromUtf8(view.data(), qsizetype(view.size()));
 }
 
+// An integer in plain decimal, as QString::number writes it, without its general number formatting:
+// ids of thousands of rows are integers.
+template<typename Integer>
+QString integerText(Integer number)
+{
+    char digits[24];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, number);
+    Q_UNUSED(error); // 24 characters hold every 64-bit integer
+    return QString::fromLatin1(digits, qsizetype(end - digits));
+}
+
 QString decimalText(double number)
 {
     // Whole numbers are written without a decimal point, as integers.
@@ -221,9 +235,9 @@ QString text(const std::optional<Element> &element)
         return fromView(numberText(view).value_or(view));
     }
     case simdjson::dom::element_type::INT64:
-        return QString::number(int64_t(*element));
+        return integerText(int64_t(*element));
     case simdjson::dom::element_type::UINT64:
-        return QString::number(uint64_t(*element));
+        return integerText(uint64_t(*element));
     case simdjson::dom::element_type::DOUBLE:
         return decimalText(double(*element));
     case simdjson::dom::element_type::BOOL:
@@ -280,20 +294,19 @@ std::optional<qint64> decimalInteger(QStringView text)
     return value;
 }
 
-std::optional<double> decimalNumber(QStringView text)
+namespace {
+// The whole of `ascii` is a decimal number: only digits, signs, points and exponents are looked at,
+// and from_chars must read all of it.
+std::optional<double> decimalNumberOfAscii(std::string_view ascii)
 {
-    if (text.isEmpty())
+    if (ascii.empty())
         return std::nullopt;
-    QByteArray ascii;
-    ascii.reserve(text.size());
-    for (const QChar c : text) {
-        const char16_t u = c.unicode();
-        const bool allowed = (u >= u'0' && u <= u'9') || u == u'.' || u == u'-' || u == u'+' || u == u'e' || u == u'E';
+    for (const char c : ascii) {
+        const bool allowed = (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E';
         if (!allowed)
             return std::nullopt;
-        ascii.append(char(u));
     }
-    const char *begin = ascii.constData();
+    const char *begin = ascii.data();
     const char *end = begin + ascii.size();
     if (*begin == '+')
         ++begin; // from_chars refuses a leading plus sign
@@ -302,6 +315,29 @@ std::optional<double> decimalNumber(QStringView text)
     if (error != std::errc() || stop != end || !std::isfinite(number))
         return std::nullopt;
     return number;
+}
+} // namespace
+
+std::optional<double> decimalNumber(QStringView text)
+{
+    if (text.isEmpty())
+        return std::nullopt;
+    QByteArray ascii;
+    ascii.reserve(text.size());
+    for (const QChar c : text) {
+        // Anything outside ASCII is refused below as any other character outside the number's.
+        ascii.append(c.unicode() < 0x80 ? char(c.unicode()) : 'x');
+    }
+    return decimalNumberOfAscii(std::string_view(ascii.constData(), size_t(ascii.size())));
+}
+
+std::optional<double> decimalNumber(const std::optional<Element> &element)
+{
+    std::string_view view;
+    if (!element || element->get(view))
+        return decimalNumber(text(element));
+    // A string is read from its UTF-8 bytes: a number is ASCII, and any other byte refuses it.
+    return decimalNumberOfAscii(numberText(view).value_or(view));
 }
 
 } // namespace XtreamJson

@@ -57,5 +57,7 @@ bool numeric(QStringView text);
 std::optional<qint64> decimalInteger(QStringView text);
 // The whole text is a decimal number (no blanks, nothing else).
 std::optional<double> decimalNumber(QStringView text);
+// decimalNumber(text(element)), reading a string's bytes without making a text of them.
+std::optional<double> decimalNumber(const std::optional<Element> &element);
 
 } // namespace XtreamJson

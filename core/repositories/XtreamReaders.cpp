@@ -7,6 +7,9 @@
 #include <QSet>
 
 #include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace XtreamJson;
@@ -16,12 +19,18 @@ namespace {
 const QString liveGroupDefault = u"Directe"_s;
 
 // The ids already taken in one answer, where the first occurrence wins. Ids are ASCII digits; the
-// usual ones are kept as numbers (no string to allocate and free per row), the rest as text, so
-// that "007" and "7" stay two ids.
+// usual ones are kept as numbers in an open-addressing table (no string to allocate and free per
+// row), the rest as text, so that "007" and "7" stay two ids.
 class TakenIDs
 {
 public:
-    explicit TakenIDs(qsizetype expected) { m_numbers.reserve(expected); }
+    explicit TakenIDs(qsizetype expected)
+    {
+        std::size_t capacity = 64;
+        while (capacity < std::size_t(2 * expected))
+            capacity *= 2;
+        m_numbers.assign(capacity, empty);
+    }
 
     // False when `id` was taken before.
     bool take(const QString &id)
@@ -30,10 +39,7 @@ public:
             qint64 number = 0;
             for (const QChar c : id)
                 number = number * 10 + (c.unicode() - u'0');
-            if (m_numbers.contains(number))
-                return false;
-            m_numbers.insert(number);
-            return true;
+            return takeNumber(number);
         }
         if (m_others.contains(id))
             return false;
@@ -42,8 +48,97 @@ public:
     }
 
 private:
-    QSet<qint64> m_numbers;
+    static constexpr qint64 empty = -1; // ids are never negative
+
+    bool takeNumber(qint64 number)
+    {
+        if (2 * (m_count + 1) > qsizetype(m_numbers.size()))
+            grow();
+        const std::size_t mask = m_numbers.size() - 1;
+        for (std::size_t at = spread(number) & mask;; at = (at + 1) & mask) {
+            if (m_numbers[at] == number)
+                return false;
+            if (m_numbers[at] == empty) {
+                m_numbers[at] = number;
+                ++m_count;
+                return true;
+            }
+        }
+    }
+
+    // Consecutive ids are common: mix the bits so that they do not fill one run of the table.
+    static std::size_t spread(qint64 number)
+    {
+        return std::size_t((quint64(number) * 0x9e3779b97f4a7c15ULL) >> 20);
+    }
+
+    void grow()
+    {
+        std::vector<qint64> larger(2 * m_numbers.size(), empty);
+        const std::size_t mask = larger.size() - 1;
+        for (const qint64 number : m_numbers) {
+            if (number == empty)
+                continue;
+            std::size_t at = spread(number) & mask;
+            while (larger[at] != empty)
+                at = (at + 1) & mask;
+            larger[at] = number;
+        }
+        m_numbers = std::move(larger);
+    }
+
+    std::vector<qint64> m_numbers;
+    qsizetype m_count = 0;
     QSet<QString> m_others;
+};
+
+// Texts that repeat from row to row of one answer (extensions, ratings, years, categories), made once
+// and then shared. Keyed by the JSON string as it stands in the parsed document, which outlives the
+// loop, in a small open-addressing table; values that are not strings are made each time. A field
+// whose values hardly repeat stops being remembered once the table is half full.
+class SharedTexts
+{
+public:
+    // `shape(text(element))`, for a string made only the first time it is met.
+    template<typename Shape>
+    QString of(const std::optional<Element> &element, Shape shape)
+    {
+        std::string_view view;
+        if (!element || element->get(view))
+            return shape(text(element));
+        const std::size_t mask = m_entries.size() - 1;
+        std::size_t at = hashOf(view) & mask;
+        for (; m_entries[at].used; at = (at + 1) & mask) {
+            if (m_entries[at].key == view)
+                return m_entries[at].text;
+        }
+        QString shaped = shape(text(element));
+        if (2 * m_count < qsizetype(m_entries.size())) {
+            m_entries[at] = {view, shaped, true};
+            ++m_count;
+        }
+        return shaped;
+    }
+
+private:
+    struct Entry
+    {
+        std::string_view key;
+        QString text;
+        bool used = false;
+    };
+
+    // FNV-1a: the texts are short.
+    static std::size_t hashOf(std::string_view view)
+    {
+        std::size_t hash = 14695981039346656037ULL;
+        for (const char c : view)
+            hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+        return hash ^ (hash >> 29);
+    }
+
+    std::vector<Entry> m_entries = std::vector<Entry>(1024);
+    qsizetype m_count = 0;
 };
 
 // An object's rows when the body is an array whose every element is an object, else nothing.
@@ -87,11 +182,140 @@ QList<Object> liveRows(const Element &root)
 
 std::optional<QUrl> optionalHttpURL(const QString &text)
 {
+    if (text.isEmpty())
+        return std::nullopt;
     const QUrl url = PlaylistSource::parseURL(text);
-    if (text.isEmpty() || !PlaylistSource::isAcceptedHttpURL(url))
+    // A plainly written address is known to be accepted without asking the parsed URL again.
+    if (!PlaylistSource::isPlainHttpURL(text) && !PlaylistSource::isAcceptedHttpURL(url))
         return std::nullopt;
     return url;
 }
+
+// The posters of one answer, which come from a few hosts. A plainly written address
+// (PlaylistSource::plainHttpAuthorityEnd) is made from its scheme and authority, parsed once per
+// answer, and its own path and query: QUrl holds exactly what it would hold after parsing the whole
+// address, for less than half the work. Any other address is parsed and checked on its own.
+class Posters
+{
+public:
+    std::optional<QUrl> of(const QString &text)
+    {
+        const qsizetype authorityEnd = PlaylistSource::plainHttpAuthorityEnd(text);
+        if (authorityEnd < 0)
+            return optionalHttpURL(text);
+        const QUrl *origin = originOf(QStringView(text).first(authorityEnd));
+        if (!origin)
+            return PlaylistSource::parseURL(text);
+        QUrl url = *origin;
+        const qsizetype queryStart = text.indexOf(u'?', authorityEnd);
+        const qsizetype pathEnd = queryStart < 0 ? text.size() : queryStart;
+        url.setPath(text.sliced(authorityEnd, pathEnd - authorityEnd), QUrl::TolerantMode);
+        if (queryStart >= 0)
+            url.setQuery(text.sliced(queryStart + 1), QUrl::TolerantMode);
+        return url;
+    }
+
+private:
+    struct Origin
+    {
+        QString text;
+        QUrl url;
+    };
+
+    // The parsed "scheme://authority", or nothing when the answer uses more hosts than are kept.
+    const QUrl *originOf(QStringView text)
+    {
+        for (const Origin &origin : m_origins) {
+            if (origin.text == text)
+                return &origin.url;
+        }
+        if (m_origins.size() >= 16)
+            return nullptr;
+        m_origins.push_back({text.toString(), PlaylistSource::parseURL(text)});
+        return &m_origins.back().url;
+    }
+
+    std::vector<Origin> m_origins;
+};
+
+// The values of the keys a reader looks at, found in one pass over the row rather than one search
+// per key. As with Object::at_key, the first of repeated keys counts; absent keys stay empty.
+template<std::size_t N>
+std::array<std::optional<Element>, N> fieldsOf(const Object &row, const std::array<std::string_view, N> &keys)
+{
+    std::array<std::optional<Element>, N> values;
+    for (const auto field : row) {
+        for (std::size_t i = 0; i < N; ++i) {
+            if (field.key == keys[i]) {
+                if (!values[i])
+                    values[i] = field.value;
+                break;
+            }
+        }
+    }
+    return values;
+}
+
+// The first present value among `values`, in order: a fallback decided by presence, as valueOr.
+std::optional<Element> firstPresent(std::initializer_list<std::optional<Element>> values)
+{
+    for (const std::optional<Element> &value : values) {
+        if (value)
+            return value;
+    }
+    return std::nullopt;
+}
+
+// The first four characters of a year or a date. Printable ASCII without a carriage return breaks
+// into one character per unit, which spares the grapheme search of LocalizedText::leftCharacters.
+QString yearOf(const QString &text)
+{
+    constexpr qsizetype length = 4;
+    if (text.size() <= length)
+        return text;
+    for (qsizetype i = 0; i <= length; ++i) {
+        const char16_t c = text[i].unicode();
+        if (c < 0x20 || c >= 0x7f)
+            return LocalizedText::leftCharacters(text, length);
+    }
+    return text.left(length);
+}
+
+// The live stream addresses of one account: a prefix and a suffix around each stream id. When the
+// prefix is a plain address (PlaylistSource::isPlainHttpURL), so is every prefix + digits + suffix,
+// and its bytes are put together directly; otherwise each goes through encodedHttpURL.
+class LiveAddresses
+{
+public:
+    LiveAddresses(QString prefix, QString suffix)
+        : m_prefix(std::move(prefix))
+        , m_suffix(std::move(suffix))
+        , m_plain(PlaylistSource::isPlainHttpURL(QString(m_prefix + u'0' + m_suffix)))
+        , m_prefixBytes(m_prefix.toLatin1())
+        , m_suffixBytes(m_suffix.toLatin1())
+    {
+    }
+
+    // `id` is made of ASCII digits.
+    QByteArray address(const QString &id) const
+    {
+        if (!m_plain)
+            return PlaylistSource::encodedHttpURL(QString(m_prefix + id + m_suffix));
+        QByteArray bytes(m_prefixBytes.size() + id.size() + m_suffixBytes.size(), Qt::Uninitialized);
+        char *out = std::copy(m_prefixBytes.cbegin(), m_prefixBytes.cend(), bytes.data());
+        for (const QChar c : id)
+            *out++ = char(c.unicode());
+        std::copy(m_suffixBytes.cbegin(), m_suffixBytes.cend(), out);
+        return bytes;
+    }
+
+private:
+    QString m_prefix;
+    QString m_suffix;
+    bool m_plain;
+    QByteArray m_prefixBytes;
+    QByteArray m_suffixBytes;
+};
 
 // The stream of a catalogue title or episode: base/path/user/password/id.ext
 Channel playable(const PlaylistSource &source, const QString &path, const QString &id, const QString &extension,
@@ -233,24 +457,30 @@ QList<Channel> liveStreams(const QByteArray &body, const PlaylistSource &source,
     checkpoint.pass();
     const Document document(body);
     const QList<Object> rows = liveRows(document.root());
-    const QString prefix = source.base() + u"/live/"_s + PlaylistSource::encoded(source.username) + u'/'
-        + PlaylistSource::encoded(source.password) + u'/';
-    const QString suffix = u'.' + extension;
+    const LiveAddresses addresses(source.base() + u"/live/"_s + PlaylistSource::encoded(source.username) + u'/'
+                                      + PlaylistSource::encoded(source.password) + u'/',
+                                  u'.' + extension);
     QList<Channel> channels;
     channels.reserve(rows.size());
     TakenIDs taken(rows.size());
+    static constexpr std::array<std::string_view, 5> keys = {"stream_id", "name", "category_id", "epg_channel_id",
+                                                             "stream_icon"};
+    enum { streamID, streamName, categoryID, guideID, logo };
+    SharedTexts groups;
     for (const Object &row : rows) {
         checkpoint.pass();
-        const QString id = text(row, "stream_id");
+        const auto fields = fieldsOf(row, keys);
+        const QString id = text(fields[streamID]);
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        QByteArray url = PlaylistSource::encodedHttpURL(QString(prefix + id + suffix));
-        QString name = string(value(row, "name")).value_or(u"Canal "_s + id);
-        const auto category = categories.constFind(text(row, "category_id"));
-        channels.append(Channel(std::move(name), category != categories.constEnd() ? *category : liveGroupDefault,
-                                std::move(url), false));
+        QByteArray url = addresses.address(id);
+        QString name = string(fields[streamName]).value_or(u"Canal "_s + id);
+        QString group = groups.of(fields[categoryID], [&](const QString &category) {
+            return categories.value(category, liveGroupDefault);
+        });
+        channels.append(Channel(std::move(name), std::move(group), std::move(url), false));
         if (extras)
-            extras->append(text(row, "epg_channel_id"), text(row, "stream_icon"));
+            extras->append(text(fields[guideID]), text(fields[logo]));
     }
     if (channels.isEmpty())
         throw IPTVError(u"El servidor no ha retornat canals en directe."_s);
@@ -288,29 +518,40 @@ QList<CatalogItem> catalogItems(const QByteArray &body, CatalogKind kind, const 
     QList<CatalogItem> items;
     items.reserve(rows.size());
     TakenIDs taken(rows.size());
-    const std::string_view idKey = kind == CatalogKind::series ? "series_id" : "stream_id";
+    const std::array<std::string_view, 12> keys = {kind == CatalogKind::series ? "series_id" : "stream_id",
+                                                   "name", "container_extension", "cover", "stream_icon", "year",
+                                                   "releaseDate", "release_date", "rating", "plot", "added",
+                                                   "last_modified"};
+    enum { itemID, itemName, extensionKey, cover, icon, year, releaseDate, releaseDateSnake, rating, plot, added,
+           lastModified };
+    SharedTexts extensions;
+    SharedTexts years;
+    SharedTexts ratings;
+    Posters posters;
+    const auto asIs = [](const QString &text) { return text; };
     for (const Object &row : rows) {
         checkpoint.pass();
-        const QString id = text(row, idKey);
+        const auto fields = fieldsOf(row, keys);
+        const QString id = text(fields[itemID]);
         if (id.isEmpty() || !numeric(id) || !taken.take(id))
             continue;
-        QString name = text(row, "name");
+        QString name = text(fields[itemName]);
         if (name.isEmpty())
             name = u"Sense títol"_s;
-        QString extension = text(row, "container_extension");
-        if (extension.isEmpty())
-            extension = u"mp4"_s;
+        const QString extension = extensions.of(fields[extensionKey], [](const QString &text) {
+            return text.isEmpty() ? u"mp4"_s : text;
+        });
         items.append(CatalogItem{
             id,
             kind,
             name,
             categoryID,
-            optionalHttpURL(text(valueOr(row, "cover", "stream_icon"))),
-            LocalizedText::leftCharacters(text(valueOr(row, "year", "releaseDate", "release_date")), 4),
-            text(row, "rating"),
-            text(row, "plot"),
+            posters.of(text(firstPresent({fields[cover], fields[icon]}))),
+            years.of(firstPresent({fields[year], fields[releaseDate], fields[releaseDateSnake]}), yearOf),
+            ratings.of(fields[rating], asIs),
+            text(fields[plot]),
             extension,
-            decimalNumber(text(valueOr(row, "added", "last_modified"))).value_or(0),
+            decimalNumber(firstPresent({fields[added], fields[lastModified]})).value_or(0),
         });
     }
     return items;

@@ -165,6 +165,17 @@ private Q_SLOTS:
             << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"A,B\" x=\"open,Nom\nhttp://h/1"_s << u"A,B|Sense categoria|http://h/1"_s;
         QTest::newRow("non-ASCII attribute keys")
             << u"#EXTM3U\n#EXTINF:-1 nom-é=\"x\" group-title=\"Ω\",N\nhttp://h/1"_s << u"N|Ω|http://h/1"_s;
+        QTest::newRow("an equals sign without a quote does not hide the next attribute")
+            << u"#EXTM3U\n#EXTINF:-1 a=b c = d group-title=\"G\",N\nhttp://h/1"_s << u"N|G|http://h/1"_s;
+        QTest::newRow("a key right after the previous value's closing quote")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-id=\"x\"group-title=\"G\" tvg-name=\"a=b\"\nhttp://h/1"_s
+            << u"a=b|G|http://h/1"_s;
+        QTest::newRow("a symbol before a key is not part of it, a letter is")
+            << u"#EXTM3U\n#EXTINF:-1 \u2605group-title=\"G\" \U0001D400tvg-name=\"X\"\nhttp://h/1"_s
+            << u"Canal 1|G|http://h/1"_s;
+        QTest::newRow("a value left open ends the attributes")
+            << u"#EXTM3U\n#EXTINF:-1 tvg-name=\"A\" group-title=\"B tvg-name=x\nhttp://h/1"_s
+            << u"A|Sense categoria|http://h/1"_s;
     }
     void parse()
     {

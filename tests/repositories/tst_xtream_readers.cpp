@@ -595,6 +595,9 @@ void TestXtreamReaders::catalogItemField_data()
         u"http://img.test:8080/images/c.jpg"_s);
     row("poster with a blank", R"("cover":"http://img.test/a b.jpg")", "poster",
         u"http://img.test/a%20b.jpg"_s);
+    row("poster with a port and a query", R"("cover":"http://img.test:8080/p.jpg?w=200&h=300")", "poster",
+        u"http://img.test:8080/p.jpg?w=200&h=300"_s);
+    row("poster with a host only", R"("cover":"https://img.test")", "poster", u"https://img.test"_s);
     // year: "year", else "releaseDate", else "release_date", by presence; four characters
     row("year", R"("year":"2019","releaseDate":"2018-01-01")", "year", u"2019"_s);
     row("year a number", R"("year":2019)", "year", u"2019"_s);
@@ -635,6 +638,8 @@ void TestXtreamReaders::catalogItemField_data()
     row("added a date", R"("added":"2018-08-25")", "added", u"0"_s);
     row("added missing", R"("name":"x")", "added", u"0"_s);
     row("added infinite", R"("added":"1e999")", "added", u"0"_s);
+    row("added beyond 64 bits", R"("added":123456789012345678901234)", "added", u"1.2345678901234569e+23"_s);
+    row("added in other digits", "\"added\":\"\u0661\u0662\"", "added", u"0"_s);
     // the argument, not the row, gives the category
     row("category from the request", R"("category_id":"5")", "categoryID", u"77"_s);
 }
