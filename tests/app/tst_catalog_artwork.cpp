@@ -92,7 +92,6 @@ private Q_SLOTS:
     void picturesArriveAsThumbnails();
     void failuresKeepThePlaceholder_data();
     void failuresKeepThePlaceholder();
-    void downloadsInFlightAreBounded();
     void requestWithdrawnWhileQueuedIsNeverDownloaded();
     void downloadWithdrawnInFlightStoresNothing();
     void engineClosedWhileDownloading();
@@ -344,22 +343,6 @@ void TestCatalogArtwork::failuresKeepThePlaceholder()
     QQuickItem *again = show(QUrl(url), QPointF(110, 0));
     QTRY_COMPARE(imageOf(again)->property("status").toInt(), imageError);
     QVERIFY(!hasArtwork(again));
-}
-
-void TestCatalogArtwork::downloadsInFlightAreBounded()
-{
-    QVERIFY(startServer(100));
-    constexpr int pictures = 100;
-    QList<QQuickItem *> posters;
-    for (int variant = 0; variant < pictures; ++variant)
-        posters.append(show(picture(u"poster.jpg"_s, variant), QPointF(6 * variant, 0)));
-    for (QQuickItem *poster : std::as_const(posters))
-        QTRY_VERIFY_WITH_TIMEOUT(hasArtwork(poster), 30000);
-
-    QCOMPARE(m_server->imageRequestCount(), pictures);
-    QCOMPARE(m_loader->downloadsStarted(), pictures);
-    QCOMPARE(m_server->peakImageAnswers(), ArtworkLoader::maximumDownloads);
-    QCOMPARE(m_loader->peakDownloadsInFlight(), ArtworkLoader::maximumDownloads);
 }
 
 void TestCatalogArtwork::requestWithdrawnWhileQueuedIsNeverDownloaded()

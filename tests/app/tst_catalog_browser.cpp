@@ -3,16 +3,13 @@
 // What to expect is computed from the provider's catalogue. Screenshots go to the test's build
 // folder (screenshots/).
 
-#include "../stores/StoreTestSupport.h"
-#include "DemoProvider.h"
-#include "MediaPlayer.h"
-#include "WindowDriver.h"
+#include "DemoWindow.h"
 #include "artwork/ArtworkLoader.h"
+#include "models/CatalogItemListModel.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
 #include "stores/WatchHistory.h"
 
-#include <QCollator>
 #include <QQuickItem>
 #include <QtQuickTest/quicktest.h>
 #include <QSignalSpy>
@@ -28,13 +25,11 @@ class tst_CatalogBrowser : public QObject
     Q_OBJECT
 
 private:
-    DemoProvider m_provider;
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
-    WindowDriver m_ui;
-    QStringList m_warnings; // about the application's own components
+    DemoWindow m_demo;
+    std::unique_ptr<LibraryModel> &m_model = m_demo.model;
+    WindowDriver &m_ui = m_demo.ui;
 
-    const ProviderCatalog &provider() const { return m_provider.server().catalog(); }
+    const ProviderCatalog &provider() const { return m_demo.catalog(); }
     CatalogModel *catalog() const { return m_model->catalog(); }
 
     // The provider's titles of a category as the grid first shows them: newest first.
@@ -80,21 +75,18 @@ private:
         return -1;
     }
 
-    // A fresh model and window with the demo account loaded, showing `section`.
+    // A fresh model and window with `source` loaded, showing `section`.
     bool openOn(const PlaylistSource &source, const QString &section)
     {
-        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.catalog"_s);
-        if (!m_model)
+        if (!m_demo.open(u"test.quenvo.catalog"_s))
             return false;
         m_model->load(source, false, true);
         if (!QTest::qWaitFor([&] { return !m_model->isLoading() && m_model->activeID().has_value(); }, 20000))
             return false;
-        if (!m_ui.open(m_model.get()))
-            return false;
         m_model->selectSection(section);
         return true;
     }
-    bool openDemo(const QString &section) { return openOn(m_provider.account(), section); }
+    bool openDemo(const QString &section) { return openOn(m_demo.provider.account(), section); }
 
     // Waits for the selected category's titles to be listed.
     bool waitForTitles()
@@ -218,33 +210,24 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 8;
         options.categories = 5;
         options.movies = 9;
         options.series = 6;
-        QVERIFY2(m_provider.start(options), qPrintable(m_provider.server().errorString()));
+        QVERIFY2(m_demo.startProvider(options), qPrintable(m_demo.provider.server().errorString()));
         QVERIFY2(movieCategoryWith(0) >= 0, "the catalogue needs an empty movie category");
         QVERIFY2(movieCategoryWithSeveral() >= 0, "the catalogue needs a category with several movies");
         QVERIFY2(seriesWithSpecials() >= 0, "the catalogue needs a series with specials");
-    }
-
-    void init()
-    {
-        m_warnings.clear();
-        m_preferences = std::make_unique<StoreTest::Preferences>();
     }
 
     void cleanup()
     {
         if (m_model)
             m_model->stop();
-        m_warnings += m_ui.finish();
-        m_model.reset();
-        m_preferences.reset();
         // The browser's components must load and bind without a warning.
-        QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));
+        const QStringList warnings = m_demo.finish();
+        QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     }
 
     // Flinging through 20,000 titles asks only for the posters of cards that were laid out, never
@@ -340,7 +323,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, section);
         const PlaylistSource playlist{QUuid::createUuid(), u"Llista"_s,
-            m_provider.server().url(u"/playlist.m3u"_s).toString(), QString(), QString(), PlaylistSource::Kind::m3u};
+            m_demo.provider.server().url(u"/playlist.m3u"_s).toString(), QString(), QString(), PlaylistSource::Kind::m3u};
         QVERIFY(openOn(playlist, section));
 
         QTRY_VERIFY(m_ui.isShown(u"noCatalog"_s));
@@ -407,28 +390,17 @@ private Q_SLOTS:
         QVERIFY(m_ui.saveScreenshot(u"catalog-empty-category"_s));
     }
 
-    void theCategorySearchFiltersTheColumn_data()
-    {
-        QTest::addColumn<QString>("search");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<bool>("noMatch");
-        // Names of the demo catalogue: Acció, Comèdia, Drama, Animació, Ciència-ficció.
-        QTest::newRow("accents ignored") << u"comedia"_s << 1 << false;
-        QTest::newRow("several") << u"ci"_s << 3 << false;
-        QTest::newRow("none") << u"western"_s << 0 << true;
-    }
+    // What matches is the model's rule (tst_catalog_model): here, that the field reaches it and an
+    // empty column says so.
     void theCategorySearchFiltersTheColumn()
     {
-        QFETCH(QString, search);
-        QFETCH(int, rows);
-        QFETCH(bool, noMatch);
         QVERIFY(openDemo(u"movies"_s));
         QVERIFY(waitForTitles());
         QVERIFY(!m_ui.isShown(u"noCategoryMatch"_s));
 
-        m_ui.type(u"categorySearchField"_s, search);
-        QTRY_COMPARE(m_ui.findAll(u"categoryRow"_s).size(), rows);
-        QCOMPARE(m_ui.isShown(u"noCategoryMatch"_s), noMatch);
+        m_ui.type(u"categorySearchField"_s, u"western"_s);
+        QTRY_COMPARE(m_ui.findAll(u"categoryRow"_s).size(), 0);
+        QVERIFY(m_ui.isShown(u"noCategoryMatch"_s));
         QCOMPARE(m_ui.text(u"noCategoryMatch"_s), u"Cap categoria coincideix amb la cerca."_s);
         // The count line counts every category of the provider.
         QCOMPARE(m_ui.text(u"categoryCount"_s),
@@ -477,14 +449,13 @@ private Q_SLOTS:
         QCOMPARE(m_ui.item(u"sortPicker"_s)->property("currentText").toString(), u"Afegits recentment"_s);
         QCOMPARE(m_ui.item(u"sortPicker"_s)->width(), 180);
 
-        QStringList byTitle = newestFirst;
-        QCollator collator{QLocale(QLocale::Catalan)};
-        collator.setCaseSensitivity(Qt::CaseInsensitive);
-        collator.setNumericMode(true);
-        std::sort(byTitle.begin(), byTitle.end(), collator);
-        QVERIFY2(byTitle != newestFirst, "the category's titles must not already be in name order");
+        // The order itself is the model's (tst_catalog_model): the grid shows it.
         pick(u"sortPicker"_s, u"Títol A–Z"_s);
         QVERIFY(catalog()->sortByTitle());
+        QStringList byTitle;
+        for (const CatalogItem &title : catalog()->filteredItems()->visibleItems())
+            byTitle.append(title.name);
+        QVERIFY2(byTitle != newestFirst, "the category's titles must not already be in name order");
         QTRY_COMPARE(cardNames(), byTitle);
 
         pick(u"sortPicker"_s, u"Afegits recentment"_s);
@@ -580,8 +551,8 @@ private Q_SLOTS:
 
     void playingAMovieShowsThePlayerAndReturns()
     {
-        if (!m_provider.mediaProblem().isEmpty())
-            QSKIP(qPrintable(m_provider.mediaProblem()));
+        if (!m_demo.provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_demo.provider.mediaProblem()));
         const int category = movieCategoryWithSeveral();
         const QString name = movieNames(category).constFirst();
         QVERIFY(openDemo(u"movies"_s));
@@ -685,8 +656,8 @@ private Q_SLOTS:
 
     void theContinueButtonPlaysTheNextEpisode()
     {
-        if (!m_provider.mediaProblem().isEmpty())
-            QSKIP(qPrintable(m_provider.mediaProblem()));
+        if (!m_demo.provider.mediaProblem().isEmpty())
+            QSKIP(qPrintable(m_demo.provider.mediaProblem()));
         const int series = seriesWithSpecials();
         QVERIFY(openDemo(u"series"_s));
         QVERIFY(waitForTitles());

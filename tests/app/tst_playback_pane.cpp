@@ -5,12 +5,12 @@
 #include "PlayingLibrary.h"
 #include "ProviderGuide.h"
 #include "VideoSurface.h"
+#include "WindowDriver.h"
 #include "models/CatalogModel.h"
 #include "models/LibraryModel.h"
 #include "models/ProgrammeGuide.h"
 #include "records/CatalogDetail.h"
 
-#include <QAccessible>
 #include <QColor>
 #include <QDateTime>
 #include <QDir>
@@ -126,12 +126,6 @@ private:
         return picture.top() < 8 || litShare(image, above, 0) == 0;
     }
 
-    static QString accessibleName(QQuickItem *item)
-    {
-        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
-        return interface ? interface->text(QAccessible::Name) : QString();
-    }
-
     QTemporaryDir m_guideCache;
 
     void save(QQuickWindow *window, const QString &name)
@@ -213,10 +207,10 @@ private Q_SLOTS:
 
         // The play/pause button and a click on the picture both pause and resume.
         QQuickItem *playPause = paneItem(u"playPauseButton"_s);
-        QCOMPARE(accessibleName(playPause), u"Pausa"_s);
+        QCOMPARE(WindowDriver::accessibleName(playPause), u"Pausa"_s);
         QVERIFY(click(playPause));
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->isPlaying(), 5000);
-        QCOMPARE(accessibleName(playPause), u"Reprodueix"_s);
+        QCOMPARE(WindowDriver::accessibleName(playPause), u"Reprodueix"_s);
         QVERIFY(click(paneItem(u"videoStage"_s)));
         QTRY_VERIFY_WITH_TIMEOUT(m_model->isPlaying(), 5000);
 
