@@ -56,14 +56,9 @@ void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseA
 {
     forget();
     m_source = source;
+    m_channels = channels;
     m_extras = extras;
-    m_indexOfID.reserve(channels.size());
-    QList<GuideMatcher::Subject> subjects;
-    subjects.reserve(channels.size());
-    for (qsizetype i = 0; i < channels.size(); ++i) {
-        m_indexOfID.insert(channels.at(i).id(), i);
-        subjects.append({extras.guideID(i), channels.at(i).name()});
-    }
+    m_currentPosition = m_currentChannel ? positionOf(*m_currentChannel) : -1;
     const QUrl base = QUrl::fromEncoded(baseAddress);
     QList<QUrl> addresses;
     for (const QString &address : extras.guideAddresses()) {
@@ -74,7 +69,7 @@ void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseA
     // Started first: while the guide is on its way, the channel playing waits for it rather than
     // asking for its short guide.
     if (!addresses.isEmpty())
-        load(std::move(addresses), std::move(subjects), m_load.begin());
+        load(std::move(addresses), channels, extras, m_load.begin());
     bump();
 }
 
@@ -90,7 +85,11 @@ void ProgrammeGuide::forget()
     m_shortLoad.invalidate();
     m_source.reset();
     m_extras = ChannelExtras();
-    m_indexOfID.clear();
+    // Normally the channel list still holds these channels; if not, freeing them is not this
+    // thread's work.
+    if (!m_channels.isEmpty())
+        releaseInBackground(std::exchange(m_channels, {}));
+    m_currentPosition = -1;
     m_guide = GuideData();
     m_match.clear();
     m_shortGuide.clear();
@@ -104,7 +103,7 @@ void ProgrammeGuide::forget()
     }
 }
 
-QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Subject> subjects,
+QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channels, ChannelExtras extras,
                                    RequestSlot::Ticket ticket)
 {
     QPointer<ProgrammeGuide> self(this);
@@ -152,9 +151,11 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Su
     QList<qsizetype> match;
     if (guide) {
         // Folding 100,000 names and matching them takes a few tens of milliseconds: not here.
-        auto matchAll = [data = *guide, subjects = std::move(subjects)]() mutable {
-            for (GuideMatcher::Subject &subject : subjects)
-                subject.foldedName = LocalizedText::folded(subject.foldedName);
+        auto matchAll = [data = *guide, channels = std::move(channels), extras = std::move(extras)] {
+            QList<GuideMatcher::Subject> subjects;
+            subjects.reserve(channels.size());
+            for (qsizetype i = 0; i < channels.size(); ++i)
+                subjects.append({extras.guideID(i), LocalizedText::folded(channels.at(i).name())});
             return GuideMatcher(data).match(subjects);
         };
         match = co_await inBackground(std::move(matchAll));
@@ -179,7 +180,36 @@ void ProgrammeGuide::setCurrentChannel(const std::optional<Channel> &channel)
     if (channel == m_currentChannel)
         return;
     m_currentChannel = channel;
+    m_currentPosition = channel ? positionOf(*channel) : -1;
     updateCurrentSchedule();
+}
+
+qsizetype ProgrammeGuide::positionOf(const Channel &channel) const
+{
+    // One pass over the list when the channel playing changes: a lookup table of 100,000 ids would
+    // cost more to build at every load than the passes ever take.
+    const Channel::Digest &digest = channel.digest();
+    for (qsizetype i = 0; i < m_channels.size(); ++i) {
+        if (m_channels.at(i).digest() == digest)
+            return i;
+    }
+    return -1;
+}
+
+qsizetype ProgrammeGuide::positionOf(const QString &channelID) const
+{
+    if (m_currentChannel && m_currentChannel->id() == channelID)
+        return m_currentPosition;
+    const QByteArray bytes = QByteArray::fromHex(channelID.toLatin1());
+    Channel::Digest digest {};
+    if (bytes.size() != qsizetype(digest.size()))
+        return -1;
+    std::copy(bytes.cbegin(), bytes.cend(), digest.begin());
+    for (qsizetype i = 0; i < m_channels.size(); ++i) {
+        if (m_channels.at(i).digest() == digest)
+            return m_channels.at(i).id() == channelID ? i : -1;
+    }
+    return -1;
 }
 
 QString ProgrammeGuide::logo(qsizetype channel) const
@@ -231,7 +261,7 @@ void ProgrammeGuide::updateCurrentSchedule()
         QDateTime endOfDay = QDateTime::fromSecsSinceEpoch(now).addDays(1);
         endOfDay.setTime(QTime(0, 0));
         const qint64 until = endOfDay.toSecsSinceEpoch();
-        const qsizetype position = m_indexOfID.value(m_currentChannel->id(), -1);
+        const qsizetype position = m_currentPosition;
         const qsizetype guideChannel = position >= 0 && position < m_match.size() ? m_match.at(position)
                                                                                    : GuideMatcher::noMatch;
         if (guideChannel != GuideMatcher::noMatch) {
