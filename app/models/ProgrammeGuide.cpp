@@ -121,6 +121,13 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channel
     // A fresh copy on disk spares the download; a stale one is the fallback when it fails.
     // Lambdas are named before their co_await: GCC 12 destroys a temporary one twice.
     auto read = [cache, cacheKey] { return cache.load(cacheKey); };
+    // A compressed guide is asked for as it is: the parser inflates it on the thread pool while it
+    // reads it, where the network stack would inflate it on this thread (tens of milliseconds for a
+    // few megabytes). The parser's own limit counts the inflated bytes.
+    const HTTPClient::Fetch compressed = [fetch = m_fetch](QNetworkRequest request, CancellationToken cancellation) {
+        request.setRawHeader("Accept-Encoding", "gzip");
+        return fetch(std::move(request), std::move(cancellation));
+    };
     auto cached = co_await inBackground(std::move(read));
     if (!self || !ticket.isCurrent())
         co_return;
@@ -128,7 +135,7 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channel
         guide = std::move(cached->guide);
     } else {
         try {
-            GuideData fetched = co_await GuideRepository(m_fetch).load(
+            GuideData fetched = co_await GuideRepository(compressed).load(
                 addresses, GuideWindow::around(now), ticket.cancellation());
             if (!self || !ticket.isCurrent())
                 co_return;
