@@ -27,7 +27,7 @@
 // a small integer; the visible list is a vector of row numbers, so a keystroke scans the index (or,
 // when the query only grew, the previous matches) and never touches a Channel. A new list is shown
 // in a few milliseconds of the main thread: prepare() maps the groups and the favourites on any
-// thread, and the folding of the names (about a hundred milliseconds) follows on the thread pool
+// thread, and the folding of the names (60–90 ms at 100,000 channels) follows on the thread pool
 // once the rows are shown. A search that comes before the folding is done folds them at once.
 class ChannelListModel : public QAbstractListModel
 {
