@@ -14,6 +14,7 @@
 #include <QTimeZone>
 
 #include <algorithm>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -116,7 +117,8 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channel
     const GuideCache cache(m_cacheFolder);
     const qint64 now = m_clock();
 
-    std::optional<GuideData> guide;
+    // Shared with the work on the thread pool rather than copied for it (a guide is megabytes).
+    std::shared_ptr<GuideData> guide;
     bool failed = false;
     // A fresh copy on disk spares the download; a stale one is the fallback when it fails.
     // Lambdas are named before their co_await: GCC 12 destroys a temporary one twice.
@@ -132,24 +134,25 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channel
     if (!self || !ticket.isCurrent())
         co_return;
     if (cached && !cached->isStale(QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()))) {
-        guide = std::move(cached->guide);
+        guide = std::make_shared<GuideData>(std::move(cached->guide));
     } else {
         try {
             GuideData fetched = co_await GuideRepository(compressed).load(
                 addresses, GuideWindow::around(now), ticket.cancellation());
             if (!self || !ticket.isCurrent())
                 co_return;
-            auto store = [cache, cacheKey, fetched, now] {
-                return cache.store(cacheKey, fetched, QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()));
+            auto shared = std::make_shared<GuideData>(std::move(fetched));
+            auto store = [cache, cacheKey, shared, now] {
+                return cache.store(cacheKey, *shared, QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()));
             };
             co_await inBackground(std::move(store));
-            guide = std::move(fetched);
+            guide = std::move(shared);
         } catch (const CancelledError &) {
             co_return;
         } catch (...) {
             failed = true;
             if (cached)
-                guide = std::move(cached->guide);
+                guide = std::make_shared<GuideData>(std::move(cached->guide));
         }
     }
     if (!self || !ticket.isCurrent())
@@ -158,12 +161,12 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channel
     QList<qsizetype> match;
     if (guide) {
         // Folding 100,000 names and matching them takes a few tens of milliseconds: not here.
-        auto matchAll = [data = *guide, channels = std::move(channels), extras = std::move(extras)] {
+        auto matchAll = [data = guide, channels = std::move(channels), extras = std::move(extras)] {
             QList<GuideMatcher::Subject> subjects;
             subjects.reserve(channels.size());
             for (qsizetype i = 0; i < channels.size(); ++i)
                 subjects.append({extras.guideID(i), LocalizedText::folded(channels.at(i).name())});
-            return GuideMatcher(data).match(subjects);
+            return GuideMatcher(*data).match(subjects);
         };
         match = co_await inBackground(std::move(matchAll));
         if (!self || !ticket.isCurrent())
