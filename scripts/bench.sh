@@ -171,6 +171,7 @@ register "quenvo-playlistgen quenvo-bench-m3u" "M3U parse: M3UParser vs iptv-pla
 register "quenvo-bench-xtream" "Xtream loading: XtreamReaders vs JSON.parse in node" "$bin/xtream/quenvo-bench-xtream" --runs "$runs" --data "$data" --fixtures "$fixtures"
 register "quenvo-bench-channel-list" "Channel list: search, category and favourites over 100,000 channels" "$bin/models/quenvo-bench-channel-list" --runs "$runs"
 register "quenvo-bench-guide" "Programme guide: XmltvParser vs @iptv/xmltv and epg-parser, the kept window, matching 100,000 channels" "$bin/guide/quenvo-bench-guide" --runs "$runs" --data "$data" --fixtures "$fixtures"
+register "quenvo-bench-load" "Loading end to end: 100,000-channel M3U and 50,000-channel Xtream account through the library model, and the main thread's longest stall" "$bin/load/quenvo-bench-load" --runs "$runs"
 register "quenvo-bench-playback" "Playback: zapping against bare libVLC, and 200 rapid switches" "$bin/playback/quenvo-bench-playback" --runs 5 --switches 200
 
 # ---------------------------------------------------------------------------------------------------

@@ -44,13 +44,23 @@ QStringList ChannelCategoriesModel::names() const
     return result;
 }
 
-void ChannelCategoriesModel::setCategories(QList<Category> categories)
+QList<ChannelCategoriesModel::Category> ChannelCategoriesModel::sortedForDisplay(QList<Category> categories)
 {
     // Ties (names equal to the collator) fall back to plain code-point order, so the order is total.
     std::sort(categories.begin(), categories.end(), [](const Category &a, const Category &b) {
         const int order = LocalizedText::compare(a.name, b.name);
         return order != 0 ? order < 0 : a.name < b.name;
     });
+    return categories;
+}
+
+void ChannelCategoriesModel::setCategories(QList<Category> categories)
+{
+    setSortedCategories(sortedForDisplay(std::move(categories)));
+}
+
+void ChannelCategoriesModel::setSortedCategories(QList<Category> categories)
+{
     if (categories == m_categories)
         return;
     const int previousCount = count();

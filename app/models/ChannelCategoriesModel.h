@@ -41,8 +41,12 @@ public:
     // The names in display order.
     QStringList names() const;
 
+    // `categories` in display order. Runs on any thread.
+    static QList<Category> sortedForDisplay(QList<Category> categories);
     // Replaces the list with `categories` sorted for display; one reset, and only when it changes.
     void setCategories(QList<Category> categories);
+    // The same for a list already in display order.
+    void setSortedCategories(QList<Category> categories);
 
 Q_SIGNALS:
     void countChanged();

@@ -1,6 +1,7 @@
 #include "ChannelListModel.h"
 
 #include "ChannelCategoriesModel.h"
+#include "async/Background.h"
 
 #include <algorithm>
 
@@ -57,6 +58,37 @@ qsizetype heapSize(const QString &text)
 qsizetype heapSize(const QByteArray &bytes)
 {
     return bytes.isNull() ? 0 : qsizetype(sizeof(QArrayData)) + bytes.capacity() + 1;
+}
+
+// The channels' names folded for the search, in one buffer.
+FoldedNameIndex foldedNames(const QList<Channel> &channels, const CancellationFlag &cancellation = {})
+{
+    qsizetype characters = 0;
+    for (const Channel &channel : channels)
+        characters += channel.name().size();
+    FoldedNameIndex names;
+    names.reserve(channels.size(), characters);
+    CancellationCheckpoint checkpoint(cancellation);
+    for (const Channel &channel : channels) {
+        checkpoint.pass();
+        names.append(channel.name());
+    }
+    return names;
+}
+
+// Per channel: whether its digest is among `favorites` (sorted).
+std::vector<bool> favoriteFlags(const QList<Channel> &channels, const std::vector<Channel::Digest> &favorites,
+                                const CancellationFlag &cancellation = {})
+{
+    std::vector<bool> flags(std::size_t(channels.size()), false);
+    if (favorites.empty())
+        return flags;
+    CancellationCheckpoint checkpoint(cancellation);
+    for (qsizetype row = 0; row < channels.size(); ++row) {
+        checkpoint.pass();
+        flags[std::size_t(row)] = std::binary_search(favorites.begin(), favorites.end(), channels[row].digest());
+    }
+    return flags;
 }
 
 } // namespace
@@ -139,7 +171,76 @@ void ChannelListModel::setGuide(const ProgrammeGuide *guide)
     });
 }
 
+ChannelListModel::Prepared ChannelListModel::prepare(QList<Channel> channels, const QSet<QString> &favorites,
+                                                     const QUuid &source, const CancellationFlag &cancellation)
+{
+    Prepared prepared;
+    prepared.channels = std::move(channels);
+    prepared.groupOfRow.reserve(std::size_t(prepared.channels.size()));
+    CancellationCheckpoint checkpoint(cancellation);
+    for (const Channel &channel : std::as_const(prepared.channels)) {
+        checkpoint.pass();
+        const auto found = prepared.groupIndex.constFind(channel.group());
+        qint32 group;
+        if (found != prepared.groupIndex.cend()) {
+            group = *found;
+        } else {
+            group = qint32(prepared.groups.size());
+            prepared.groupIndex.insert(channel.group(), group);
+            prepared.groups.append({channel.group(), 0});
+        }
+        ++prepared.groups[group].channels;
+        prepared.groupOfRow.push_back(group);
+    }
+    prepared.groups = ChannelCategoriesModel::sortedForDisplay(std::move(prepared.groups));
+    prepared.favoriteDigests = favoriteDigests(favorites, source);
+    prepared.favoriteRow = favoriteFlags(prepared.channels, prepared.favoriteDigests, cancellation);
+    return prepared;
+}
+
 void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)
+{
+    install(prepare(std::move(channels), m_favorites, source), source);
+    foldNamesNow();
+}
+
+void ChannelListModel::setPrepared(Prepared prepared, const QUuid &source)
+{
+    install(std::move(prepared), source);
+    if (!m_namesFolded)
+        foldNames(m_folding.begin());
+}
+
+void ChannelListModel::foldNamesNow()
+{
+    if (m_namesFolded)
+        return;
+    m_folding.invalidate();
+    m_names = foldedNames(m_channels);
+    m_namesFolded = true;
+}
+
+QCoro::Task<> ChannelListModel::foldNames(RequestSlot::Ticket ticket)
+{
+    // Named before the co_await: GCC 12 destroys a lambda that is a temporary of a co_await
+    // expression twice.
+    auto fold = [channels = m_channels, cancellation = ticket.cancellation().flag()] {
+        return foldedNames(channels, cancellation);
+    };
+    FoldedNameIndex names;
+    try {
+        names = co_await inBackground(std::move(fold));
+    } catch (const CancelledError &) {
+        co_return;
+    }
+    // Another list, a search that could not wait, or the model gone: these names are not wanted.
+    if (!ticket.isCurrent())
+        co_return;
+    m_names = std::move(names);
+    m_namesFolded = true;
+}
+
+void ChannelListModel::install(Prepared prepared, const QUuid &source)
 {
     // The same connection again keeps the chosen channels it still lists.
     std::vector<Channel::Digest> chosen;
@@ -148,43 +249,30 @@ void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)
             chosen.push_back(channel.digest());
         std::sort(chosen.begin(), chosen.end());
     }
-    m_channels = std::move(channels);
+    const int previousCount = count();
+    const int previousSelected = m_selectedCount;
+    beginResetModel();
+    // The previous list goes the other way: freeing its hundred thousand names is not this thread's work.
+    std::swap(m_channels, prepared.channels);
+    m_folding.invalidate();
+    releaseInBackground(std::exchange(m_names, {}));
+    m_namesFolded = m_channels.isEmpty();
+    std::swap(m_groupOfRow, prepared.groupOfRow);
+    std::swap(m_groupIndex, prepared.groupIndex);
+    QList<ChannelCategoriesModel::Category> groups = std::move(prepared.groups);
+    prepared.groups = {};
     m_source = source;
-
-    qsizetype characters = 0;
-    for (const Channel &channel : std::as_const(m_channels))
-        characters += channel.name().size();
-    m_names.clear();
-    m_names.reserve(m_channels.size(), characters);
-    m_groupIndex.clear();
-    m_groupOfRow.clear();
-    m_groupOfRow.reserve(std::size_t(m_channels.size()));
-    QList<ChannelCategoriesModel::Category> groups;
-    for (const Channel &channel : std::as_const(m_channels)) {
-        m_names.append(channel.name());
-        const auto found = m_groupIndex.constFind(channel.group());
-        qint32 group;
-        if (found != m_groupIndex.cend()) {
-            group = *found;
-        } else {
-            group = qint32(groups.size());
-            m_groupIndex.insert(channel.group(), group);
-            groups.append({channel.group(), 0});
-        }
-        ++groups[group].channels;
-        m_groupOfRow.push_back(group);
-    }
     m_categoryGroup = !m_category ? -1 : m_groupIndex.value(*m_category, -2);
 
     m_favoriteDigests = favoriteDigests(m_favorites, m_source);
-    m_favoriteRow.assign(std::size_t(m_channels.size()), false);
-    if (!m_favoriteDigests.empty()) {
-        for (qsizetype row = 0; row < m_channels.size(); ++row)
-            m_favoriteRow[std::size_t(row)] =
-                std::binary_search(m_favoriteDigests.begin(), m_favoriteDigests.end(), m_channels[row].digest());
-    }
+    // Made with the favourites of the moment the preparation started: only a toggle since then
+    // makes them again here.
+    if (prepared.favoriteDigests == m_favoriteDigests && prepared.favoriteRow.size() == std::size_t(m_channels.size()))
+        m_favoriteRow = std::move(prepared.favoriteRow);
+    else
+        m_favoriteRow = favoriteFlags(m_channels, m_favoriteDigests);
+    releaseInBackground(std::move(prepared));
 
-    const int previousSelected = m_selectedCount;
     m_selectedRow.assign(std::size_t(m_channels.size()), false);
     m_selectedCount = 0;
     if (!chosen.empty()) {
@@ -196,13 +284,11 @@ void ChannelListModel::setChannels(QList<Channel> channels, const QUuid &source)
         }
     }
 
-    const int previousCount = count();
-    beginResetModel();
     m_visible = filteredRows();
     endResetModel();
     if (m_selectedCount != previousSelected || m_selectedCount > 0)
         Q_EMIT selectionChanged();
-    m_categories->setCategories(std::move(groups));
+    m_categories->setSortedCategories(std::move(groups));
     Q_EMIT channelsChanged();
     if (count() != previousCount)
         Q_EMIT countChanged();
@@ -212,6 +298,8 @@ void ChannelListModel::setSearch(const QString &search)
 {
     if (search == m_search)
         return;
+    if (!search.isEmpty())
+        foldNamesNow();
     const QString previousFolded = m_foldedSearch;
     m_search = search;
     m_foldedSearch = LocalizedText::folded(search);
@@ -321,7 +409,7 @@ bool ChannelListModel::passesCategoryAndFavorites(qint32 row) const
     return !m_favoritesOnly || m_favoriteRow[std::size_t(row)];
 }
 
-std::vector<qint32> ChannelListModel::filteredRows() const
+std::vector<qint32> ChannelListModel::filteredRows()
 {
     std::vector<qint32> rows;
     if (m_categoryGroup == -2)
@@ -335,6 +423,7 @@ std::vector<qint32> ChannelListModel::filteredRows() const
         return rows;
     }
     // A search whose folded form is empty (only accents, say) matches nothing.
+    foldNamesNow();
     const QList<qsizetype> matches = m_names.rowsMatching(m_search);
     rows.reserve(std::size_t(matches.size()));
     for (const qsizetype match : matches) {
@@ -403,6 +492,16 @@ QList<Channel> ChannelListModel::selectedChannels() const
             chosen.append(m_channels.at(row));
     }
     return chosen;
+}
+
+QList<Channel> ChannelListModel::favoriteChannels() const
+{
+    QList<Channel> favorites;
+    for (qsizetype row = 0; row < m_channels.size(); ++row) {
+        if (m_favoriteRow[std::size_t(row)])
+            favorites.append(m_channels.at(row));
+    }
+    return favorites;
 }
 
 QList<Channel> ChannelListModel::channelsInGroup(const QString &group) const

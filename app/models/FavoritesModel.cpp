@@ -1,5 +1,6 @@
 #include "FavoritesModel.h"
 
+#include "ChannelListModel.h"
 #include "FavoriteChannelListModel.h"
 #include "FavoriteTitleListModel.h"
 #include "LibraryModel.h"
@@ -116,13 +117,13 @@ void FavoritesModel::updateFavoriteChannels(bool channelsChanged)
         return;
     m_favoriteDigests = std::move(digests);
 
+    // The channel list keeps a favourite flag per channel: no pass over a hundred thousand channels
+    // here. Until it lists the active connection (the moment between a new connection and its
+    // channels), none of that connection's channels is listed.
     QList<Channel> favorites;
-    if (!m_favoriteDigests.empty()) {
-        for (const Channel &channel : m_library.channels()) {
-            if (std::binary_search(m_favoriteDigests.cbegin(), m_favoriteDigests.cend(), channel.digest()))
-                favorites.append(channel);
-        }
-    }
+    const ChannelListModel &list = *m_library.filteredChannels();
+    if (!m_favoriteDigests.empty() && m_library.activeID() == list.source())
+        favorites = list.favoriteChannels();
     if (favorites == m_favoriteChannels)
         return;
     const int previousCount = liveCount();

@@ -8,6 +8,7 @@
 #include "FavoritesModel.h"
 #include "ProgrammeGuide.h"
 #include "Publish.h"
+#include "async/Background.h"
 #include "http/FailureText.h"
 #include "records/IPTVError.h"
 #include "records/JsonFields.h"
@@ -62,6 +63,14 @@ std::optional<QUuid> uuidFromText(const QString &text)
         return std::nullopt;
     return id;
 }
+
+// A loaded list made ready for the channel list off the main thread, with what the list says beside
+// its channels.
+struct PreparedListing
+{
+    ChannelListModel::Prepared list;
+    ChannelExtras extras;
+};
 
 bool isCancellation(const std::exception_ptr &error)
 {
@@ -290,6 +299,17 @@ QCoro::Task<> LibraryModel::runLoad(PlaylistSource source, bool save, bool tempo
         ticket.cancellation().throwIfCancelled();
         if (!ticket.isCurrent())
             co_return;
+        // Mapping the groups and the favourites of 100,000 channels takes tens of milliseconds: done
+        // here, the list is then shown in a few.
+        auto prepare = [listing = std::move(listing), favorites = m_favorites, id = source.id,
+                        cancellation = ticket.cancellation().flag()]() mutable {
+            ChannelListModel::Prepared list = ChannelListModel::prepare(listing.channels, favorites, id, cancellation);
+            return PreparedListing{std::move(list), std::move(listing.extras)};
+        };
+        PreparedListing prepared = co_await inBackground(std::move(prepare));
+        ticket.cancellation().throwIfCancelled();
+        if (!ticket.isCurrent())
+            co_return;
         const auto stillCurrent = [ticket] { return ticket.isCurrent(); };
         co_await m_connections->keepLoaded(source, save, temporary, stillCurrent);
         // The keychain write waits its turn: a newer request may have taken over meanwhile.
@@ -300,10 +320,11 @@ QCoro::Task<> LibraryModel::runLoad(PlaylistSource source, bool save, bool tempo
         stop();
         setActiveID(source.id);
         // Relative guide addresses in a list resolve against the list's own address.
-        m_guide->reset(source, QUrl(source.address.trimmed()).toEncoded(), listing.channels, listing.extras);
-        setChannels(std::move(listing.channels));
+        m_guide->reset(source, QUrl(source.address.trimmed()).toEncoded(), prepared.list.channels, prepared.extras);
+        // The filters are cleared first, so that the new list is filtered by nothing at all.
         setCategory(std::nullopt);
         setSearch(QString());
+        m_channelList->setPrepared(std::move(prepared.list), source.id);
         m_catalog->reset(source);
         if (m_section != Section::live && !whenLoaded)
             m_catalog->open(catalogKindOf(m_section), false, std::nullopt, std::nullopt);

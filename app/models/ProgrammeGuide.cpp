@@ -14,6 +14,7 @@
 #include <QTimeZone>
 
 #include <algorithm>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -56,14 +57,9 @@ void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseA
 {
     forget();
     m_source = source;
+    m_channels = channels;
     m_extras = extras;
-    m_indexOfID.reserve(channels.size());
-    QList<GuideMatcher::Subject> subjects;
-    subjects.reserve(channels.size());
-    for (qsizetype i = 0; i < channels.size(); ++i) {
-        m_indexOfID.insert(channels.at(i).id(), i);
-        subjects.append({extras.guideID(i), channels.at(i).name()});
-    }
+    m_currentPosition = m_currentChannel ? positionOf(*m_currentChannel) : -1;
     const QUrl base = QUrl::fromEncoded(baseAddress);
     QList<QUrl> addresses;
     for (const QString &address : extras.guideAddresses()) {
@@ -74,7 +70,7 @@ void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseA
     // Started first: while the guide is on its way, the channel playing waits for it rather than
     // asking for its short guide.
     if (!addresses.isEmpty())
-        load(std::move(addresses), std::move(subjects), m_load.begin());
+        load(std::move(addresses), channels, extras, m_load.begin());
     bump();
 }
 
@@ -90,7 +86,11 @@ void ProgrammeGuide::forget()
     m_shortLoad.invalidate();
     m_source.reset();
     m_extras = ChannelExtras();
-    m_indexOfID.clear();
+    // Normally the channel list still holds these channels; if not, freeing them is not this
+    // thread's work.
+    if (!m_channels.isEmpty())
+        releaseInBackground(std::exchange(m_channels, {}));
+    m_currentPosition = -1;
     m_guide = GuideData();
     m_match.clear();
     m_shortGuide.clear();
@@ -104,7 +104,7 @@ void ProgrammeGuide::forget()
     }
 }
 
-QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Subject> subjects,
+QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<Channel> channels, ChannelExtras extras,
                                    RequestSlot::Ticket ticket)
 {
     QPointer<ProgrammeGuide> self(this);
@@ -117,33 +117,42 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Su
     const GuideCache cache(m_cacheFolder);
     const qint64 now = m_clock();
 
-    std::optional<GuideData> guide;
+    // Shared with the work on the thread pool rather than copied for it (a guide is megabytes).
+    std::shared_ptr<GuideData> guide;
     bool failed = false;
     // A fresh copy on disk spares the download; a stale one is the fallback when it fails.
     // Lambdas are named before their co_await: GCC 12 destroys a temporary one twice.
     auto read = [cache, cacheKey] { return cache.load(cacheKey); };
+    // A compressed guide is asked for as it is: the parser inflates it on the thread pool while it
+    // reads it, where the network stack would inflate it on this thread (tens of milliseconds for a
+    // few megabytes). The parser's own limit counts the inflated bytes.
+    const HTTPClient::Fetch compressed = [fetch = m_fetch](QNetworkRequest request, CancellationToken cancellation) {
+        request.setRawHeader("Accept-Encoding", "gzip");
+        return fetch(std::move(request), std::move(cancellation));
+    };
     auto cached = co_await inBackground(std::move(read));
     if (!self || !ticket.isCurrent())
         co_return;
     if (cached && !cached->isStale(QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()))) {
-        guide = std::move(cached->guide);
+        guide = std::make_shared<GuideData>(std::move(cached->guide));
     } else {
         try {
-            GuideData fetched = co_await GuideRepository(m_fetch).load(
+            GuideData fetched = co_await GuideRepository(compressed).load(
                 addresses, GuideWindow::around(now), ticket.cancellation());
             if (!self || !ticket.isCurrent())
                 co_return;
-            auto store = [cache, cacheKey, fetched, now] {
-                return cache.store(cacheKey, fetched, QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()));
+            auto shared = std::make_shared<GuideData>(std::move(fetched));
+            auto store = [cache, cacheKey, shared, now] {
+                return cache.store(cacheKey, *shared, QDateTime::fromSecsSinceEpoch(now, QTimeZone::utc()));
             };
             co_await inBackground(std::move(store));
-            guide = std::move(fetched);
+            guide = std::move(shared);
         } catch (const CancelledError &) {
             co_return;
         } catch (...) {
             failed = true;
             if (cached)
-                guide = std::move(cached->guide);
+                guide = std::make_shared<GuideData>(std::move(cached->guide));
         }
     }
     if (!self || !ticket.isCurrent())
@@ -152,10 +161,12 @@ QCoro::Task<> ProgrammeGuide::load(QList<QUrl> addresses, QList<GuideMatcher::Su
     QList<qsizetype> match;
     if (guide) {
         // Folding 100,000 names and matching them takes a few tens of milliseconds: not here.
-        auto matchAll = [data = *guide, subjects = std::move(subjects)]() mutable {
-            for (GuideMatcher::Subject &subject : subjects)
-                subject.foldedName = LocalizedText::folded(subject.foldedName);
-            return GuideMatcher(data).match(subjects);
+        auto matchAll = [data = guide, channels = std::move(channels), extras = std::move(extras)] {
+            QList<GuideMatcher::Subject> subjects;
+            subjects.reserve(channels.size());
+            for (qsizetype i = 0; i < channels.size(); ++i)
+                subjects.append({extras.guideID(i), LocalizedText::folded(channels.at(i).name())});
+            return GuideMatcher(*data).match(subjects);
         };
         match = co_await inBackground(std::move(matchAll));
         if (!self || !ticket.isCurrent())
@@ -179,7 +190,36 @@ void ProgrammeGuide::setCurrentChannel(const std::optional<Channel> &channel)
     if (channel == m_currentChannel)
         return;
     m_currentChannel = channel;
+    m_currentPosition = channel ? positionOf(*channel) : -1;
     updateCurrentSchedule();
+}
+
+qsizetype ProgrammeGuide::positionOf(const Channel &channel) const
+{
+    // One pass over the list when the channel playing changes: a lookup table of 100,000 ids would
+    // cost more to build at every load than the passes ever take.
+    const Channel::Digest &digest = channel.digest();
+    for (qsizetype i = 0; i < m_channels.size(); ++i) {
+        if (m_channels.at(i).digest() == digest)
+            return i;
+    }
+    return -1;
+}
+
+qsizetype ProgrammeGuide::positionOf(const QString &channelID) const
+{
+    if (m_currentChannel && m_currentChannel->id() == channelID)
+        return m_currentPosition;
+    const QByteArray bytes = QByteArray::fromHex(channelID.toLatin1());
+    Channel::Digest digest {};
+    if (bytes.size() != qsizetype(digest.size()))
+        return -1;
+    std::copy(bytes.cbegin(), bytes.cend(), digest.begin());
+    for (qsizetype i = 0; i < m_channels.size(); ++i) {
+        if (m_channels.at(i).digest() == digest)
+            return m_channels.at(i).id() == channelID ? i : -1;
+    }
+    return -1;
 }
 
 QString ProgrammeGuide::logo(qsizetype channel) const
@@ -231,7 +271,7 @@ void ProgrammeGuide::updateCurrentSchedule()
         QDateTime endOfDay = QDateTime::fromSecsSinceEpoch(now).addDays(1);
         endOfDay.setTime(QTime(0, 0));
         const qint64 until = endOfDay.toSecsSinceEpoch();
-        const qsizetype position = m_indexOfID.value(m_currentChannel->id(), -1);
+        const qsizetype position = m_currentPosition;
         const qsizetype guideChannel = position >= 0 && position < m_match.size() ? m_match.at(position)
                                                                                    : GuideMatcher::noMatch;
         if (guideChannel != GuideMatcher::noMatch) {

@@ -50,7 +50,8 @@ public:
 
     void setClock(Clock clock) { m_clock = std::move(clock); }
 
-    // A new list of the active connection: `baseAddress` resolves relative guide addresses.
+    // A new list of the active connection: `baseAddress` resolves relative guide addresses. Takes a
+    // few microseconds whatever the list's size: what the matching needs is made on the thread pool.
     void reset(const PlaylistSource &source, const QByteArray &baseAddress, const QList<Channel> &channels,
                const ChannelExtras &extras);
     void clear();
@@ -64,7 +65,7 @@ public:
     // By the channel's position in the list given to reset.
     QString logo(qsizetype channel) const;
     // The same by the channel's id; empty for a channel not in the list.
-    QString logoOf(const QString &channelID) const { return logo(m_indexOfID.value(channelID, -1)); }
+    QString logoOf(const QString &channelID) const { return logo(positionOf(channelID)); }
     std::optional<GuideProgramme> now(qsizetype channel) const;
     qint64 currentTime() const { return m_clock(); }
 
@@ -75,7 +76,10 @@ Q_SIGNALS:
     void currentScheduleChanged();
 
 private:
-    QCoro::Task<> load(QList<QUrl> addresses, QList<GuideMatcher::Subject> subjects, RequestSlot::Ticket ticket);
+    QCoro::Task<> load(QList<QUrl> addresses, QList<Channel> channels, ChannelExtras extras, RequestSlot::Ticket ticket);
+    // The position of a channel in the list; -1 when it is not there. The channel playing's is kept.
+    qsizetype positionOf(const QString &channelID) const;
+    qsizetype positionOf(const Channel &channel) const;
     QCoro::Task<> loadShortGuide(QString streamID, QString channelID, RequestSlot::Ticket ticket);
     // Drops everything of the previous list, without telling the rows.
     void forget();
@@ -91,11 +95,12 @@ private:
     RequestSlot m_shortLoad;
 
     std::optional<PlaylistSource> m_source;
+    QList<Channel> m_channels;
     ChannelExtras m_extras;
-    QHash<QString, qsizetype> m_indexOfID; // channel id → position
     GuideData m_guide;
     QList<qsizetype> m_match; // position → guide channel, or GuideMatcher::noMatch
     std::optional<Channel> m_currentChannel;
+    qsizetype m_currentPosition = -1; // of m_currentChannel in m_channels
     QString m_shortGuideChannel; // channel id the short guide below belongs to
     QList<GuideProgramme> m_shortGuide;
 

@@ -216,6 +216,10 @@ private:
             fail(HTTPClient::sizeLimitError());
             return true;
         }
+        // Room for the announced body at once (it is within the limit): growing a 20 MB body as
+        // it comes copies it over and over, tens of milliseconds of the calling thread.
+        if (announced.isValid() && announced.toLongLong() > m_body.capacity())
+            m_body.reserve(announced.toLongLong());
         return false;
     }
 

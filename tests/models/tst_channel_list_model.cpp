@@ -7,7 +7,9 @@
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThreadPool>
 
+#include <future>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -81,6 +83,8 @@ private Q_SLOTS:
     void favoriteToggleInFavoritesView();
     void signalsOnlyOnChange();
     void newChannelsKeepFilters();
+    void preparedElsewhere_data();
+    void preparedElsewhere();
     void roles();
 };
 
@@ -310,6 +314,87 @@ void ChannelListModelTest::newChannelsKeepFilters()
     QCOMPARE(f.model.count(), 0);
     QCOMPARE(f.model.categories()->count(), 0);
     QCOMPARE(resets.size(), 2);
+}
+
+void ChannelListModelTest::preparedElsewhere_data()
+{
+    QTest::addColumn<bool>("waitForFolding");
+    QTest::addColumn<QStringList>("favoritesMeanwhile"); // empty: unchanged
+    QTest::addColumn<bool>("replacedAtOnce");
+    QTest::addColumn<QString>("search");
+    QTest::addColumn<QStringList>("expected");
+    QTest::addColumn<QStringList>("expectedFavorites");
+
+    const QStringList cafe = {u"Café TV"_s, u"CAFETERIA 24"_s};
+    QTest::newRow("search before the names are folded")
+        << false << QStringList() << false << u"cafe"_s << cafe << QStringList{u"Música"_s};
+    QTest::newRow("search once they are")
+        << true << QStringList() << false << u"cafe"_s << cafe << QStringList{u"Música"_s};
+    QTest::newRow("favourites changed while it was prepared")
+        << true << QStringList{u"Esports 1"_s, u"Canal Infantil"_s} << false << u"cafe"_s << cafe
+        << QStringList{u"Esports 1"_s, u"Canal Infantil"_s};
+    QTest::newRow("another list before the first's names are in")
+        << false << QStringList() << true << u"te"_s << QStringList{u"Telenotícies"_s, u"Cafè Teatre"_s}
+        << QStringList();
+}
+
+void ChannelListModelTest::preparedElsewhere()
+{
+    // The library model prepares a list on the thread pool, then hands it over: the rows are there
+    // at once, the names are folded afterwards, and the search finds the same whenever it comes.
+    QFETCH(bool, waitForFolding);
+    QFETCH(QStringList, favoritesMeanwhile);
+    QFETCH(bool, replacedAtOnce);
+    QFETCH(QString, search);
+    QFETCH(QStringList, expected);
+    QFETCH(QStringList, expectedFavorites);
+
+    Fixture f;
+    const QList<Channel> channels = sampleChannels();
+    const QList<Channel> others = {channel(u"Telenotícies"_s, u"Notícies"_s), channel(u"Cafè Teatre"_s, u"Cultura"_s),
+                                   channel(u"Ràdio"_s, u"Cultura"_s)};
+    f.model.setFavorites(keysOf(channels, {u"Música"_s}, activeSource));
+    const QSet<QString> favorites = f.model.favorites();
+    auto first = std::async(std::launch::async,
+                            [&] { return ChannelListModel::prepare(channels, favorites, activeSource); });
+    auto second = std::async(std::launch::async,
+                             [&] { return ChannelListModel::prepare(others, favorites, activeSource); });
+    ChannelListModel::Prepared prepared = first.get();
+    if (!favoritesMeanwhile.isEmpty())
+        f.model.setFavorites(keysOf(channels, favoritesMeanwhile, activeSource));
+
+    f.model.setPrepared(std::move(prepared), activeSource);
+    QCOMPARE(f.model.count(), channels.size());
+    QCOMPARE(f.model.categories()->count(), 5);
+    const QList<Channel> &shown = replacedAtOnce ? others : channels;
+    if (replacedAtOnce) {
+        // The first list's names are folded, but that has not been told on this thread yet.
+        QThreadPool::globalInstance()->waitForDone();
+        f.model.setPrepared(second.get(), activeSource);
+    }
+    QCOMPARE(f.model.channels(), shown);
+    QStringList favoriteNames;
+    for (int row = 0; row < f.model.rowCount(); ++row) {
+        if (f.model.data(f.model.index(row), ChannelListModel::FavoriteRole).toBool())
+            favoriteNames.append(f.model.data(f.model.index(row), ChannelListModel::NameRole).toString());
+    }
+    QCOMPARE(favoriteNames, expectedFavorites);
+    QCOMPARE(f.model.favoriteChannels().size(), expectedFavorites.size());
+
+    if (waitForFolding)
+        QTRY_VERIFY(f.model.namesFolded());
+    f.model.setSearch(search);
+    QCOMPARE(visibleNames(f.model), expected);
+    // A folding still on its way changes nothing once it ends.
+    QThreadPool::globalInstance()->waitForDone();
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    QVERIFY(f.model.namesFolded());
+    QCOMPARE(visibleNames(f.model), expected);
+    f.model.setSearch(QString());
+    QCOMPARE(f.model.count(), shown.size());
+    f.model.setSearch(search);
+    QCOMPARE(visibleNames(f.model), expected);
 }
 
 void ChannelListModelTest::roles()

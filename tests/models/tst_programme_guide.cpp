@@ -91,6 +91,11 @@ private Q_SLOTS:
 
         // The channel being played: now first, then the rest of the day in order.
         guide.setCurrentChannel(list.channels.at(0));
+        // Logos by channel id, for the channel playing and for any other.
+        QCOMPARE(guide.logoOf(list.channels.at(0).id()), list.extras.logo(0));
+        QCOMPARE(guide.logoOf(list.channels.at(2).id()), list.extras.logo(2));
+        QCOMPARE(guide.logoOf(list.channels.at(2).id().toUpper()), QString());
+        QCOMPARE(guide.logoOf(QString(64, u'0')), QString());
         const QVariantList schedule = guide.currentSchedule();
         QVERIFY(!schedule.isEmpty());
         QCOMPARE(schedule.first().toMap().value(u"title"_s).toString(), titleOnNow());
