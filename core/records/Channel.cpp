@@ -1,9 +1,10 @@
 #include "Channel.h"
 #include "JsonFields.h"
 
-#include <openssl/evp.h>
-
-#include <memory>
+// SHA256_Init/Update/Final are marked deprecated in OpenSSL 3 in favour of EVP, which costs a provider
+// look-up and per-thread state; they stay available and run the same code.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/sha.h>
 
 Channel::Channel(QString name, QString group, const QUrl &url, bool requiresCustomHeaders)
     : Channel(std::move(name), std::move(group), url.toEncoded(), requiresCustomHeaders)
@@ -50,39 +51,16 @@ QString Channel::uncategorizedGroup()
     return QStringLiteral("Sense categoria");
 }
 
-namespace {
-
-// OpenSSL's SHA-256 uses the processor's SHA instructions where there are some: lists of 100,000
-// channels hash every address. The algorithm is fetched once; each thread reuses one context, since
-// making one per address costs more than hashing a short address.
-struct DigestContext
-{
-    struct Free
-    {
-        void operator()(EVP_MD_CTX *context) const { EVP_MD_CTX_free(context); }
-    };
-    std::unique_ptr<EVP_MD_CTX, Free> context{EVP_MD_CTX_new()};
-};
-
-// Fetched explicitly: the implicit EVP_sha256() would be looked up again on every use.
-const EVP_MD *sha256()
-{
-    static const EVP_MD *const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
-    return algorithm;
-}
-
-} // namespace
-
 Channel::Digest Channel::digestOf(QByteArrayView absoluteURL)
 {
-    thread_local DigestContext perThread;
+    // OpenSSL's SHA-256 uses the processor's SHA instructions where there are some: lists of 100,000
+    // channels hash every address. The digest's own functions keep no state between calls and none
+    // per thread, and skip the provider look-up that the EVP interface makes for every digest.
     Digest digest;
-    unsigned int size = 0;
-    EVP_MD_CTX *context = perThread.context.get();
-    if (!context || !EVP_DigestInit_ex2(context, sha256(), nullptr)
-        || !EVP_DigestUpdate(context, absoluteURL.data(), size_t(absoluteURL.size()))
-        || !EVP_DigestFinal_ex(context, digest.data(), &size) || size != digest.size())
-        qFatal("SHA-256 is not available from OpenSSL");
+    SHA256_CTX context;
+    SHA256_Init(&context);
+    SHA256_Update(&context, absoluteURL.data(), size_t(absoluteURL.size()));
+    SHA256_Final(digest.data(), &context);
     return digest;
 }
 
