@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the benchmarks in build/ (RelWithDebInfo) and runs every one of them, printing the figures.
-#   scripts/bench.sh
+#   scripts/bench.sh [WORD…]   only the benchmarks whose title holds one of the words, e.g. M3U
 # Environment:
 #   QUENVO_BENCH_RUNS    timed runs per measurement (default 7; each tool also does one first run)
 #   QUENVO_JOBS          parallel build jobs (default 2)
@@ -159,7 +159,15 @@ m3u_parse_comparison() {
 targets=()
 titles=()
 commands=()
+only=("$@")
 register() {
+    if [ "${#only[@]}" -gt 0 ]; then
+        local word wanted=no
+        for word in "${only[@]}"; do
+            [[ $2 == *"$word"* ]] && wanted=yes
+        done
+        [ "$wanted" = yes ] || return 0
+    fi
     # shellcheck disable=SC2206 # several targets in one word, split on purpose
     targets+=($1)
     titles+=("$2")
