@@ -3,9 +3,7 @@
 // What the store tests share: a preferences file of their own (never the user's), and a way to wait
 // for a coroutine and see how it ended.
 
-#include "async/Cancellation.h"
-#include "records/IPTVError.h"
-#include "records/JsonError.h"
+#include "Settled.h"
 
 #include <QCoroTask>
 #include <QSettings>
@@ -48,34 +46,10 @@ private:
     std::unique_ptr<QSettings> m_settings;
 };
 
-// The waiting helpers below have internal linkage, and so do the types QCoro::waitFor() is
-// instantiated with: clang 14 with sanitizers and debug information cannot emit a coroutine that
-// lands in a shared (COMDAT) section ("cannot represent a difference across sections").
+// Tasks with a result settle through Settled.h. The form for tasks without one has internal
+// linkage: clang 14 with sanitizers and debug information cannot emit a non-template coroutine
+// that lands in a shared (COMDAT) section ("cannot represent a difference across sections").
 namespace {
-
-// How a failure reads in a comparison: an IPTVError by its message, other failures by their kind.
-[[maybe_unused]] QString failureOf(const std::exception_ptr &error)
-{
-    if (!error)
-        return QString();
-    try {
-        std::rethrow_exception(error);
-    } catch (const IPTVError &failure) {
-        return failure.message();
-    } catch (const JsonError &) {
-        return QStringLiteral("<JsonError>");
-    } catch (const CancelledError &) {
-        return QStringLiteral("<CancelledError>");
-    } catch (const std::exception &failure) {
-        return QStringLiteral("<unexpected: %1>").arg(QString::fromUtf8(failure.what()));
-    }
-}
-
-template<typename T> struct Outcome
-{
-    std::optional<T> value;
-    QString failure; // empty when the task succeeded
-};
 
 struct Failure
 {
@@ -83,19 +57,6 @@ struct Failure
 };
 
 // QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
-template<typename T> QCoro::Task<Outcome<T>> settled(QCoro::Task<T> task)
-{
-    Outcome<T> outcome;
-    std::exception_ptr error;
-    try {
-        outcome.value = co_await std::move(task);
-    } catch (...) {
-        error = std::current_exception();
-    }
-    outcome.failure = failureOf(error);
-    co_return outcome;
-}
-
 [[maybe_unused]] QCoro::Task<Failure> settled(QCoro::Task<> task)
 {
     std::exception_ptr error;
@@ -104,12 +65,12 @@ template<typename T> QCoro::Task<Outcome<T>> settled(QCoro::Task<T> task)
     } catch (...) {
         error = std::current_exception();
     }
-    co_return Failure {failureOf(error)};
+    co_return Failure {failureText(error)};
 }
 
 template<typename T> Outcome<T> run(QCoro::Task<T> task)
 {
-    return QCoro::waitFor(settled(std::move(task)));
+    return settle(std::move(task));
 }
 
 // The failure text of a task without a result; empty when it succeeded.

@@ -308,7 +308,7 @@ private Q_SLOTS:
 
         StoreTest::Preferences preferences;
         ConnectionRegistry registry(KeychainStore(service), preferences.settings());
-        auto startUp = StoreTest::settled(registry.readSaved());
+        auto startUp = settled(registry.readSaved());
         auto saveB = StoreTest::settled(registry.keepLoaded(b, true, false));
         auto saveC = StoreTest::settled(registry.keepLoaded(c, true, false));
         auto removeA = StoreTest::settled(registry.remove(a));
@@ -328,11 +328,11 @@ private Q_SLOTS:
         QCOMPARE(StoreTest::run(KeychainStore(service).write({a})), QString());
         StoreTest::Preferences preferences;
         auto registry = std::make_unique<ConnectionRegistry>(KeychainStore(service), preferences.settings());
-        auto startUp = StoreTest::settled(registry->readSaved());
+        auto startUp = settled(registry->readSaved());
         auto save = StoreTest::settled(registry->keepLoaded(m3u(u"B"_s), true, false));
         registry.reset();
-        QCOMPARE(QCoro::waitFor(std::move(startUp)).failure, u"<CancelledError>"_s);
-        QCOMPARE(QCoro::waitFor(std::move(save)).text, u"<CancelledError>"_s);
+        QCOMPARE(QCoro::waitFor(std::move(startUp)).failure, u"<cancelled>"_s);
+        QCOMPARE(QCoro::waitFor(std::move(save)).text, u"<cancelled>"_s);
         QCOMPARE(readBack(service), QList<PlaylistSource>({a}));
     }
 
