@@ -296,6 +296,8 @@ private Q_SLOTS:
         QCOMPARE(favorites().posterLookupCount(), 1);
         favorites().releasePoster(secondID);
         QCOMPARE(favorites().posterLookupCount(), 0);
+        // Its request may still be on its way to the server: let it land before counting.
+        QTRY_COMPARE_WITH_TIMEOUT(m_provider->openConnections(), 0, 10000);
 
         // Two tiles of one title ask once.
         const long long before = m_provider->requestCount();
