@@ -307,6 +307,10 @@ private Q_SLOTS:
         QCOMPARE(json.value(u"address"_s).toString(), u" http://h/x.m3u "_s);
         QCOMPARE(json.keys().size(), 6);
         QCOMPARE(PlaylistSource::fromJson(json), source);
+        const PlaylistSource list(sourceID, u"Llista"_s, u"http://h/x.m3u"_s, QString(), QString(),
+                                  PlaylistSource::Kind::m3u);
+        QCOMPARE(list.toJson().value(u"kind"_s).toString(), u"m3u"_s);
+        QCOMPARE(PlaylistSource::fromJson(list.toJson()), list);
     }
 
     void jsonDecodingFailures_data()
@@ -319,6 +323,8 @@ private Q_SLOTS:
         QTest::newRow("number as name") << QByteArray(valid).replace(R"("name":"n")", R"("name":5)");
         QTest::newRow("null username") << QByteArray(valid).replace(R"("username":"u")", R"("username":null)");
         QTest::newRow("unknown kind") << QByteArray(valid).replace(R"("kind":"m3u")", R"("kind":"M3U")");
+        QTest::newRow("kind in other letters") << QByteArray(valid).replace(R"("kind":"m3u")", R"("kind":"Xtream")");
+        QTest::newRow("empty kind") << QByteArray(valid).replace(R"("kind":"m3u")", R"("kind":"")");
         QTest::newRow("braced uuid") << QByteArray(valid).replace(R"("6A1F0C2E-9B1D-4C3E-8F00-0123456789E2")",
                                                                   R"("{6A1F0C2E-9B1D-4C3E-8F00-0123456789E2}")");
         QTest::newRow("short uuid") << QByteArray(valid).replace(R"("6A1F0C2E-9B1D-4C3E-8F00-0123456789E2")",
@@ -349,15 +355,6 @@ private Q_SLOTS:
         QFETCH(QByteArray, json);
         const PlaylistSource source = PlaylistSource::fromJson(QJsonDocument::fromJson(json).object());
         QCOMPARE(source.name, u"n"_s);
-    }
-
-    void kindRawValues()
-    {
-        QCOMPARE(PlaylistSource::rawValue(PlaylistSource::Kind::m3u), u"m3u"_s);
-        QCOMPARE(PlaylistSource::rawValue(PlaylistSource::Kind::xtream), u"xtream"_s);
-        QCOMPARE(PlaylistSource::kindFromRawValue(u"xtream"), PlaylistSource::Kind::xtream);
-        QVERIFY(!PlaylistSource::kindFromRawValue(u"Xtream"));
-        QVERIFY(!PlaylistSource::kindFromRawValue(u""));
     }
 
     void iptvErrorCarriesItsMessage()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ProviderGuide.h"
 #include "guide/XmltvTime.h"
 
 #include <QByteArray>
@@ -10,7 +11,8 @@
 #include <functional>
 #include <stdexcept>
 
-// Small XMLTV documents written in the tests, and gzip made with zlib itself.
+// Small XMLTV documents written in the tests, gzip streamed through zlib (a whole document is
+// compressed by the local provider's ProviderGuide::gzip), and zlib's own reading of gzip files.
 namespace GuideTestSupport {
 
 // Seconds since 1970 of a UTC time written "YYYYMMDDhhmmss".
@@ -58,12 +60,6 @@ inline QByteArray gzipStream(const std::function<QByteArray()> &produce, int lev
     }
     deflateEnd(&stream);
     return out;
-}
-
-inline QByteArray gzip(const QByteArray &bytes)
-{
-    bool given = false;
-    return gzipStream([&] { return std::exchange(given, true) ? QByteArray() : bytes; });
 }
 
 // The whole of a gzip file, inflated by zlib on its own (every member), or nothing if it is damaged.

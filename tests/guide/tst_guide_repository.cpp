@@ -50,10 +50,11 @@ private slots:
     {
         QTest::addColumn<Response>("response");
         QTest::newRow("plain XML") << Response::ok(guideA, "application/xml");
-        QTest::newRow("a .gz file") << Response::ok(gzip(guideA), "application/gzip");
-        QTest::newRow("a .gz file in small chunks") << Response::ok(gzip(guideA), "application/octet-stream").chunked(100);
+        QTest::newRow("a .gz file") << Response::ok(ProviderGuide::gzip(guideA), "application/gzip");
+        QTest::newRow("a .gz file in small chunks")
+            << Response::ok(ProviderGuide::gzip(guideA), "application/octet-stream").chunked(100);
         QTest::newRow("compressed in transit")
-            << Response::ok(gzip(guideA), "application/xml").withHeader("Content-Encoding", "gzip");
+            << Response::ok(ProviderGuide::gzip(guideA), "application/xml").withHeader("Content-Encoding", "gzip");
     }
 
     void downloadsGuides()
@@ -73,7 +74,7 @@ private slots:
     {
         LoopbackServer server;
         QVERIFY(server.start());
-        server.route(u"/epg.xml.gz"_s, Response::ok(gzip(guideA), "application/gzip"));
+        server.route(u"/epg.xml.gz"_s, Response::ok(ProviderGuide::gzip(guideA), "application/gzip"));
         const Loaded outcome = load({server.url(u"/epg.xml.gz"_s)}, GuideWindow::around(utc("20240301113000")));
         QCOMPARE(outcome.failure, QString());
         QCOMPARE(titles(*outcome.value), QStringList({u"a:Matí"_s, u"a:Migdia"_s}));
@@ -135,7 +136,8 @@ private slots:
         QVERIFY(server.start());
         server.route(u"/secret.xml"_s, Response::withStatus(403));
         server.route(u"/page.html"_s, Response::ok("<!DOCTYPE html><html><body>Hola</body></html>", "text/html"));
-        server.route(u"/big.xml.gz"_s, Response::ok(gzip(guideA.chopped(6) + QByteArray(2 * 1024 * 1024, ' ') + "</tv>")));
+        server.route(u"/big.xml.gz"_s,
+                     Response::ok(ProviderGuide::gzip(guideA.chopped(6) + QByteArray(2 * 1024 * 1024, ' ') + "</tv>")));
         QList<QUrl> addresses;
         for (const QUrl &path : std::as_const(paths))
             addresses.append(path.scheme().isEmpty() ? server.url(path.path()) : path);
