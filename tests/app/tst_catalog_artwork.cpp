@@ -93,7 +93,6 @@ private Q_SLOTS:
     void failuresKeepThePlaceholder_data();
     void failuresKeepThePlaceholder();
     void requestWithdrawnWhileQueuedIsNeverDownloaded();
-    void downloadWithdrawnInFlightStoresNothing();
     void engineClosedWhileDownloading();
     void postersOnScreen();
 
@@ -371,26 +370,6 @@ void TestCatalogArtwork::requestWithdrawnWhileQueuedIsNeverDownloaded()
     QCOMPARE(m_server->imageRequestCount(), ArtworkLoader::maximumDownloads);
     for (int variant = ArtworkLoader::maximumDownloads; variant < total; ++variant)
         QCOMPARE(requestsFor(picture(u"poster.jpg"_s, variant)), 0);
-}
-
-void TestCatalogArtwork::downloadWithdrawnInFlightStoresNothing()
-{
-    QVERIFY(startServer(1000));
-    const QUrl url = picture(u"poster.jpg"_s);
-    show(url);
-    QTRY_COMPARE(m_server->imageAnswersInProgress(), 1);
-    QCOMPARE(m_loader->downloadsInFlight(), 1);
-    m_shown.clear();
-    QTRY_VERIFY(m_loader->isIdle());
-    // The provider's answer was abandoned with the connection.
-    QTRY_COMPARE(m_server->imageAnswersInProgress(), 0);
-    QVERIFY(m_loader->cached(url).isNull());
-    QCOMPARE(m_loader->cachedPictures(), 0);
-
-    // Nothing was kept: shown again, it is downloaded again.
-    QQuickItem *poster = show(url);
-    QTRY_VERIFY_WITH_TIMEOUT(hasArtwork(poster), 10000);
-    QCOMPARE(requestsFor(url), 2);
 }
 
 // As when the window closes: posters, window and engine go at once, pictures still on their way.

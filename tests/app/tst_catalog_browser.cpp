@@ -629,18 +629,15 @@ private Q_SLOTS:
         QVERIFY(m_ui.saveScreenshot(u"catalog-series"_s));
 
         // Every episode marked watched, season by season, from the rows' buttons.
-        int watched = 0;
         for (const int season : seasons) {
             pick(u"seasonPicker"_s, season == 0 ? u"Especials"_s : u"Temporada "_s + QString::number(season));
             QTRY_COMPARE(episodeRows().size(), provider().episodeCount(series, season));
-            for (QQuickItem *each : episodeRows()) {
+            for (QQuickItem *each : episodeRows())
                 click(u"episodeWatchedButton"_s, each);
-                ++watched;
-                QTRY_COMPARE(m_ui.text(u"episodeSummary"_s),
-                    QString::number(episodes) + u" episodis · Vistos: "_s + QString::number(watched));
-                QVERIFY(m_ui.isShown(u"watchedLabel"_s, each));
-            }
         }
+        QTRY_COMPARE(m_ui.text(u"episodeSummary"_s),
+            QString::number(episodes) + u" episodis · Vistos: "_s + QString::number(episodes));
+        QVERIFY(m_ui.isShown(u"watchedLabel"_s, episodeRows().constLast()));
         QTRY_VERIFY(m_ui.isShown(u"allWatched"_s));
         QVERIFY(!m_ui.isShown(u"continueButton"_s));
         QVERIFY(m_ui.saveScreenshot(u"catalog-series-all-watched"_s));

@@ -258,7 +258,6 @@ private Q_SLOTS:
     void connectingAndSavingStoresTheConnection()
     {
         fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta i desa"_s);
         m_ui.click(m_ui.item(u"connectButton"_s));
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
         QCOMPARE(m_model->sources().size(), 1);
@@ -285,7 +284,6 @@ private Q_SLOTS:
         QVERIFY(m_model->editingSource().has_value());
         QVERIFY(m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
         QCOMPARE(m_ui.text(u"editorError"_s), *m_model->notice());
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta sense desar"_s);
         QVERIFY(m_ui.saveScreenshot(u"editor-failed"_s));
         m_ui.click(m_ui.item(u"cancelButton"_s));
         QVERIFY(!m_model->editingSource().has_value());
@@ -425,10 +423,6 @@ private Q_SLOTS:
         QVERIFY(m_model->editingSource().has_value());
         QVERIFY(m_model->editingSource()->id != first);
         QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), QString());
-        const QUuid second = m_model->editingSource()->id;
-        QMetaObject::invokeMethod(add, "trigger");
-        QVERIFY(m_model->editingSource()->id != second);
-        QTRY_VERIFY(m_ui.isOpen(u"sourceEditor"_s));
 
         // While a list loads, "Actualitza" is off.
         fillEditor(u"m3u"_s, u"Proves"_s, playlistAddress(), QString(), QString());
@@ -436,7 +430,6 @@ private Q_SLOTS:
         m_ui.click(m_ui.item(u"connectButton"_s));
         QVERIFY(m_model->isLoading());
         QVERIFY(!refresh->property("enabled").toBool());
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Comprovant la connexió…"_s);
         QVERIFY(m_ui.isShown(u"connectProgress"_s));
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->isLoading(), 20000);
         QVERIFY(refresh->property("enabled").toBool());

@@ -165,36 +165,6 @@ private Q_SLOTS:
         QVERIFY(again.entries(listID).isEmpty());
     }
 
-    void catalogueGroupsAreCheckedAndRenamed()
-    {
-        Provider provider;
-        QVERIFY(provider.start());
-        const PlaylistSource source = provider.xtream();
-        const PersonalCategory action(
-            source.id, PersonalContentKind::movies, u"5"_s, u"Categoria de pel·lícules · 5"_s);
-        const PersonalCategory classics(source.id, PersonalContentKind::movies, u"9"_s, u"Clàssics"_s);
-        const PersonalCategory drama(
-            source.id, PersonalContentKind::series, u"7"_s, u"Categoria de sèries · 7"_s);
-        StoreTest::Preferences preferences;
-        storeList(preferences.settings(), {action, classics, drama});
-        PersonalLists lists(preferences.settings());
-
-        const auto outcome = StoreTest::run(lists.refresh(listID, {provider.m3u(), source}));
-        QCOMPARE(outcome.failure, QString());
-        QCOMPARE(*outcome.value, QStringList({u"Clàssics: el proveïdor ja no ofereix aquesta agrupació."_s}));
-        const QList<PersonalCategory> expected {
-            PersonalCategory(source.id, PersonalContentKind::movies, u"5"_s, u"Acció"_s), classics,
-            PersonalCategory(source.id, PersonalContentKind::series, u"7"_s, u"Drama"_s)};
-        QCOMPARE(lists.list(listID)->categories(), expected);
-        lists.waitForSave();
-        QCOMPARE(
-            PersonalLists::decode(preferences.settings().value(PersonalLists::storageKey()).toByteArray())
-                .first()
-                .categories(),
-            expected);
-        QVERIFY(lists.categoryEntries().isEmpty());
-    }
-
     void failureTextsFollowTheListOrder()
     {
         Provider provider;
@@ -238,14 +208,16 @@ private Q_SLOTS:
         const PlaylistSource a = provider.m3u();
         const PlaylistSource b = provider.xtream();
         StoreTest::Preferences preferences;
-        storeList(preferences.settings(),
-            {PersonalCategory(b.id, PersonalContentKind::movies, u"5"_s, u"Acció"_s),
-                PersonalCategory(a.id, PersonalContentKind::live, u"Esports"_s, u"Esports"_s),
-                PersonalCategory(b.id, PersonalContentKind::live, u"Cinema en directe"_s, u"Cinema"_s),
-                PersonalCategory(b.id, PersonalContentKind::movies, u"6"_s, u"Comèdia"_s),
-                PersonalCategory(a.id, PersonalContentKind::live, u"Notícies"_s, u"Notícies"_s),
-                PersonalCategory(b.id, PersonalContentKind::series, u"7"_s, u"Drama"_s),
-                PersonalCategory(b.id, PersonalContentKind::movies, u"9"_s, u"Clàssics"_s)});
+        // Two catalogue groups under the names they had when they were linked.
+        QList<PersonalCategory> categories {
+            PersonalCategory(b.id, PersonalContentKind::movies, u"5"_s, u"Categoria de pel·lícules · 5"_s),
+            PersonalCategory(a.id, PersonalContentKind::live, u"Esports"_s, u"Esports"_s),
+            PersonalCategory(b.id, PersonalContentKind::live, u"Cinema en directe"_s, u"Cinema"_s),
+            PersonalCategory(b.id, PersonalContentKind::movies, u"6"_s, u"Comèdia"_s),
+            PersonalCategory(a.id, PersonalContentKind::live, u"Notícies"_s, u"Notícies"_s),
+            PersonalCategory(b.id, PersonalContentKind::series, u"7"_s, u"Categoria de sèries · 7"_s),
+            PersonalCategory(b.id, PersonalContentKind::movies, u"9"_s, u"Clàssics"_s)};
+        storeList(preferences.settings(), categories);
         PersonalLists lists(preferences.settings());
 
         const auto outcome = StoreTest::run(lists.refresh(listID, {a, b}));
@@ -258,6 +230,15 @@ private Q_SLOTS:
         QCOMPARE(provider.requests(u"/b/player_api.php"_s, u"get_series_categories"_s), 1);
         QCOMPARE(provider.server.requestCount(), 6);
         QCOMPARE(lists.categoryEntries().size(), 3);
+        // The catalogue groups take the provider's names, and keep them.
+        categories[0] = PersonalCategory(b.id, PersonalContentKind::movies, u"5"_s, u"Acció"_s);
+        categories[5] = PersonalCategory(b.id, PersonalContentKind::series, u"7"_s, u"Drama"_s);
+        QCOMPARE(lists.list(listID)->categories(), categories);
+        lists.waitForSave();
+        QCOMPARE(PersonalLists::decode(preferences.settings().value(PersonalLists::storageKey()).toByteArray())
+                     .first()
+                     .categories(),
+            categories);
 
         // A second refresh starts with empty caches of its own.
         StoreTest::run(lists.refresh(listID, {a, b}));
