@@ -1,5 +1,7 @@
 #include "GuideBuilder.h"
 
+#include <QStringDecoder>
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -7,6 +9,14 @@ namespace {
 
 constexpr qint64 lastProgrammeLength = 3600;
 constexpr size_t repeatsCompared = 32;
+
+// UTF-8 to text as written: QString::fromUtf8 drops a leading byte-order mark, which would leave an
+// identifier made of one mark empty.
+QString textOf(QByteArrayView utf8)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    return decoder.decode(utf8);
+}
 
 } // namespace
 
@@ -41,7 +51,7 @@ void GuideBuilder::addDisplayName(quint32 channel, QByteArrayView name)
 {
     if (name.isEmpty())
         return;
-    const QString text = QString::fromUtf8(name);
+    const QString text = textOf(name);
     QStringList &names = m_displayNames[channel];
     if (!names.contains(text))
         names.append(text);
@@ -114,7 +124,7 @@ GuideData GuideBuilder::build()
     GuideData guide;
     guide.m_channelIds.reserve(m_channelIds.size());
     for (const QByteArray &id : std::as_const(m_channelIds))
-        guide.m_channelIds.append(QString::fromUtf8(id));
+        guide.m_channelIds.append(textOf(id));
     guide.m_displayNames = std::move(m_displayNames);
     guide.m_first.assign(size_t(guide.m_channelIds.size()) + 1, 0);
 
