@@ -149,21 +149,6 @@ private Q_SLOTS:
         QCOMPARE(WatchProgress(), (WatchProgress{0, 0, false}));
     }
 
-    void watchProgressMark()
-    {
-        WatchProgress progress{1200, 7200, false};
-        progress.mark(true);
-        QCOMPARE(progress, (WatchProgress{1200, 7200, true}));
-        progress.mark(false);
-        QCOMPARE(progress, (WatchProgress{0, 7200, false}));
-    }
-
-    void watchProgressKey()
-    {
-        QCOMPARE(WatchProgress::key(sourceID, CatalogKind::series, u"4711"_s),
-                 u"6A1F0C2E-9B1D-4C3E-8F00-0123456789E2:series:4711"_s);
-    }
-
     void watchProgressJson_data()
     {
         QTest::addColumn<QByteArray>("json");
@@ -186,17 +171,6 @@ private Q_SLOTS:
         const WatchProgress progress = WatchProgress::fromJson(object);
         QCOMPARE(progress, (WatchProgress{12.5, 100, false}));
         QCOMPARE(WatchProgress::fromJson(progress.toJson()), progress);
-    }
-
-    void favoriteIdentity()
-    {
-        const CatalogFavorite film(sourceID, movie());
-        CatalogItem seriesItem = movie();
-        seriesItem.kind = CatalogKind::series;
-        const CatalogFavorite series(sourceID, seriesItem);
-        QCOMPARE(film.id(), u"6A1F0C2E-9B1D-4C3E-8F00-0123456789E2:movies:4711"_s);
-        QVERIFY(film.id() != series.id());
-        QVERIFY(film.id() != CatalogFavorite(QUuid::createUuid(), movie()).id());
     }
 
     void favoriteItemDropsPosterAndPlot()
