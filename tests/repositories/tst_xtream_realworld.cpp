@@ -427,10 +427,6 @@ private Q_SLOTS:
         const auto row = [](const char *path, const QStringList &summary) {
             QTest::newRow(path) << QString::fromLatin1(path) << summary;
         };
-        row("tellytv-go.xtream-codes/eternal-get_live_streams.json",
-            {u"channels 2607"_s, u"groups 25"_s, u"in Directe 0"_s,
-                u"first 24/7 COPS (ETV) | 24/7 | /live/user/pass/21467.m3u8"_s,
-                u"last NFL Arena 15: | NFL SUNDAY TICKET | /live/user/pass/37647.m3u8"_s});
         // 288 streams with "category_id": null fall into Directe.
         row("tellytv-go.xtream-codes/hellraiser-get_live_streams.json",
             {u"channels 4950"_s, u"groups 51"_s, u"in Directe 288"_s,
@@ -440,10 +436,6 @@ private Q_SLOTS:
             {u"channels 8623"_s, u"groups 85"_s, u"in Directe 20"_s,
                 u"first VIP Sky Sports News FHD | UK VIP HD/FHD | /live/user/pass/303879.m3u8"_s,
                 u"last HN: Teleceiba | SPANISH REGION | /live/user/pass/302791.m3u8"_s});
-        row("tellytv-go.xtream-codes/tnt-get_live_streams.json",
-            {u"channels 3462"_s, u"groups 37"_s, u"in Directe 0"_s,
-                u"first EVENT 1: UFC FIGHT NIGHT 135 EARLY PRELIMS 8/25 6:30PM EST | PPV/Special Events | /live/user/pass/22375.m3u8"_s,
-                u"last PH: BEAM SHOP TV | PINOY | /live/user/pass/24931.m3u8"_s});
         row("ektotv-xtream-api/raw-channels.json",
             {u"channels 4"_s, u"groups 1"_s, u"in Directe 4"_s,
                 u"first News 24/7 | Directe | /live/user/pass/1.m3u8"_s,
@@ -459,8 +451,6 @@ private Q_SLOTS:
                 u"first 935703 Summer Adventure (2024) | 2024 | mp4 | https://example-iptv.com/images/summer-adventure.jpg"_s,
                 u"last 935704 The Last Stand (2023) | 2023 | mp4 | https://example-iptv.com/images/the-last-stand.jpg"_s,
                 u"without poster 0"_s, u"without year 0"_s, u"added unknown 0"_s});
-        row("ektotv-xtream-api/raw-show-categories.json",
-            {u"categories 5"_s, u"first 1 Sports"_s, u"last 5 Football"_s});
         row("ektotv-xtream-api/raw-show.json",
             {u"episodes 2"_s, u"seasons 1"_s,
                 u"first S1 E1 #935666 Small Town Stories - S01E01 - Monday, February 24, 2025 | Títol · T1 E1 | /series/user/pass/935666.mp4"_s,
@@ -468,11 +458,6 @@ private Q_SLOTS:
                 u"plot A heartwarming drama that follows the in"_s,
                 u"cast Elizabeth Parker, Michael Reynolds, Susa"_s, u"genre Drama, Family"_s, u"duration "_s,
                 u"poster https://example-iptv.com/images/small-town-main.jpg"_s});
-        row("ektotv-xtream-api/raw-shows.json",
-            {u"items 2"_s,
-                u"first 15120 Medical Heroes (2022) | 2022 | mp4 | https://example-iptv.com/images/medical-heroes-cover.jpg"_s,
-                u"last 16083 Small Town Stories (2025) | 2025 | mp4 | https://example-iptv.com/images/small-town-main.jpg"_s,
-                u"without poster 0"_s, u"without year 0"_s, u"added unknown 0"_s});
         row("handwritten-fixtures/xc-vod-dl-series_info.json",
             {u"episodes 9"_s, u"seasons 1"_s,
                 u"first S1 E1 #9001 Pilot | Títol · T1 E1 | /series/user/pass/9001.mkv"_s,
@@ -488,8 +473,6 @@ private Q_SLOTS:
                 u"last S2 E1 #9003 Return | Títol · T2 E1 | /series/user/pass/9003.mkv"_s,
                 u"plot About things."_s, u"cast "_s, u"genre Drama"_s, u"duration "_s,
                 u"poster http://img/cover.jpg"_s});
-        row("panelr-for-iptvboss/get_series_categories.json",
-            {u"categories 13"_s, u"first 111 ACTION"_s, u"last 123 SCI-FI"_s});
         row("panelr-for-iptvboss/get_series_info.json",
             {u"episodes 204"_s, u"seasons 1,2,3,4,5,6,7,8,9"_s,
                 u"first S1 E1 #1207853 24 - S01E01 - 12-00 A.M. - 1-00 A.M | Títol · T1 E1 | /series/user/pass/1207853.mp4"_s,
@@ -507,38 +490,17 @@ private Q_SLOTS:
                 u"poster https://image.tmdb.org/t/p/w400/9Bu1PW2R1XayqRqnl0aDOgMcrdS.jpg"_s});
         row("tellytv-go.xtream-codes/eternal-get_series.json",
             {u"items 0"_s, u"without poster 0"_s, u"without year 0"_s, u"added unknown 0"_s});
-        row("tellytv-go.xtream-codes/eternal-get_vod_categories.json",
-            {u"categories 1"_s, u"first 84 General"_s, u"last 84 General"_s});
         row("tellytv-go.xtream-codes/hellraiser-get_series.json",
             {u"items 52"_s,
                 u"first 3 Criminal Minds | 2005 | mp4 | http://liquidit.info:8080/images/decs76l3VZiOtZ8BNp7KPPj2vcw_small.jpg"_s,
                 u"last 68 Gomorrah | 2014 | mp4 | http://liquidit.info:8080/images/hbyns1rKCL1f9l0brzmwLHv6smL_small.jpg"_s,
                 u"without poster 0"_s, u"without year 0"_s, u"added unknown 3"_s});
-        row("tellytv-go.xtream-codes/hellraiser-get_series_categories.json",
-            {u"categories 52"_s, u"first 363 12 Monkeys"_s, u"last 404 Vikings"_s});
-        row("tellytv-go.xtream-codes/hellraiser-get_vod_streams.json",
-            {u"items 1"_s,
-                u"first 130529 The Equalizer 2 (CAM) |  | mp4 | http://liquidit.info:8080/images/cQvc9N6JiMVKqol3wcYrGshsIdZ_small.jpg"_s,
-                u"last 130529 The Equalizer 2 (CAM) |  | mp4 | http://liquidit.info:8080/images/cQvc9N6JiMVKqol3wcYrGshsIdZ_small.jpg"_s,
-                u"without poster 0"_s, u"without year 1"_s, u"added unknown 0"_s});
-        row("tellytv-go.xtream-codes/iris-get_series.json",
-            {u"items 12"_s,
-                u"first 2 Power |  | mp4 | https://m.media-amazon.com/images/M/MV5BMjQ0MjI5NTEzNF5BMl5BanBnXkFtZTgwMTk4NzQ0NTM@._V1_UX182_CR0,0,182,268_AL_.jpg"_s,
-                u"last 17 Prison Break |  | mp4 | https://fanart.tv/fanart/tv/75340/tvposter/prison-break-5352d8759714c.jpg"_s,
-                u"without poster 0"_s, u"without year 12"_s, u"added unknown 0"_s});
         row("tellytv-go.xtream-codes/iris-get_series_categories.json", {u"categories 0"_s});
         row("tellytv-go.xtream-codes/iris-get_vod_streams.json",
             {u"items 360"_s,
                 u"first 303099 Madagascar: Escape 2 Africa (2008) |  | mkv | https://m.media-amazon.com/images/M/MV5BMjExMDA4NDcwMl5BMl5BanBnXkFtZTcwODAxNTQ3MQ@@._V1_UX182_CR0,0,182,268_AL_.jpg"_s,
                 u"last 303171 When the Bough Breaks (2016) |  | mkv | https://m.media-amazon.com/images/M/MV5BMTc4MTk3Mzk4NV5BMl5BanBnXkFtZTgwMDgzNDUyOTE@._V1_UX182_CR0,0,182,268_AL_.jpg"_s,
                 u"without poster 2"_s, u"without year 360"_s, u"added unknown 0"_s});
-        row("tellytv-go.xtream-codes/tnt-get_series.json",
-            {u"items 106"_s,
-                u"first 2 Ash Vs Evil Dead |  | mp4 | http://thesenutz.xyz:2052/images/wkHStHo0l34FzuSoaBvLx7nItWC_small.jpg"_s,
-                u"last 116 Better Call Saul | 2015 | mp4 | http://thesenutz.xyz:2052/images/zjg4jpK1Wp2kiRvtt5ND0kznako_small.jpg"_s,
-                u"without poster 0"_s, u"without year 59"_s, u"added unknown 19"_s});
-        row("tellytv-go.xtream-codes/tnt-get_vod_categories.json",
-            {u"categories 16"_s, u"first 96 2018 RELEASES"_s, u"last 102 ADULT VOD"_s});
         row("tellytv-go.xtream-codes/tnt-get_vod_streams.json",
             {u"items 1669"_s,
                 u"first 18253 100 Greatest Stand-ups Of All Time |  | mp4 | https://i.imgur.com/6Vr7kcP.jpg"_s,
