@@ -26,15 +26,6 @@ private Q_SLOTS:
         QVERIFY_THROWS_EXCEPTION(CancelledError, flag.throwIfRaised());
     }
 
-    void aFlagOfATokenThatCannotBeCancelledIsNeverRaised()
-    {
-        const CancellationToken token;
-        token.cancel();
-        QVERIFY(!token.flag().isRaised());
-        QVERIFY(!CancellationFlag().isRaised());
-        token.flag().throwIfRaised();
-    }
-
     void aFlagOutlivesItsToken()
     {
         auto token = std::make_unique<CancellationToken>(CancellationToken::create());
