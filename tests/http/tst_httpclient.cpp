@@ -212,16 +212,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("data");
 
         QTest::newRow("200") << Response::ok("#EXTM3U\n") << succeeded << QByteArray("#EXTM3U\n");
-        QTest::newRow("201") << Response::withStatus(201, "creat") << succeeded << QByteArray("creat");
         QTest::newRow("204 without a body") << Response::withStatus(204) << succeeded << QByteArray();
         QTest::newRow("299") << Response::withStatus(299, "x") << succeeded << QByteArray("x");
         QTest::newRow("401") << Response::withStatus(401, "no") << accessDenied << QByteArray();
         QTest::newRow("403") << Response::withStatus(403, "no") << accessDenied << QByteArray();
         QTest::newRow("400") << Response::withStatus(400, "no") << statusError(400) << QByteArray();
-        QTest::newRow("404") << Response::withStatus(404, "no") << statusError(404) << QByteArray();
         QTest::newRow("407") << Response::withStatus(407, "no") << statusError(407) << QByteArray();
         QTest::newRow("500") << Response::withStatus(500, "no") << statusError(500) << QByteArray();
-        QTest::newRow("503") << Response::withStatus(503) << statusError(503) << QByteArray();
         QTest::newRow("300") << Response::withStatus(300, "tria") << statusError(300) << QByteArray();
         QTest::newRow("304") << Response::withStatus(304) << statusError(304) << QByteArray();
         QTest::newRow("302 without a Location")
@@ -568,15 +565,10 @@ private Q_SLOTS:
         QTest::newRow("length lying low before a body over the limit")
             << generated(sizeCap + 1).lyingLength(1000) << cap << succeeded << qint64(1000);
 
-        QTest::newRow("small limit, announced over")
-            << generated(1001).stallingAfter(0) << qint64(1000) << tooLarge << qint64(0);
-        QTest::newRow("small limit, exactly") << generated(1000) << qint64(1000) << succeeded << qint64(1000);
         QTest::newRow("small limit, chunks of 7 over")
             << generated(1001).chunked(7) << qint64(1000) << tooLarge << qint64(0);
         QTest::newRow("small limit, trickled over")
             << generated(1001).chunked(100).trickled(100, 1ms) << qint64(1000) << tooLarge << qint64(0);
-        QTest::newRow("small limit, length lying low")
-            << generated(5000).lyingLength(10) << qint64(1000) << succeeded << qint64(10);
     }
 
     void capsTheSize()
