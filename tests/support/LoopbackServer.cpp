@@ -639,12 +639,6 @@ int LoopbackServer::requestCount(const QString &path) const
         [&path](const Request &request) { return request.path == path; }));
 }
 
-void LoopbackServer::clearRequests()
-{
-    const QMutexLocker lock(&m_shared->mutex);
-    m_shared->requests.clear();
-}
-
 int LoopbackServer::connectionsAccepted() const
 {
     return m_shared->accepted;

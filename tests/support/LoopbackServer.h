@@ -131,7 +131,6 @@ public:
     Request lastRequest() const; // a default Request when none arrived
     int requestCount() const;
     int requestCount(const QString &path) const;
-    void clearRequests();
 
     int connectionsAccepted() const;
     int connectionsOpen() const;
