@@ -107,6 +107,9 @@ void MediaPlayerTest::newPlayerIsIdle()
     QVERIFY(!player.isPlaying());
     QVERIFY(!player.isSeekable());
     QCOMPARE(player.position(), 0.0f);
+    QVERIFY(!player.time().isDefined());
+    QCOMPARE(player.time().text(), u"--:--"_s);
+    QCOMPARE(player.length().text(), u"--:--"_s);
     QCOMPARE(player.statistics(), MediaPlayer::Statistics());
     QVERIFY(player.subtitleTracks().isEmpty());
     QVERIFY(player.audioTracks().isEmpty());
