@@ -953,9 +953,6 @@ void TestXtreamReaders::seriesEpisodes_data()
         R"({"id":"7","episode_num":1,"title":"a"}]}})",
         {episodeLine(1, 1, u"7"_s, u"a"_s), episodeLine(1, 2, u"100"_s, u"b"_s),
             episodeLine(1, 2, u"99"_s, u"c"_s), episodeLine(2, 1, u"8"_s, u"d"_s)});
-    row("ids do not follow the order",
-        R"({"episodes":{"5":[{"id":"1208034","episode_num":9,"title":"S05E09"},{"id":"1208110","episode_num":8,"title":"S05E08"}]}})",
-        {episodeLine(5, 8, u"1208110"_s, u"S05E08"_s), episodeLine(5, 9, u"1208034"_s, u"S05E09"_s)});
 }
 
 void TestXtreamReaders::seriesEpisodes()
