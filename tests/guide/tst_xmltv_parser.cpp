@@ -512,23 +512,6 @@ private slots:
         }
         QCOMPARE(withTitle, count.withTitle - (count.elements - count.distinct));
     }
-
-    void readsARealGuideAsItsFileSays()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const GuideData guide =
-            XmltvParser::parse(Fixtures::read(Fixtures::directory() + u"/xmltv/nzxmltv.com.xml"_s), keepAll());
-        QCOMPARE(guide.channelCount(), 1);
-        QCOMPARE(guide.displayNames(0), QStringList(u"TVNZ 1"_s));
-        const QList<GuideProgramme> programmes = everything(guide, u"1"_s);
-        QCOMPARE(programmes.size(), 2);
-        QCOMPARE(programmes[0].title, u"Sunday"_s);
-        QCOMPARE(programmes[0].subTitle, u"Sunday"_s);
-        QCOMPARE(programmes[0].category, u"Documentary"_s);
-        QCOMPARE(programmes[0].start, utc("20231121103000"));
-        QCOMPARE(programmes[0].stop, utc("20231121112500"));
-        QVERIFY(programmes[0].description.startsWith(u"On Sunday, an unmissable show"_s));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestXmltvParser)
