@@ -237,42 +237,6 @@ private Q_SLOTS:
         }
     }
 
-    // The address a channel keeps (its identity, what is played) is the line as written.
-    void addressesAreKeptAsWritten_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("upper-case host") << u"free-tv/playlist.m3u8"_s
-                                         << u"https://FFFFFFF110156200.tvustream.com/ryfy.m3u8"_s << u"Stryk TV"_s;
-        QTest::newRow("lower-case escapes")
-            << u"community/JustApo-TURKTV-vod.m3u"_s
-            << u"http://vod.tsvipsmart.eu/turkishyesilcam/Gol%20Kral%c4%b1%20-%20HD%20Film%20%28Restorasyonlu%29.mp4"_s
-            << u"Gol Kralı"_s;
-        QTest::newRow("host in mixed case") << u"iptv-org-generated-2021/index.m3u"_s
-                                            << u"http://edge.metroTVnews.com:1935/live-edge/smil:metro.smil/master.m3u8"_s
-                                            << u"METRO TV (720p)"_s;
-        QTest::newRow("the same host in lower case is another channel")
-            << u"iptv-org-generated-2021/index.m3u"_s
-            << u"http://edge.metrotvnews.com:1935/live-edge/smil:metro.smil/master.m3u8"_s << u"MetroTV"_s;
-    }
-    void addressesAreKeptAsWritten()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        QFETCH(QString, path);
-        QFETCH(QString, address);
-        QFETCH(QString, name);
-        const QList<Channel> channels = parseFixture(path);
-        if (QTest::currentTestFailed())
-            return;
-        const auto found = std::find_if(channels.begin(), channels.end(),
-            [&](const Channel &channel) { return channel.encodedURL() == address.toLatin1(); });
-        QVERIFY2(found != channels.end(), qPrintable(address));
-        QVERIFY2(found->name().startsWith(name), qPrintable(found->name()));
-        QCOMPARE(found->id(),
-            QString::fromLatin1(QCryptographicHash::hash(address.toLatin1(), QCryptographicHash::Sha256).toHex()));
-    }
-
     // #EXTVLCOPT:http-user-agent= / http-referrer= lines mark the entry they stand in, and only it.
     void customHeaderMarks_data()
     {
