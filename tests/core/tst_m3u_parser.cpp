@@ -81,9 +81,9 @@ private Q_SLOTS:
             << u"#EXTM3U\n#EXTINF:-1 group-title=\"A\",N\n#EXTGRP:  Grup B \nhttp://h/1"_s << u"N|Grup B|http://h/1"_s;
         QTest::newRow("EXTGRP before EXTINF is cleared")
             << u"#EXTM3U\n#EXTGRP:Perdut\n#EXTINF:-1,N\nhttp://h/1"_s << u"N|Sense categoria|http://h/1"_s;
-        QTest::newRow("referrer marks one channel only")
-            << u"#EXTM3U\n#EXTINF:-1,A\n#EXTVLCOPT:http-referrer=http://r/\nhttp://h/1\n#EXTINF:-1,B\nhttp://h/2"_s
-            << u"A|Sense categoria|http://h/1|*\nB|Sense categoria|http://h/2"_s;
+        QTest::newRow("referrer marks one channel only, not a bare address after it")
+            << u"#EXTM3U\n#EXTINF:-1,A\n#EXTVLCOPT:http-referrer=http://r/\nhttp://h/1\nhttp://h/3\n#EXTINF:-1,B\nhttp://h/2"_s
+            << u"A|Sense categoria|http://h/1|*\nCanal 2|Sense categoria|http://h/3\nB|Sense categoria|http://h/2"_s;
         QTest::newRow("user agent marks")
             << u"#EXTM3U\n#EXTINF:-1,A\n#EXTVLCOPT:http-user-agent=Mozilla\nhttp://h/1"_s
             << u"A|Sense categoria|http://h/1|*"_s;
