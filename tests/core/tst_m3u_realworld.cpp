@@ -51,16 +51,6 @@ bool isHLSManifest(const QString &text)
         [](const QString &line) { return line.trimmed().startsWith(u"#EXT-X-"); });
 }
 
-const Channel *findByAddress(const QList<Channel> &channels, const QString &address)
-{
-    const QByteArray encoded = PlaylistSource::parseURL(address).toEncoded();
-    for (const Channel &channel : channels) {
-        if (channel.encodedURL() == encoded)
-            return &channel;
-    }
-    return nullptr;
-}
-
 bool isLowerHex(const QString &text)
 {
     return std::all_of(text.begin(), text.end(),
@@ -235,63 +225,6 @@ private Q_SLOTS:
             const QString url = channel.url().toString();
             QVERIFY2(url.startsWith(folder) && url.endsWith(u".m3u"_s), qPrintable(url));
         }
-    }
-
-    // #EXTVLCOPT:http-user-agent= / http-referrer= lines mark the entry they stand in, and only it.
-    void customHeaderMarks_data()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("requiresCustomHeaders");
-
-        const QString dz = u"iptv-org-source-2023/streams-dz.m3u"_s;
-        QTest::newRow("referrer")
-            << dz << u"https://echorouk-live-tv.dzsecurity.net/fullres/EchoroukNews_First/playlist.m3u8"_s
-            << u"Echorouk News (576p) [Not 24/7]"_s << true;
-        QTest::newRow("same name, no referrer")
-            << dz << u"https://bledflix-echorouk-news.b-cdn.net/master.m3u8"_s
-            << u"Echorouk News (576p) [Not 24/7]"_s << false;
-        const QString my = u"iptv-org-source-2023/streams-my.m3u"_s;
-        QTest::newRow("referrer, empty tvg-id")
-            << my << u"https://d25tgymtnqzu8s.cloudfront.net/smil:berita/playlist.m3u8?id=5"_s
-            << u"Berita RTM [Geo-blocked]"_s << true;
-        QTest::newRow("entry before a marked one")
-            << my
-            << u"https://d2idp3hzkhjpih.cloudfront.net/out/v1/4b85d9c2bf97413eb0c9fd875599b837/index.m3u8"_s
-            << u"Astro Awani (720p)"_s << false;
-        QTest::newRow("entry after a marked one")
-            << my << u"http://210.210.155.37/dr9445/h/h04/index.m3u8"_s << u"CinemaWorld (576p)"_s << false;
-        const QString es = u"iptv-org-source-2023/streams-es.m3u"_s;
-        QTest::newRow("user agent with commas, also as a quoted attribute")
-            << es << u"https://liveingesta318.cdnmedia.tv/badalonatvlive/smil:live.smil/playlist.m3u8"_s
-            << u"BDNCOM (1080p)"_s << true;
-        QTest::newRow("unmarked neighbour")
-            << es << u"http://cpd.bailen.tv:8080/Playlist_CANAL_24H/playlist.m3u8"_s
-            << u"Bailén TV (720p) [Not 24/7]"_s << false;
-        QTest::newRow("unquoted user agent with commas, CRLF")
-            << u"community/JustApo-TURKTV-index.m3u"_s << u"http://antalya.tvizlehd.com/live/atvavrupa.m3u8"_s
-            << u"ATV Avrupa"_s << true;
-        QTest::newRow("quoted user agent")
-            << u"parser-tests/iptv-playlist-parser/input/vlcopt.m3u"_s
-            << u"http://test.channel.com/iptv/secret/1/index.m3u8"_s << u"Test Channel"_s << true;
-    }
-
-    void customHeaderMarks()
-    {
-        QFETCH(QString, path);
-        QFETCH(QString, address);
-        QFETCH(QString, name);
-        QFETCH(bool, requiresCustomHeaders);
-
-        const QList<Channel> channels = parseFixture(path);
-        if (QTest::currentTestFailed())
-            return;
-        const Channel *channel = findByAddress(channels, address);
-        QVERIFY2(channel, qPrintable(address));
-        QCOMPARE(channel->name(), name);
-        QCOMPARE(channel->requiresCustomHeaders(), requiresCustomHeaders);
     }
 
     // The largest list's entries three times over: repeats keep the first entry, so the result is the
