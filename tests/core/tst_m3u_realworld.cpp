@@ -65,7 +65,7 @@ class TestM3URealWorld : public QObject
 
 private:
     // Parses a fixture as if downloaded from addressOf(); fails the test on an IPTVError.
-    QList<Channel> parseFixture(const QString &relativePath, const QUrl &address)
+    QList<Channel> parseFixture(const QString &relativePath)
     {
         const QString text = textOf(relativePath);
         if (text.isEmpty()) {
@@ -73,16 +73,11 @@ private:
             return {};
         }
         try {
-            return M3UParser::parse(text, address);
+            return M3UParser::parse(text, addressOf(relativePath));
         } catch (const IPTVError &error) {
             [&] { QFAIL(qPrintable(relativePath + u": "_s + error.message())); }();
         }
         return {};
-    }
-
-    QList<Channel> parseFixture(const QString &relativePath)
-    {
-        return parseFixture(relativePath, addressOf(relativePath));
     }
 
 private Q_SLOTS:
@@ -189,42 +184,6 @@ private Q_SLOTS:
         QCOMPARE(qsizetype(std::count_if(parsed.begin(), parsed.end(),
                      [](const Channel &channel) { return channel.requiresCustomHeaders(); })),
             qsizetype(withCustomHeaders));
-    }
-
-    // Every entry of this list is a relative `channels/xx.m3u`: each resolves against the list's own
-    // address, wherever the list was downloaded from.
-    void playlistOfPlaylistsResolvesAgainstItsAddress_data()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        QTest::addColumn<QUrl>("address");
-        QTest::addColumn<QString>("folder"); // where the entries land
-
-        QTest::newRow("http, file name") << QUrl(u"http://example.invalid/lists/index.m3u"_s)
-                                         << u"http://example.invalid/lists/channels/"_s;
-        QTest::newRow("https, query dropped") << QUrl(u"https://mirror.example.invalid/iptv/index.m3u?v=2"_s)
-                                              << u"https://mirror.example.invalid/iptv/channels/"_s;
-        QTest::newRow("folder address")
-            << QUrl(u"http://example.invalid:8080/a/b/"_s) << u"http://example.invalid:8080/a/b/channels/"_s;
-        QTest::newRow("host only") << QUrl(u"http://example.invalid"_s)
-                                   << u"http://example.invalid/channels/"_s;
-    }
-
-    void playlistOfPlaylistsResolvesAgainstItsAddress()
-    {
-        QFETCH(QUrl, address);
-        QFETCH(QString, folder);
-
-        const QString path = u"iptv-org-source-2021/index-playlist-of-playlists.m3u"_s;
-        const QList<Channel> channels = parseFixture(path, address);
-        if (QTest::currentTestFailed())
-            return;
-        QCOMPARE(channels.size(), qsizetype(159));
-        QCOMPARE(channels.front().name(), u"Afghanistan"_s);
-        QCOMPARE(channels.front().url(), QUrl(folder + u"af.m3u"_s));
-        for (const Channel &channel : channels) {
-            const QString url = channel.url().toString();
-            QVERIFY2(url.startsWith(folder) && url.endsWith(u".m3u"_s), qPrintable(url));
-        }
     }
 
     // The largest list's entries three times over: repeats keep the first entry, so the result is the
