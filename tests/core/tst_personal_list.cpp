@@ -169,33 +169,6 @@ private Q_SLOTS:
         QCOMPARE(reversed.resolved({}), resolved);
     }
 
-    void migration()
-    {
-        PersonalList list(QUuid::createUuid(), u"Antiga"_s);
-        const PersonalEntry channel = live(u"Canal"_s, u"http://h/c"_s);
-        const PersonalEntry movieA = title(PersonalContentKind::movies, u"1"_s, u"5"_s);
-        const PersonalEntry movieB = title(PersonalContentKind::movies, u"2"_s, u"5"_s);
-        const PersonalEntry series = title(PersonalContentKind::series, u"3"_s, u"5"_s);
-        list.add({movieA, channel, movieB, series});
-        list.remove(title(PersonalContentKind::movies, u"9"_s, u"5"_s));
-        list.remove(live(u"Amagat"_s, u"http://h/hidden"_s));
-        list.migrateCatalogEntriesToGroups();
-
-        QCOMPARE(list.entries(), QList<PersonalEntry>{channel});
-        QCOMPARE(list.categories().size(), 2);
-        QCOMPARE(list.categories()[0].name(), u"Categoria de pel·lícules · 5"_s);
-        QCOMPARE(list.categories()[0].kind(), PersonalContentKind::movies);
-        QCOMPARE(list.categories()[1].name(), u"Categoria de sèries · 5"_s);
-        QCOMPARE(list.categories()[1].kind(), PersonalContentKind::series);
-        QCOMPARE(list.excludedIDs().size(), 1);
-        QVERIFY(list.excludedIDs().begin()->contains(u":live:"_s));
-
-        // Running it again changes nothing.
-        const PersonalList once = list;
-        list.migrateCatalogEntriesToGroups();
-        QCOMPARE(list, once);
-    }
-
     // Names as users and providers write them, through the compact writer and back, with a title's
     // year, rating and file type.
     void jsonTextsRoundTrip_data()
