@@ -275,19 +275,6 @@ private Q_SLOTS:
         QVERIFY(!lists.list(QUuid()));
     }
 
-    void entriesAreTheResolvedLiveEntries()
-    {
-        StoreTest::Preferences preferences;
-        PersonalLists lists(preferences.settings());
-        const QUuid id = lists.create(u"Llista"_s);
-        lists.add({channel(u"Zeta"_s, 1), channel(u"alfa"_s, 2), channel(u"Beta"_s, 3)}, {}, id);
-        QStringList names;
-        for (const PersonalEntry &entry : lists.entries(id))
-            names.append(entry.name());
-        QCOMPARE(names, QStringList({u"alfa"_s, u"Beta"_s, u"Zeta"_s}));
-        QVERIFY(lists.entries(QUuid::createUuid()).isEmpty());
-    }
-
     void listsSurviveARestartAndKindsDoNot()
     {
         StoreTest::Preferences preferences;
