@@ -524,50 +524,6 @@ private Q_SLOTS:
         QCOMPARE(readThrough(provider, *action, read), QString());
         QCOMPARE(read, summary);
     }
-
-    // Answers that are refused, each with its own text.
-    void knownRefusals_data()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("failure");
-
-        const auto row = [](const char *path, const QString &action, const QString &failure) {
-            QTest::newRow(qPrintable(
-                QString::fromLatin1(path) + u" as "_s + (action.isEmpty() ? u"account"_s : action)))
-                << QString::fromLatin1(path) << action << failure;
-        };
-        // The library's own view of an account: the fields of user_info at the top level.
-        row("ektotv-xtream-api/raw-profile.json", account, loadFailures[1]);
-        row("ektotv-xtream-api/raw-server-info.json", account, loadFailures[1]);
-        // Trailing commas.
-        row("ektotv-xtream-api/profile-tests-root.json", account, jsonError);
-        // Programme guides are objects, not lists or details.
-        row("ektotv-xtream-api/raw-full-epg.json", u"get_vod_categories"_s, listFailures[0]);
-        row("panelr-for-iptvboss/get_short_epg.json", u"get_series"_s, listFailures[0]);
-        row("panelr-for-iptvboss/get_short_epg.json", u"get_vod_info"_s, detailFailures[1]);
-        row("ektotv-xtream-api/raw-short-epg.json", u"get_series_info"_s, detailFailures[1]);
-        // A list where a detail belongs.
-        row("tellytv-go.xtream-codes/hellraiser-get_vod_streams.json", u"get_vod_info"_s, detailFailures[0]);
-        // One answer where another belongs.
-        row("panelr-for-iptvboss/login.json", u"get_live_streams"_s, loadFailures[4]);
-        row("tellytv-go.xtream-codes/eternal-get_series.json", u"get_live_streams"_s, loadFailures[5]);
-    }
-
-    void knownRefusals()
-    {
-        QFETCH(QString, path);
-        QFETCH(QString, action);
-        QFETCH(QString, failure);
-
-        Provider provider;
-        QVERIFY(provider.start());
-        provider.serve({{action, Fixtures::read(xtreamFolder() + u'/' + path)}});
-        QStringList summary;
-        QCOMPARE(readThrough(provider, action, summary), failure);
-        QVERIFY(summary.isEmpty());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestXtreamRealWorld)
