@@ -442,37 +442,11 @@ private Q_SLOTS:
                 u"last Documentaries | Directe | /live/user/pass/4.m3u8"_s});
         row("ektotv-xtream-api/raw-movie-categories.json",
             {u"categories 5"_s, u"first 1 Sports"_s, u"last 5 Football"_s});
-        row("ektotv-xtream-api/raw-movie.json",
-            {u"movie /movie/user/pass/1.mp4"_s, u"plot A more detailed description of the movie"_s,
-                u"cast Actor One, Actor Two, Actor Three, Actor"_s, u"genre Action, Drama, Sci-Fi"_s,
-                u"duration 02:00:00"_s, u"poster https://example.com/images/movie_image.jpg"_s});
         row("ektotv-xtream-api/raw-movies.json",
             {u"items 2"_s,
                 u"first 935703 Summer Adventure (2024) | 2024 | mp4 | https://example-iptv.com/images/summer-adventure.jpg"_s,
                 u"last 935704 The Last Stand (2023) | 2023 | mp4 | https://example-iptv.com/images/the-last-stand.jpg"_s,
                 u"without poster 0"_s, u"without year 0"_s, u"added unknown 0"_s});
-        row("ektotv-xtream-api/raw-show.json",
-            {u"episodes 2"_s, u"seasons 1"_s,
-                u"first S1 E1 #935666 Small Town Stories - S01E01 - Monday, February 24, 2025 | Títol · T1 E1 | /series/user/pass/935666.mp4"_s,
-                u"last S1 E2 #935727 Small Town Stories - S01E02 - Tuesday, February 25, 2025 | Títol · T1 E2 | /series/user/pass/935727.mp4"_s,
-                u"plot A heartwarming drama that follows the in"_s,
-                u"cast Elizabeth Parker, Michael Reynolds, Susa"_s, u"genre Drama, Family"_s, u"duration "_s,
-                u"poster https://example-iptv.com/images/small-town-main.jpg"_s});
-        row("handwritten-fixtures/xc-vod-dl-series_info.json",
-            {u"episodes 9"_s, u"seasons 1"_s,
-                u"first S1 E1 #9001 Pilot | Títol · T1 E1 | /series/user/pass/9001.mkv"_s,
-                u"last S1 E10 #9010 Episode 10 | Títol · T1 E10 | /series/user/pass/9010.mkv"_s,
-                u"plot A series used as a test fixture."_s, u"cast "_s, u"genre Sci-Fi"_s, u"duration "_s,
-                u"poster https://example.com/6789.jpg"_s});
-        row("handwritten-fixtures/xc-vod-dl-vod_info.json",
-            {u"movie /movie/user/pass/1.mkv"_s, u"plot A movie used as a test fixture."_s, u"cast "_s,
-                u"genre Drama"_s, u"duration 01:45:00"_s, u"poster <none>"_s});
-        row("handwritten-fixtures/xstreamflex-series_info.json",
-            {u"episodes 3"_s, u"seasons 1,2"_s,
-                u"first S1 E1 #9001 Pilot | Títol · T1 E1 | /series/user/pass/9001.mkv"_s,
-                u"last S2 E1 #9003 Return | Títol · T2 E1 | /series/user/pass/9003.mkv"_s,
-                u"plot About things."_s, u"cast "_s, u"genre Drama"_s, u"duration "_s,
-                u"poster http://img/cover.jpg"_s});
         row("panelr-for-iptvboss/get_series_info.json",
             {u"episodes 204"_s, u"seasons 1,2,3,4,5,6,7,8,9"_s,
                 u"first S1 E1 #1207853 24 - S01E01 - 12-00 A.M. - 1-00 A.M | Títol · T1 E1 | /series/user/pass/1207853.mp4"_s,
