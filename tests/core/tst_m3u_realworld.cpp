@@ -185,32 +185,6 @@ private Q_SLOTS:
                      [](const Channel &channel) { return channel.requiresCustomHeaders(); })),
             qsizetype(withCustomHeaders));
     }
-
-    // The largest list's entries three times over: repeats keep the first entry, so the result is the
-    // list of a single copy (a parse that grew with the square of the entries would not finish here).
-    void repeatedListsGiveTheSameChannels()
-    {
-        QUENVO_REQUIRE_FIXTURES();
-        const QString path = u"iptv-org-generated-2023/index.country.m3u"_s;
-        const QString text = textOf(path);
-        const qsizetype headerEnd = text.indexOf(u'\n');
-        QVERIFY(text.startsWith(u"#EXTM3U") && headerEnd > 0);
-        const QString entries = text.sliced(headerEnd + 1);
-        const QString threeTimes = text + u'\n' + entries + u'\n' + entries;
-
-        const QList<Channel> once = parseFixture(path);
-        if (QTest::currentTestFailed())
-            return;
-        QList<Channel> repeated;
-        try {
-            repeated = M3UParser::parse(threeTimes, addressOf(path));
-        } catch (const IPTVError &error) {
-            QFAIL(qPrintable(error.message()));
-        }
-        QCOMPARE(once.size(), qsizetype(10628));
-        QCOMPARE(repeated.size(), once.size());
-        QVERIFY(repeated == once);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestM3URealWorld)
