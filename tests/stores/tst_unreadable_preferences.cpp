@@ -106,11 +106,9 @@ private Q_SLOTS:
         QTest::newRow("history: earlier backup the same day") << Store::watchHistory << notJson << true;
 
         QTest::newRow("favourites: not JSON") << Store::catalogFavorites << notJson << false;
-        QTest::newRow("favourites: binary") << Store::catalogFavorites << binary << false;
         QTest::newRow("favourites: an object") << Store::catalogFavorites << QByteArray("{}") << false;
         QTest::newRow("favourites: an invalid record")
             << Store::catalogFavorites << QByteArray(R"([{"sourceID":"nope","itemID":"1"}])") << false;
-        QTest::newRow("favourites: earlier backup the same day") << Store::catalogFavorites << binary << true;
 
         QTest::newRow("lists: not JSON") << Store::personalLists << notJson << false;
         QTest::newRow("lists: binary") << Store::personalLists << binary << false;
