@@ -99,7 +99,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("earlier");
         QTest::addColumn<bool>("followed");
 
-        QTest::newRow("first") << 0 << true;
         QTest::newRow("fifth") << 4 << true;
         QTest::newRow("sixth") << 5 << false;
         QTest::newRow("tenth") << 9 << false;
