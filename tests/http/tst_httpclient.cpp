@@ -478,7 +478,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("keepsAuthorization");
 
         QTest::newRow("path on the same origin") << QByteArray("/final") << false << true;
-        QTest::newRow("absolute, same origin") << QByteArray("@A@/final") << false << true;
         QTest::newRow("another port") << QByteArray("@B@/final") << true << false;
         QTest::newRow("another host name") << QByteArray("@A_LOCALHOST@/final") << false << false;
         QTest::newRow("away and back again") << QByteArray("@B@/back") << false << false;
