@@ -797,9 +797,7 @@ private Q_SLOTS:
         QTest::newRow("a chunked bomb of 100 MB") << playlistText(100 * 1024 * 1024) << true << cap << tooLarge;
         QTest::newRow("one byte over") << playlistText(sizeCap + 1) << false << cap << tooLarge;
         QTest::newRow("exactly the limit") << playlistText(sizeCap) << false << cap << succeeded;
-        QTest::newRow("20 MB, chunked") << playlistText(20 * 1024 * 1024) << true << cap << succeeded;
         QTest::newRow("small limit, over") << playlistText(100'001) << false << qint64(100'000) << tooLarge;
-        QTest::newRow("small limit, exactly") << playlistText(100'000) << true << qint64(100'000) << succeeded;
     }
 
     void capsTheDecompressedSize()
@@ -851,8 +849,6 @@ private Q_SLOTS:
             << Response::ok("{}").afterInterim(102) << succeeded << QByteArray("{}");
         QTest::newRow("103, then 404")
             << Response::withStatus(404, "no").afterInterim(103, hints) << statusError(404) << QByteArray();
-        QTest::newRow("103, then 403")
-            << Response::withStatus(403, "no").afterInterim(103, hints) << accessDenied << QByteArray();
         QTest::newRow("103, then a redirect")
             << Response::redirect(302, "/final").afterInterim(103, hints) << succeeded << QByteArray("followed");
     }
