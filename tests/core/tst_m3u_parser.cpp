@@ -214,16 +214,6 @@ private Q_SLOTS:
         QVERIFY(!channel.requiresCustomHeaders());
     }
 
-    // A list that is an HLS stream plays the connection's address as the user wrote it.
-    void hlsManifestKeepsTheListAddressAsWritten()
-    {
-        const QByteArray written("https://CDN.example/live/./index.m3u8?token=%c3%a9");
-        const QList<Channel> channels =
-            M3UParser::parse(u"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n"_s, written);
-        QCOMPARE(channels.size(), 1);
-        QCOMPARE(channels.first().encodedURL(), written);
-    }
-
     void relativeEntriesResolveAgainstTheAddressAsWritten()
     {
         const QByteArray written("http://Provider.Example/Lists/tv.m3u");
