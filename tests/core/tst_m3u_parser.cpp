@@ -243,16 +243,6 @@ private Q_SLOTS:
         QCOMPARE(M3UParser::parse(text, base, CancellationToken::create().flag()).size(), entries);
     }
 
-    void identitiesFollowTheAbsoluteAddress()
-    {
-        const Parsed relative = parsePlaylist(u"#EXTM3U\nstream.ts"_s);
-        const Parsed absolute = parsePlaylist(u"#EXTM3U\nhttp://provider.example/lists/stream.ts"_s);
-        QCOMPARE(relative.channels.first().id(), absolute.channels.first().id());
-        // Relative entries resolve against the address the list finally came from.
-        const Parsed elsewhere = parsePlaylist(u"#EXTM3U\nstream.ts"_s, QUrl(u"https://mirror.example/x/list.m3u"_s));
-        QCOMPARE(elsewhere.channels.first().url(), QUrl(u"https://mirror.example/x/stream.ts"_s));
-    }
-
     void everyChannelPassesTheAddressRule()
     {
         const QString text = u"#EXTM3U\nhttp://h/ok\nhttps://[::1]:8443/v6\n//other.example/proto\n../up.ts\nhttp://h/caf\u00e9"_s;
