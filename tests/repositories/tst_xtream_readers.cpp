@@ -134,6 +134,10 @@ private Q_SLOTS:
     void catalogItemField_data();
     void catalogItemField();
 
+    // A long answer whose texts hardly repeat: every title keeps its own poster host, extension
+    // and rating, however many different ones the answer holds.
+    void manyDifferentFieldsStayApart();
+
     // ---------------------------------------------------------------------------------------------
     // The detail of a title.
     void detailFailure_data();
@@ -665,6 +669,31 @@ void TestXtreamReaders::catalogItemField()
     };
     QVERIFY(fields.contains(field));
     QCOMPARE(fields.value(field), expected);
+}
+
+void TestXtreamReaders::manyDifferentFieldsStayApart()
+{
+    // Prefixes of one another first ("mk", "mkv"…), then 1,200 others; 40 poster hosts.
+    const QStringList firstExtensions = {u"mk"_s, u"mkv"_s, u"m"_s, u"mkv2"_s};
+    const auto extensionOf = [&](int i) { return i < 4 ? firstExtensions.at(i) : u"e%1"_s.arg(i); };
+    const auto posterOf = [](int i) { return u"http://h%1.img.test:8080/p/%2.jpg?w=%2"_s.arg(i % 40).arg(i); };
+    const auto ratingOf = [](int i) { return i % 2 ? u"7"_s : u"7.%1"_s.arg(i); };
+    QByteArray body = "[";
+    for (int i = 0; i < 1200; ++i) {
+        body += u"%1{\"stream_id\":%2,\"name\":\"T\",\"container_extension\":\"%3\",\"cover\":\"%4\","
+                "\"rating\":\"%5\"}"_s.arg(i ? u","_s : QString()).arg(i + 1).arg(extensionOf(i), posterOf(i),
+                    ratingOf(i)).toUtf8();
+    }
+    body += ']';
+
+    const QList<CatalogItem> items = XtreamReaders::catalogItems(body, CatalogKind::movies, u"1"_s);
+    QCOMPARE(items.size(), 1200);
+    for (int i = 0; i < 1200; ++i) {
+        const CatalogItem &item = items.at(i);
+        QCOMPARE(item.fileExtension, extensionOf(i));
+        QCOMPARE(urlText(item.poster), posterOf(i));
+        QCOMPARE(item.rating, ratingOf(i));
+    }
 }
 
 void TestXtreamReaders::detailFailure_data()
