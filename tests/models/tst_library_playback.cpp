@@ -136,10 +136,6 @@ private Q_SLOTS:
         model.tick();
         QCOMPARE(model.player()->state(), MediaPlayer::State::Error);
         QCOMPARE(model.playbackError(), std::optional<QString>(openFailure));
-        model.retryPlayback();
-        QCOMPARE(model.playbackError(), std::nullopt);
-        QVERIFY(model.waiting());
-        QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 5s));
 
         // A live stream that ends after showing pictures.
         model.play(liveChannel(ProviderCatalog::LiveKind::shortLived), false);
