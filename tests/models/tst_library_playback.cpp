@@ -378,14 +378,10 @@ private Q_SLOTS:
         QCOMPARE(model.selectedSubtitle(), model.subtitleTracks().constFirst().id);
 
         // The delay goes to the player in microseconds, within ±60 s.
-        model.setSubtitleDelay(1.5);
-        QCOMPARE(model.player()->subtitleDelay(), 1'500'000);
         for (int press = 0; press < 121; ++press)
             model.setSubtitleDelay(model.subtitleDelay() + 0.5);
         QCOMPARE(model.subtitleDelay(), 60.0);
         QCOMPARE(model.player()->subtitleDelay(), 60'000'000);
-        model.setSubtitleDelay(0);
-        QCOMPARE(model.player()->subtitleDelay(), 0);
 
         model.stop();
         QVERIFY(model.subtitleTracks().isEmpty());
