@@ -280,7 +280,6 @@ private Q_SLOTS:
         QCOMPARE(fixture.model.categories(), expectedCategories(kind));
         QCOMPARE(fixture.model.selectedCategory(), expectedCategories(kind).first());
         QCOMPARE(idsOf(fixture.model.items()), expectedIDs(kind, 0));
-        QCOMPARE(fixture.model.filteredItems()->count(), expectedIDs(kind, 0).size());
         QCOMPARE(fixture.model.error(), std::nullopt);
         QCOMPARE(fixture.transport.requests,
             QStringList({categoriesAction(kind), listAction(kind) + categoryID(kind, 0)}));
@@ -334,11 +333,7 @@ private Q_SLOTS:
         const CatalogItem wanted = items.last();
         fixture.model.open(CatalogKind::movies, false, wanted, std::nullopt);
         QCOMPARE(fixture.model.selectedItem(), wanted);
-        QVERIFY(fixture.model.loadingDetail());
         QTRY_VERIFY(!fixture.model.loadingDetail());
-        QVERIFY(fixture.model.detail());
-        QCOMPARE(fixture.model.detail()->item, wanted);
-        QVERIFY(fixture.model.detail()->movie);
 
         QCOMPARE(fixture.model.selectedCategory(), second);
         QCOMPARE(fixture.model.items(), items);
