@@ -584,28 +584,6 @@ private Q_SLOTS:
         QCOMPARE(playlists.ignored, ignored);
     }
 
-    void commandLinePlaylistsOpenForTheSession()
-    {
-        ProviderOptions options;
-        options.liveChannels = 12;
-        options.generateMedia = false;
-        ProviderServer other(options);
-        QVERIFY2(other.start(), qPrintable(other.errorString()));
-        const CommandLine::Playlists playlists
-            = CommandLine::playlists({playlistAddress(), other.url(u"/playlist.m3u"_s).toString()});
-        QCOMPARE(playlists.sources.size(), 2);
-
-        CommandLine::open(*m_model, playlists.sources);
-        QTRY_COMPARE_WITH_TIMEOUT(m_model->temporarySources().size(), 2, 20000);
-        QTRY_VERIFY(!m_model->isLoading());
-        QVERIFY(m_model->sources().isEmpty());
-        // The last one ends active.
-        QCOMPARE(m_model->activeID(), std::optional<QUuid>(playlists.sources.constLast().id));
-        QCOMPARE(m_model->channelCount(), other.catalog().liveChannelCount());
-        QTRY_COMPARE(m_ui.text(u"channelCount"_s), u"12 CANALS"_s);
-        QCOMPARE(m_ui.text(u"storageTitle"_s), u"Sessió temporal"_s);
-    }
-
     void closingTheWindowStopsEverything()
     {
         QVERIFY(loadPlaylist(u"Proves"_s));

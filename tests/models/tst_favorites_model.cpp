@@ -238,40 +238,6 @@ private Q_SLOTS:
         QCOMPARE(channelNames(*favorites().channels()), QStringList{u"Canal 10"_s});
     }
 
-    void playingAChannelLeavesTheFavorites()
-    {
-        startWithFavorites();
-        QVERIFY(loaded(m_tv));
-        m_model->setSearch(u"esp"_s);
-        m_model->setCategory(u"g"_s);
-        m_model->selectSection(LibraryModel::Section::movies);
-        m_model->showFavorites();
-        QVERIFY(m_model->favoritesOnly());
-
-        favorites().playChannel(1);
-        QCOMPARE(m_model->section(), LibraryModel::Section::live);
-        QVERIFY(!m_model->favoritesOnly());
-        QCOMPARE(m_model->search(), QString());
-        QCOMPARE(m_model->category(), std::nullopt);
-        QVERIFY(m_model->currentChannel().has_value());
-        QCOMPARE(m_model->currentChannel()->name(), u"Canal 2"_s);
-        QVERIFY(!m_model->isOnDemand());
-        m_model->stop();
-    }
-
-    void openingATitleShowsItInItsSection()
-    {
-        startWithFavorites();
-        QVERIFY(loaded(m_tv));
-        m_model->setFavoriteSection(LibraryModel::Section::series);
-        m_model->showFavorites();
-        favorites().openTitle(0);
-        QCOMPARE(m_model->section(), LibraryModel::Section::series);
-        QVERIFY(!m_model->favoritesOnly());
-        // The favourites browser keeps its kind for the next visit.
-        QCOMPARE(m_model->favoriteSection(), LibraryModel::Section::series);
-    }
-
     void postersAreLookedUpOncePerTitle()
     {
         start();

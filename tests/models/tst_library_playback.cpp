@@ -136,10 +136,6 @@ private Q_SLOTS:
         model.tick();
         QCOMPARE(model.player()->state(), MediaPlayer::State::Error);
         QCOMPARE(model.playbackError(), std::optional<QString>(openFailure));
-        model.retryPlayback();
-        QCOMPARE(model.playbackError(), std::nullopt);
-        QVERIFY(model.waiting());
-        QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 5s));
 
         // A live stream that ends after showing pictures.
         model.play(liveChannel(ProviderCatalog::LiveKind::shortLived), false);
@@ -382,14 +378,10 @@ private Q_SLOTS:
         QCOMPARE(model.selectedSubtitle(), model.subtitleTracks().constFirst().id);
 
         // The delay goes to the player in microseconds, within ±60 s.
-        model.setSubtitleDelay(1.5);
-        QCOMPARE(model.player()->subtitleDelay(), 1'500'000);
         for (int press = 0; press < 121; ++press)
             model.setSubtitleDelay(model.subtitleDelay() + 0.5);
         QCOMPARE(model.subtitleDelay(), 60.0);
         QCOMPARE(model.player()->subtitleDelay(), 60'000'000);
-        model.setSubtitleDelay(0);
-        QCOMPARE(model.player()->subtitleDelay(), 0);
 
         model.stop();
         QVERIFY(model.subtitleTracks().isEmpty());
