@@ -74,8 +74,9 @@ inline unsigned equalUnits(__m128i block, char16_t unit)
 }
 #endif
 
-// The first `unit` at or after `from`, or -1.
-qsizetype indexOfUnit(QStringView text, char16_t unit, qsizetype from)
+// The first unit at or after `from` that is one of `wanted`, or -1.
+template<typename... Units>
+qsizetype indexOfAny(QStringView text, qsizetype from, Units... wanted)
 {
     const char16_t *units = text.utf16();
     const qsizetype size = text.size();
@@ -83,32 +84,12 @@ qsizetype indexOfUnit(QStringView text, char16_t unit, qsizetype from)
 #if defined(__SSE2__)
     for (; i + 8 <= size; i += 8) {
         const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(units + i));
-        if (const unsigned found = equalUnits(block, unit))
+        if (const unsigned found = (equalUnits(block, wanted) | ...))
             return i + std::countr_zero(found) / 2;
     }
 #endif
     for (; i < size; ++i) {
-        if (units[i] == unit)
-            return i;
-    }
-    return -1;
-}
-
-// The first `first` or `second` at or after `from`, or -1.
-qsizetype indexOfEither(QStringView text, char16_t first, char16_t second, qsizetype from)
-{
-    const char16_t *units = text.utf16();
-    const qsizetype size = text.size();
-    qsizetype i = from;
-#if defined(__SSE2__)
-    for (; i + 8 <= size; i += 8) {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(units + i));
-        if (const unsigned found = equalUnits(block, first) | equalUnits(block, second))
-            return i + std::countr_zero(found) / 2;
-    }
-#endif
-    for (; i < size; ++i) {
-        if (units[i] == first || units[i] == second)
+        if (((units[i] == wanted) || ...))
             return i;
     }
     return -1;
@@ -198,7 +179,7 @@ void forEachAttribute(QStringView line, Visit visit)
 {
     const qsizetype size = line.size();
     qsizetype from = 0;
-    qsizetype equals = indexOfUnit(line, u'=', 0);
+    qsizetype equals = indexOfAny(line, 0, u'=');
     while (equals >= 0) {
         qsizetype keyEnd = equals;
         while (keyEnd > from && isSpace(line[keyEnd - 1].unicode()))
@@ -217,7 +198,7 @@ void forEachAttribute(QStringView line, Visit visit)
                 ++j;
             if (j < size && line[j] == u'"') {
                 const qsizetype valueStart = j + 1;
-                const qsizetype closing = indexOfUnit(line, u'"', valueStart);
+                const qsizetype closing = indexOfAny(line, valueStart, u'"');
                 if (closing < 0)
                     return; // no later "=" can be followed by an opening and a closing quote
                 visit(Attribute{line.sliced(keyStart, keyEnd - keyStart), line.sliced(valueStart, closing - valueStart)});
@@ -225,7 +206,7 @@ void forEachAttribute(QStringView line, Visit visit)
                 next = from;
             }
         }
-        equals = indexOfUnit(line, u'=', next);
+        equals = indexOfAny(line, next, u'=');
     }
 }
 
@@ -233,7 +214,7 @@ void forEachAttribute(QStringView line, Visit visit)
 QStringView titleOf(QStringView line)
 {
     bool quoted = false;
-    for (qsizetype i = indexOfEither(line, u'"', u',', 0); i >= 0; i = indexOfEither(line, u'"', u',', i + 1)) {
+    for (qsizetype i = indexOfAny(line, 0, u'"', u','); i >= 0; i = indexOfAny(line, i + 1, u'"', u',')) {
         if (line[i] == u'"')
             quoted = !quoted;
         else if (!quoted)
