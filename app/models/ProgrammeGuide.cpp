@@ -59,7 +59,7 @@ void ProgrammeGuide::reset(const PlaylistSource &source, const QByteArray &baseA
     m_source = source;
     m_channels = channels;
     m_extras = extras;
-    m_currentPosition = m_currentChannel ? positionOf(*m_currentChannel) : -1;
+    m_currentPosition = m_currentChannel ? positionOf(m_currentChannel->digest()) : -1;
     const QUrl base = QUrl::fromEncoded(baseAddress);
     QList<QUrl> addresses;
     for (const QString &address : extras.guideAddresses()) {
@@ -190,15 +190,14 @@ void ProgrammeGuide::setCurrentChannel(const std::optional<Channel> &channel)
     if (channel == m_currentChannel)
         return;
     m_currentChannel = channel;
-    m_currentPosition = channel ? positionOf(*channel) : -1;
+    m_currentPosition = channel ? positionOf(channel->digest()) : -1;
     updateCurrentSchedule();
 }
 
-qsizetype ProgrammeGuide::positionOf(const Channel &channel) const
+qsizetype ProgrammeGuide::positionOf(const Channel::Digest &digest) const
 {
     // One pass over the list when the channel playing changes: a lookup table of 100,000 ids would
     // cost more to build at every load than the passes ever take.
-    const Channel::Digest &digest = channel.digest();
     for (qsizetype i = 0; i < m_channels.size(); ++i) {
         if (m_channels.at(i).digest() == digest)
             return i;
@@ -215,11 +214,9 @@ qsizetype ProgrammeGuide::positionOf(const QString &channelID) const
     if (bytes.size() != qsizetype(digest.size()))
         return -1;
     std::copy(bytes.cbegin(), bytes.cend(), digest.begin());
-    for (qsizetype i = 0; i < m_channels.size(); ++i) {
-        if (m_channels.at(i).digest() == digest)
-            return m_channels.at(i).id() == channelID ? i : -1;
-    }
-    return -1;
+    // fromHex skips what is not a digit and reads capitals too: only the id as written is the channel's.
+    const qsizetype position = positionOf(digest);
+    return position >= 0 && m_channels.at(position).id() == channelID ? position : -1;
 }
 
 QString ProgrammeGuide::logo(qsizetype channel) const

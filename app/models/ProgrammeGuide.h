@@ -79,7 +79,7 @@ private:
     QCoro::Task<> load(QList<QUrl> addresses, QList<Channel> channels, ChannelExtras extras, RequestSlot::Ticket ticket);
     // The position of a channel in the list; -1 when it is not there. The channel playing's is kept.
     qsizetype positionOf(const QString &channelID) const;
-    qsizetype positionOf(const Channel &channel) const;
+    qsizetype positionOf(const Channel::Digest &digest) const;
     QCoro::Task<> loadShortGuide(QString streamID, QString channelID, RequestSlot::Ticket ticket);
     // Drops everything of the previous list, without telling the rows.
     void forget();
