@@ -419,7 +419,7 @@ void LibraryModel::finishRemove(const PlaylistSource &source)
         stop();
         setActiveID(std::nullopt);
         m_guide->clear();
-        setChannels({});
+        clearChannels();
         setCategory(std::nullopt);
         m_catalog->reset(std::nullopt);
         m_connections->forgetActive();
@@ -472,11 +472,10 @@ bool LibraryModel::favoritesOnly() const
     return m_channelList->favoritesOnly();
 }
 
-void LibraryModel::setChannels(QList<Channel> channels)
+void LibraryModel::clearChannels()
 {
-    if (channels.isEmpty() && m_channelList->channels().isEmpty())
-        return;
-    m_channelList->setChannels(std::move(channels), m_activeID.value_or(QUuid()));
+    if (!m_channelList->channels().isEmpty())
+        m_channelList->setChannels({}, m_activeID.value_or(QUuid()));
 }
 
 void LibraryModel::setFavoritesOnly(bool favoritesOnly)

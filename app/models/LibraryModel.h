@@ -423,7 +423,7 @@ private:
     void persistFavorites();
 
     void setActiveID(const std::optional<QUuid> &id);
-    void setChannels(QList<Channel> channels);
+    void clearChannels();
     void setFavoritesOnly(bool favoritesOnly);
     void setIsLoading(bool isLoading);
     void setNotice(const std::optional<QString> &notice);
