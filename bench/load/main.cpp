@@ -23,6 +23,8 @@
 // 1.3x the download plus the reading (decode and parse) alone. Exit status 1 only when something does
 // not work (a load fails or fills the wrong number of rows), never on a figure.
 
+#include "BenchRun.h"
+#include "CpuClock.h"
 #include "DurationSamples.h"
 #include "ProviderServer.h"
 
@@ -63,48 +65,11 @@ namespace {
 constexpr double frameMilliseconds = 16.0;
 constexpr double overheadTarget = 1.3;
 
-struct Failure
-{
-    QString message;
-};
-
-qint64 threadCpuNanoseconds()
-{
-    timespec now {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
-}
-
-QString loadAverage()
-{
-    QFile file(u"/proc/loadavg"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        return u"unknown"_s;
-    return QString::fromLatin1(file.readAll()).section(u' ', 0, 2);
-}
-
-// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
-template<typename T> QCoro::Task<std::optional<T>> settled(QCoro::Task<T> task, QString *failure)
-{
-    try {
-        co_return co_await std::move(task);
-    } catch (const IPTVError &error) {
-        *failure = error.message();
-    } catch (const std::exception &error) {
-        *failure = QString::fromUtf8(error.what());
-    }
-    co_return std::nullopt;
-}
-
 QByteArray download(const QUrl &url)
 {
-    QString failure;
     const HTTPClient::Fetch fetch = HTTPClient::defaultFetch();
-    std::optional<HTTPPayload> payload =
-        QCoro::waitFor(settled(fetch(HTTPClient::providerRequest(url), CancellationToken()), &failure));
-    if (!payload)
-        throw Failure{u"downloading "_s + url.path() + u": "_s + failure};
-    return std::move(payload->data);
+    return BenchRun::valueOf(fetch(HTTPClient::providerRequest(url), CancellationToken()), u"downloading "_s + url.path())
+        .data;
 }
 
 template<typename Work> auto timed(int runs, DurationSamples &samples, Work work)
@@ -142,7 +107,7 @@ public:
         m_stalls.clear();
         m_clock.start();
         m_lastWall = 0;
-        m_lastCpu = threadCpuNanoseconds();
+        m_lastCpu = CpuClock::threadNanoseconds();
         m_timer.start();
     }
     void stop() { m_timer.stop(); }
@@ -161,7 +126,7 @@ private:
     void tick()
     {
         const qint64 wall = m_clock.nsecsElapsed();
-        const qint64 cpu = threadCpuNanoseconds();
+        const qint64 cpu = CpuClock::threadNanoseconds();
         const double late = double(wall - m_lastWall) / 1e6 - 1.0;
         if (late >= 2.0)
             m_stalls.append({double(m_lastWall) / 1e6, late, double(cpu - m_lastCpu) / 1e6});
@@ -257,14 +222,11 @@ PublishTimes publishOnce(const PlaylistSource &source, const ChannelListing &lis
     auto prepare = [channels = listing.channels, id = source.id] {
         return ChannelListModel::prepare(channels, {}, id);
     };
-    QString failure;
-    std::optional<ChannelListModel::Prepared> prepared = QCoro::waitFor(settled(inBackground(std::move(prepare)), &failure));
-    if (!prepared)
-        throw Failure{u"preparing the list: "_s + failure};
+    ChannelListModel::Prepared prepared = BenchRun::valueOf(inBackground(std::move(prepare)), u"preparing the list"_s);
     QElapsedTimer main;
     main.start();
-    guide.reset(source, source.address.toUtf8(), prepared->channels, extras);
-    list.setPrepared(std::move(*prepared), source.id);
+    guide.reset(source, source.address.toUtf8(), prepared.channels, extras);
+    list.setPrepared(std::move(prepared), source.id);
     times.mainThread = main.nsecsElapsed();
     times.whole = timer.nsecsElapsed();
     QElapsedTimer folding;
@@ -286,7 +248,7 @@ void measureParts(Case &row, int runs)
             QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
             QString decoded = decoder.decode(body);
             if (decoder.hasError())
-                throw Failure{u"the playlist is not UTF-8"_s};
+                throw BenchFailure{u"the playlist is not UTF-8"_s};
             return decoded;
         });
         listing = timed(runs, row.parse, [&] { return M3UParser::parseListing(text, url.toEncoded()); });
@@ -360,9 +322,9 @@ void measureWhole(Case &row, LibraryModel &model, const QString &guideCache, int
         model.load(row.source, false, false);
         const bool finished = spinUntil([&] { return published.has_value(); }, 120'000);
         if (!finished || model.activeID() != row.source.id)
-            throw Failure{row.label + u": the load did not succeed: "_s + model.notice().value_or(QString())};
+            throw BenchFailure{row.label + u": the load did not succeed: "_s + model.notice().value_or(QString())};
         if (rowsAtPublish != row.channels)
-            throw Failure{u"%1: %2 rows when the load ended, %3 expected"_s.arg(row.label).arg(rowsAtPublish).arg(row.channels)};
+            throw BenchFailure{u"%1: %2 rows when the load ended, %3 expected"_s.arg(row.label).arg(rowsAtPublish).arg(row.channels)};
         // The guide the list names is read and matched after the rows are shown: still the load.
         const double settleFrom = watch.elapsedMilliseconds();
         bool folded = false;
@@ -451,7 +413,7 @@ void report(QTextStream &out, const Case &row)
 int benchmark(int runs, int m3uChannels, int xtreamChannels)
 {
     QTextStream out(stdout);
-    out << "Load average before: " << loadAverage() << Qt::endl;
+    out << "Load average before: " << BenchRun::loadAverage() << Qt::endl;
 
     ProviderOptions m3uOptions;
     m3uOptions.liveChannels = m3uChannels;
@@ -465,7 +427,7 @@ int benchmark(int runs, int m3uChannels, int xtreamChannels)
     xtreamOptions.seed = 2;
     ProviderServer xtreamProvider(xtreamOptions);
     if (!m3uProvider.start() || !xtreamProvider.start())
-        throw Failure{u"a provider did not start: "_s + m3uProvider.errorString() + xtreamProvider.errorString()};
+        throw BenchFailure{u"a provider did not start: "_s + m3uProvider.errorString() + xtreamProvider.errorString()};
 
     QList<Case> cases;
     cases.append(Case(u"M3U playlist"_s,
@@ -509,7 +471,7 @@ int benchmark(int runs, int m3uChannels, int xtreamChannels)
         << "named guide is matched.\n";
     for (const Case &row : std::as_const(cases))
         report(out, row);
-    out << "Load average after: " << loadAverage() << Qt::endl;
+    out << "Load average after: " << BenchRun::loadAverage() << Qt::endl;
     return 0;
 }
 
@@ -528,7 +490,7 @@ int main(int argc, char *argv[])
     try {
         return benchmark(std::max(1, parser.value(u"runs"_s).toInt()), parser.value(u"m3u-channels"_s).toInt(),
                          parser.value(u"xtream-channels"_s).toInt());
-    } catch (const Failure &failure) {
+    } catch (const BenchFailure &failure) {
         QTextStream(stderr) << "bench-load: " << failure.message << Qt::endl;
         return 1;
     }

@@ -13,4 +13,12 @@ inline qint64 processNanoseconds()
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return qint64(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
 }
+
+// CPU time consumed by the calling thread alone, in nanoseconds.
+inline qint64 threadNanoseconds()
+{
+    timespec now {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return qint64(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
 } // namespace CpuClock

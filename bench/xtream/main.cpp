@@ -19,6 +19,7 @@
 // resident growth from the kernel's high-water mark, reset just before the work.
 // MB are 10^6 bytes of the answers as received (UTF-8 JSON).
 
+#include "BenchRun.h"
 #include "CpuClock.h"
 #include "DurationSamples.h"
 #include "PeakMemory.h"
@@ -54,10 +55,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // What stops the benchmark, with the reason.
-struct Failure
-{
-    QString message;
-};
 
 struct Settings
 {
@@ -97,34 +94,6 @@ struct Answer
 // ---------------------------------------------------------------------------------------------------
 // Coroutines, waited for from main().
 
-template<typename T> struct Outcome
-{
-    std::optional<T> value;
-    QString failure;
-};
-
-// QCoro 0.8's waitFor() never returns when the awaited task throws: settle the outcome first.
-template<typename T> QCoro::Task<Outcome<T>> settled(QCoro::Task<T> task)
-{
-    Outcome<T> outcome;
-    try {
-        outcome.value = co_await std::move(task);
-    } catch (const IPTVError &error) {
-        outcome.failure = error.message();
-    } catch (const std::exception &error) {
-        outcome.failure = QString::fromUtf8(error.what());
-    }
-    co_return outcome;
-}
-
-template<typename T> T valueOf(QCoro::Task<T> task, const QString &what)
-{
-    Outcome<T> outcome = QCoro::waitFor(settled(std::move(task)));
-    if (!outcome.value)
-        throw Failure{what + u": "_s + outcome.failure};
-    return std::move(*outcome.value);
-}
-
 PlaylistSource demoSource(const QString &server)
 {
     return PlaylistSource(QUuid::createUuid(), u"Proveïdor local"_s, server, ProviderCatalog::demoUsername(),
@@ -142,7 +111,7 @@ QUrl apiURL(const PlaylistSource &source, const QString &action)
 QByteArray fetchBody(const QUrl &url)
 {
     HTTPPayload payload =
-        valueOf(HTTPClient::fetch(HTTPClient::providerRequest(url)), HTTPClient::redactedForLog(url));
+        BenchRun::valueOf(HTTPClient::fetch(HTTPClient::providerRequest(url)), HTTPClient::redactedForLog(url));
     return std::move(payload.data);
 }
 
@@ -150,7 +119,7 @@ QByteArray readFile(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        throw Failure{u"cannot read "_s + path + u": "_s + file.errorString()};
+        throw BenchFailure{u"cannot read "_s + path + u": "_s + file.errorString()};
     return file.readAll();
 }
 
@@ -158,7 +127,7 @@ void writeFile(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size() || !file.flush())
-        throw Failure{u"cannot write "_s + path + u": "_s + file.errorString()};
+        throw BenchFailure{u"cannot write "_s + path + u": "_s + file.errorString()};
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -178,12 +147,12 @@ QList<CatalogItem> readMovies(const QByteArray &body, const QString &categoryID)
 
 QList<Channel> loadLive(const PlaylistSource &source)
 {
-    return valueOf(PlaylistRepository().load(source), u"PlaylistRepository::load"_s);
+    return BenchRun::valueOf(PlaylistRepository().load(source), u"PlaylistRepository::load"_s);
 }
 
 QList<CatalogItem> loadMovies(const PlaylistSource &source, const QString &categoryID)
 {
-    return valueOf(CatalogRepository().items(source, CatalogKind::movies, categoryID), u"CatalogRepository::items"_s);
+    return BenchRun::valueOf(CatalogRepository().items(source, CatalogKind::movies, categoryID), u"CatalogRepository::items"_s);
 }
 
 struct Times
@@ -205,7 +174,7 @@ template<typename Work> auto timed(int runs, Times &times, Work work)
         times.wall.add(timer.nsecsElapsed());
         times.cpu.add(CpuClock::processNanoseconds() - cpuStart);
         if (records.size() != result.size())
-            throw Failure{u"the work is not repeatable"_s};
+            throw BenchFailure{u"the work is not repeatable"_s};
     }
     return result;
 }
@@ -294,7 +263,7 @@ void measureMemoryOf(const Settings &settings)
         else
             printMemoryOf([&] { return loadMovies(source, settings.category); });
     } else {
-        throw Failure{u"--memory-of takes live, movies, load or items"_s};
+        throw BenchFailure{u"--memory-of takes live, movies, load or items"_s};
     }
 }
 
@@ -319,10 +288,10 @@ QHash<QString, QString> runForLine(const QString &program, const QStringList &ar
     if (!process.waitForFinished(15 * 60 * 1000)) {
         process.kill();
         process.waitForFinished();
-        throw Failure{what + u" did not finish: "_s + process.errorString()};
+        throw BenchFailure{what + u" did not finish: "_s + process.errorString()};
     }
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        throw Failure{what + u" failed: "_s + QString::fromUtf8(process.readAllStandardError()).trimmed()};
+        throw BenchFailure{what + u" failed: "_s + QString::fromUtf8(process.readAllStandardError()).trimmed()};
     return fieldsOf(process.readAllStandardOutput());
 }
 
@@ -543,13 +512,6 @@ void printRow(QTextStream &out, const Row &row, bool withNode)
     out << line.join(u' ') << '\n';
 }
 
-QString loadAverage()
-{
-    QFile file(u"/proc/loadavg"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        return u"unknown"_s;
-    return QString::fromLatin1(file.readAll()).section(u' ', 0, 2);
-}
 
 // ---------------------------------------------------------------------------------------------------
 
@@ -590,14 +552,14 @@ int benchmark(Settings settings)
     options.generateMedia = false;
     ProviderServer server(options);
     if (!server.start())
-        throw Failure{u"the provider did not start: "_s + server.errorString()};
+        throw BenchFailure{u"the provider did not start: "_s + server.errorString()};
     const ProviderCatalog &catalog = server.catalog();
 
     // Every movie in the category that items() is asked for.
     const QString movieCategory = catalog.vodCategoryID(0);
     for (int index = 0; index < catalog.movieCount(); ++index) {
         if (catalog.movieCategory(index) != 0)
-            throw Failure{u"the provider put movie %1 outside category %2"_s.arg(index).arg(movieCategory)};
+            throw BenchFailure{u"the provider put movie %1 outside category %2"_s.arg(index).arg(movieCategory)};
     }
 
     settings.server = server.baseURL().toString();
@@ -607,7 +569,7 @@ int benchmark(Settings settings)
     const QByteArray account = fetchBody(apiURL(source, QString()));
     settings.extension = XtreamReaders::accountStreamExtension(account);
     if (!QDir().mkpath(settings.dataFolder))
-        throw Failure{u"cannot create "_s + settings.dataFolder};
+        throw BenchFailure{u"cannot create "_s + settings.dataFolder};
     const QDir data(settings.dataFolder);
     Answer providerLive{u"live, provider"_s, Answer::Kind::live, data.filePath(u"xtream-live-streams.json"_s),
                         data.filePath(u"xtream-live-categories.json"_s), QString(), catalog.liveChannelCount()};
@@ -694,7 +656,7 @@ int benchmark(Settings settings)
 
     out << "Provider in this process: " << catalog.liveChannelCount() << " live channels in "
         << catalog.liveCategoryCount() << " categories, " << catalog.movieCount() << " movies in category "
-        << movieCategory << ". Load average " << loadAverage() << ".\n"
+        << movieCategory << ". Load average " << BenchRun::loadAverage() << ".\n"
         << fixturesNote << "Median of " << settings.runs
         << " timed runs after a first one; MB = 10^6 bytes of the answers; cpu ms = median process CPU time;\n"
         << "peak = resident growth during the work in a fresh process (" << load.memory.method
@@ -735,7 +697,7 @@ int benchmark(Settings settings)
             << verdict(liveCPU) << "), movies " << ratio(movieCPU) << " (" << verdict(movieCPU)
             << "); by wall time live " << ratio(liveSpeed) << ", movies " << ratio(movieSpeed) << ".\n";
     }
-    out << "Load average after: " << loadAverage() << '\n';
+    out << "Load average after: " << BenchRun::loadAverage() << '\n';
     out.flush();
 
     for (const QString &problem : std::as_const(problems))
@@ -808,7 +770,7 @@ int main(int argc, char *argv[])
             return 0;
         }
         return benchmark(settings);
-    } catch (const Failure &failure) {
+    } catch (const BenchFailure &failure) {
         QTextStream(stderr) << "quenvo-bench-xtream: " << failure.message << '\n';
     } catch (const IPTVError &error) {
         QTextStream(stderr) << "quenvo-bench-xtream: " << error.message() << '\n';
