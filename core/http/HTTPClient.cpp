@@ -151,7 +151,10 @@ private:
         const auto abort = [reply] {
             if (!reply)
                 return;
-            reply->abort();
+            // A reply Qt has already failed (an error status, say) is only waiting for its own
+            // finish: aborting it would fail it a second time. Deleting it still stops its transfer.
+            if (reply->error() == QNetworkReply::NoError)
+                reply->abort();
             delete reply.get();
         };
         if (m_inReplySignal)
