@@ -61,7 +61,6 @@ private slots:
     {
         QFETCH(Response, response);
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/epg.xml"_s, response);
         const Loaded outcome = load({server.url(u"/epg.xml"_s)});
         QCOMPARE(outcome.failure, QString());
@@ -73,7 +72,6 @@ private slots:
     void keepsTheWindow()
     {
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/epg.xml.gz"_s, Response::ok(ProviderGuide::gzip(guideA), "application/gzip"));
         const Loaded outcome = load({server.url(u"/epg.xml.gz"_s)}, GuideWindow::around(utc("20240301113000")));
         QCOMPARE(outcome.failure, QString());
@@ -97,7 +95,6 @@ private slots:
         QFETCH(Response, second);
         QFETCH(QStringList, expected);
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/a.xml"_s, Response::ok(guideA));
         server.route(u"/b.xml"_s, second);
         const Loaded outcome = load({server.url(u"/a.xml"_s), server.url(u"/b.xml"_s)});
@@ -131,7 +128,6 @@ private slots:
         QFETCH(qint64, maximumBytes);
         QFETCH(QString, failure);
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/page.html"_s, Response::ok("<!DOCTYPE html><html><body>Hola</body></html>", "text/html"));
         server.route(u"/big.xml.gz"_s,
                      Response::ok(ProviderGuide::gzip(guideA.chopped(6) + QByteArray(2 * 1024 * 1024, ' ') + "</tv>")));
@@ -145,7 +141,6 @@ private slots:
     void stopsWhenCancelled()
     {
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/slow.xml"_s, Response::ok(guideA).delayedBy(std::chrono::seconds(30)));
         const CancellationToken cancellation = CancellationToken::create();
         const GuideRepository repository;

@@ -254,7 +254,6 @@ void checkPromises(const CatalogDetail &detail, CatalogKind kind)
 class Provider
 {
 public:
-    bool start() { return m_server.start(); }
     const LoopbackServer &server() const { return m_server; }
 
     void serve(const QHash<QString, QByteArray> &answers)
@@ -398,7 +397,6 @@ private Q_SLOTS:
         const bool isJson = parsing.error == QJsonParseError::NoError;
 
         Provider provider;
-        QVERIFY(provider.start());
         serveFixture(provider, path, action);
         QStringList summary;
         const QString failure = readThrough(provider, action, summary);
@@ -492,7 +490,6 @@ private Q_SLOTS:
         const std::optional<QString> action = actionOf(file);
         QVERIFY(action);
         Provider provider;
-        QVERIFY(provider.start());
         serveFixture(provider, file, *action);
         QStringList read;
         QCOMPARE(readThrough(provider, *action, read), QString());

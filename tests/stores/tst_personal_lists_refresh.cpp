@@ -46,18 +46,15 @@ struct Provider
     LoopbackServer server;
     std::shared_ptr<QSemaphore> gate = std::make_shared<QSemaphore>();
     std::shared_ptr<QString> gated = std::make_shared<QString>(); // path or action held at the gate
-    QByteArray playlistBody = playlist;
 
-    bool start()
+    Provider()
     {
-        if (!server.start())
-            return false;
-        server.setFallback([gate = gate, gated = gated, body = playlistBody](const Request &request) {
+        server.setFallback([gate = gate, gated = gated](const Request &request) {
             const QString action = QUrlQuery(request.query).queryItemValue(u"action"_s);
             if (!gated->isEmpty() && (*gated == request.path || *gated == action))
                 gate->acquire();
             if (request.path == u"/a.m3u"_s)
-                return Response::ok(body, "audio/x-mpegurl");
+                return Response::ok(playlist, "audio/x-mpegurl");
             if (request.path != u"/b/player_api.php"_s)
                 return Response::withStatus(404, "Not Found");
             const QHash<QString, QByteArray> answers {{QString(), account},
@@ -67,7 +64,6 @@ struct Provider
                 return Response::withStatus(404, "Not Found");
             return Response::ok(answers.value(action), "application/json");
         });
-        return true;
     }
 
     PlaylistSource m3u() const
@@ -131,7 +127,6 @@ private Q_SLOTS:
     void liveGroupMembersAppear()
     {
         Provider provider;
-        QVERIFY(provider.start());
         const PlaylistSource source = provider.m3u();
         const PersonalCategory sports(source.id, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
         const PersonalCategory empty(source.id, PersonalContentKind::live, u"Sense canals"_s, u"Buit"_s);
@@ -168,7 +163,6 @@ private Q_SLOTS:
     void failureTextsFollowTheListOrder()
     {
         Provider provider;
-        QVERIFY(provider.start());
         const PlaylistSource playlistSource = provider.m3u();
         const PlaylistSource xtreamSource = provider.xtream();
         const PlaylistSource broken(QUuid::createUuid(), u"Trencada"_s,
@@ -204,7 +198,6 @@ private Q_SLOTS:
     void oneRequestPerConnectionAndKind()
     {
         Provider provider;
-        QVERIFY(provider.start());
         const PlaylistSource a = provider.m3u();
         const PlaylistSource b = provider.xtream();
         StoreTest::Preferences preferences;
@@ -249,7 +242,6 @@ private Q_SLOTS:
     {
         Provider provider;
         *provider.gated = u"/a.m3u"_s;
-        QVERIFY(provider.start());
         const auto open = qScopeGuard([&] { provider.gate->release(100); });
         const PlaylistSource source = provider.m3u();
         const PersonalCategory sports(source.id, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
@@ -274,7 +266,6 @@ private Q_SLOTS:
     {
         Provider provider;
         *provider.gated = u"get_vod_categories"_s;
-        QVERIFY(provider.start());
         const auto open = qScopeGuard([&] { provider.gate->release(100); });
         const PlaylistSource a = provider.m3u();
         const PlaylistSource b = provider.xtream();
@@ -304,7 +295,6 @@ private Q_SLOTS:
     void aMissingListNeedsNoRequest()
     {
         Provider provider;
-        QVERIFY(provider.start());
         StoreTest::Preferences preferences;
         storeList(preferences.settings(),
             {PersonalCategory(provider.m3u().id, PersonalContentKind::live, u"Esports"_s, u"Esports"_s)});
@@ -318,7 +308,6 @@ private Q_SLOTS:
     {
         Provider provider;
         *provider.gated = u"/a.m3u"_s;
-        QVERIFY(provider.start());
         const auto open = qScopeGuard([&] { provider.gate->release(100); });
         const PlaylistSource source = provider.m3u();
         StoreTest::Preferences preferences;

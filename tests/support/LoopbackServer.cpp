@@ -560,25 +560,23 @@ LoopbackServer::Response &LoopbackServer::Response::closing()
 
 LoopbackServer::LoopbackServer()
     : m_shared(std::make_shared<Shared>())
+    , m_thread(std::make_unique<Thread>(m_shared))
 {
+    std::future<quint16> listening = m_thread->listening();
+    m_thread->start();
+    m_port = listening.get();
+    if (m_port == 0)
+        qFatal("LoopbackServer: cannot listen on 127.0.0.1");
 }
 
 LoopbackServer::~LoopbackServer()
 {
-    if (m_thread) {
-        m_thread->quit();
-        m_thread->wait();
-    }
+    m_thread->quit();
+    m_thread->wait();
 }
 
-bool LoopbackServer::start()
+bool LoopbackServer::start() const
 {
-    if (m_thread)
-        return false;
-    m_thread = std::make_unique<Thread>(m_shared);
-    std::future<quint16> listening = m_thread->listening();
-    m_thread->start();
-    m_port = listening.get();
     return m_port != 0;
 }
 

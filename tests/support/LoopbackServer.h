@@ -110,13 +110,15 @@ public:
 
     using Handler = std::function<Response(const Request &)>;
 
+    // Listens on 127.0.0.1 at a port chosen by the system from construction on; a server that cannot
+    // listen stops the test with a fatal message.
     LoopbackServer();
     ~LoopbackServer(); // closes every connection and stops the thread
     LoopbackServer(const LoopbackServer &) = delete;
     LoopbackServer &operator=(const LoopbackServer &) = delete;
 
-    // Starts listening on 127.0.0.1 at a port chosen by the system; false if that failed.
-    bool start();
+    // Whether the server listens: always true once constructed.
+    bool start() const;
     quint16 port() const;
     // http://127.0.0.1:<port><pathAndQuery>
     QUrl url(const QString &pathAndQuery = QStringLiteral("/")) const;
