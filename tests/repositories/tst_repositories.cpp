@@ -121,6 +121,52 @@ QStringList describe(const QList<Channel> &channels)
     return described;
 }
 
+CatalogItem titleOf(const QString &id, CatalogKind kind)
+{
+    return CatalogItem {
+        id, kind, u"Títol"_s, u"1"_s, std::nullopt, QString(), QString(), QString(), u"mp4"_s, 0};
+}
+
+// What one operation gives, one record per line, or how it failed. `operation` is "load", or for the
+// catalogue "categories", "items" (of the category `argument`) or "detail" (of the title `argument`).
+struct Ran
+{
+    QString failure;
+    QStringList lines;
+};
+
+Ran run(const QString &operation, const PlaylistSource &source, CatalogKind kind, const QString &argument)
+{
+    const CatalogRepository repository;
+    Ran ran;
+    if (operation == u"load"_s) {
+        const auto outcome = settle(PlaylistRepository().load(source));
+        ran.failure = outcome.failure;
+        ran.lines = describe(outcome.value.value_or(QList<Channel>()));
+    } else if (operation == u"categories"_s) {
+        const auto outcome = settle(repository.categories(source, kind));
+        ran.failure = outcome.failure;
+        for (const CatalogCategory &category : outcome.value.value_or(QList<CatalogCategory>()))
+            ran.lines.append(category.id + u' ' + category.name);
+    } else if (operation == u"items"_s) {
+        const auto outcome = settle(repository.items(source, kind, argument));
+        ran.failure = outcome.failure;
+        for (const CatalogItem &item : outcome.value.value_or(QList<CatalogItem>()))
+            ran.lines.append(item.id + u' ' + item.name + u' ' + item.fileExtension + u' ' + item.categoryID);
+    } else {
+        const auto outcome = settle(repository.detail(source, titleOf(argument, kind)));
+        ran.failure = outcome.failure;
+        if (outcome.value) {
+            ran.lines.append(outcome.value->plot);
+            if (outcome.value->movie)
+                ran.lines.append(QString::fromLatin1(outcome.value->movie->encodedURL()));
+            for (const CatalogEpisode &episode : outcome.value->episodes)
+                ran.lines.append(QString::fromLatin1(episode.channel.encodedURL()));
+        }
+    }
+    return ran;
+}
+
 } // namespace
 
 class TestRepositories : public QObject
@@ -172,7 +218,6 @@ private Q_SLOTS:
         QFETCH(QString, format);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         QHash<QString, Response> answers = workingProvider();
         if (format == u"ts"_s)
             answers.insert(QString(), Response::ok(tsAccount));
@@ -232,7 +277,6 @@ private Q_SLOTS:
         QFETCH(QString, failure);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         QHash<QString, Response> answers = workingProvider();
         answers.insert(action, answer);
         serveXtream(server, answers);
@@ -323,28 +367,14 @@ private Q_SLOTS:
         QFETCH(QString, failure);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         server.setFallback(
             [](const Request &) { return Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a\n"); });
         address.replace(u"{base}"_s, base(server)).replace(u"{port}"_s, QString::number(server.port()));
         const PlaylistSource source(QUuid::createUuid(), name, address, username, password,
             kind == u"m3u"_s ? PlaylistSource::Kind::m3u : PlaylistSource::Kind::xtream);
 
-        QString outcome;
-        for (const CatalogKind catalogKind : CatalogKinds::allCases) {
-            if (operation == u"load"_s) {
-                outcome = settle(PlaylistRepository().load(source)).failure;
-            } else if (operation == u"categories"_s) {
-                outcome = settle(CatalogRepository().categories(source, catalogKind)).failure;
-            } else if (operation == u"items"_s) {
-                outcome = settle(CatalogRepository().items(source, catalogKind, argument)).failure;
-            } else {
-                CatalogItem item {argument, catalogKind, u"Títol"_s, u"1"_s, std::nullopt, QString(),
-                    QString(), QString(), u"mp4"_s, 0};
-                outcome = settle(CatalogRepository().detail(source, item)).failure;
-            }
-            QCOMPARE(outcome, failure);
-        }
+        for (const CatalogKind catalogKind : CatalogKinds::allCases)
+            QCOMPARE(run(operation, source, catalogKind, argument).failure, failure);
         QCOMPARE(server.requestCount(), 0);
     }
 
@@ -374,7 +404,6 @@ private Q_SLOTS:
         QFETCH(QByteArray, authorization);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/lists/tv.m3u"_s,
             Response::ok("#EXTM3U\n#EXTINF:-1 group-title=\"Cinema\",Un\nhttp://cdn.test/1.m3u8\n"
                          "#EXTINF:-1,Dos\n../streams/2.ts\n"));
@@ -401,7 +430,6 @@ private Q_SLOTS:
     void m3uRedirectGivesTheBase()
     {
         LoopbackServer server;
-        QVERIFY(server.start());
         server.redirect(u"/old.m3u"_s, 301, "/moved/here/");
         server.redirect(u"/moved/here/"_s, 302, "/final/dir/tv.m3u?v=2");
         server.route(u"/final/dir/tv.m3u"_s,
@@ -447,7 +475,6 @@ private Q_SLOTS:
         QFETCH(QString, failure);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/tv.m3u"_s, answer);
         const Outcome<QList<Channel>> outcome
             = settle(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s)));
@@ -578,42 +605,11 @@ private Q_SLOTS:
         QFETCH(QStringList, result);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/xc/player_api.php"_s, Response::ok(answer, "application/json"));
         const PlaylistSource source = xtream(base(server) + u"/xc//"_s, u"u s&r"_s, u"p@ss"_s);
-        const CatalogRepository repository;
-
-        QStringList described;
-        QString failure;
-        if (operation == u"categories"_s) {
-            const auto outcome = settle(repository.categories(source, kind));
-            failure = outcome.failure;
-            for (const CatalogCategory &category : outcome.value.value_or(QList<CatalogCategory>()))
-                described.append(category.id + u' ' + category.name);
-        } else if (operation == u"items"_s) {
-            const auto outcome = settle(repository.items(source, kind, argument));
-            failure = outcome.failure;
-            for (const CatalogItem &item : outcome.value.value_or(QList<CatalogItem>())) {
-                QCOMPARE(item.kind, kind);
-                described.append(
-                    item.id + u' ' + item.name + u' ' + item.fileExtension + u' ' + item.categoryID);
-            }
-        } else {
-            CatalogItem item {argument, kind, u"Títol"_s, u"1"_s, std::nullopt, QString(), QString(),
-                QString(), u"mp4"_s, 0};
-            const auto outcome = settle(repository.detail(source, item));
-            failure = outcome.failure;
-            if (outcome.value) {
-                described.append(outcome.value->plot);
-                if (outcome.value->movie)
-                    described.append(QString::fromLatin1(outcome.value->movie->encodedURL()));
-                for (const CatalogEpisode &episode : outcome.value->episodes)
-                    described.append(QString::fromLatin1(episode.channel.encodedURL()));
-            }
-        }
-        QCOMPARE(failure, QString());
-        result.replaceInStrings(u"{base}"_s, base(server) + u"/xc"_s);
-        QCOMPARE(described, result);
+        const Ran ran = run(operation, source, kind, argument);
+        QCOMPARE(ran.failure, QString());
+        QCOMPARE(ran.lines, result.replaceInStrings(u"{base}"_s, base(server) + u"/xc"_s));
 
         QCOMPARE(targetsOf(server),
             QList<QByteArray> {"/xc/player_api.php?username=u%20s%26r&password=p%40ss" + query});
@@ -652,21 +648,8 @@ private Q_SLOTS:
         QFETCH(QString, failure);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/player_api.php"_s, answer);
-        const PlaylistSource source = xtream(base(server));
-        const CatalogRepository repository;
-        QString outcome;
-        if (operation == u"categories"_s)
-            outcome = settle(repository.categories(source, CatalogKind::movies)).failure;
-        else if (operation == u"items"_s)
-            outcome = settle(repository.items(source, CatalogKind::series, u"3"_s)).failure;
-        else
-            outcome = settle(repository.detail(source,
-                              CatalogItem {u"9"_s, CatalogKind::movies, u"T"_s, u"3"_s, std::nullopt,
-                                  QString(), QString(), QString(), u"mp4"_s, 0}))
-                          .failure;
-        QCOMPARE(outcome, failure);
+        QCOMPARE(run(operation, xtream(base(server)), CatalogKind::series, u"9"_s).failure, failure);
         QCOMPARE(server.requestCount(), 1);
     }
 
@@ -735,15 +718,13 @@ private Q_SLOTS:
         QFETCH(int, requests);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         QHash<QString, Response> answers = workingProvider();
         answers.insert(heldBack, answer);
         serveXtream(server, answers);
         server.route(u"/tv.m3u"_s, answer);
 
         const CancellationToken token = CancellationToken::create();
-        const CatalogItem series {u"42"_s, CatalogKind::series, u"T"_s, u"1"_s, std::nullopt, QString(),
-            QString(), QString(), u"mp4"_s, 0};
+        const CatalogItem series = titleOf(u"42"_s, CatalogKind::series);
         QCoro::Task<QString> running = load == u"detail"_s
             ? failureOf(CatalogRepository().detail(xtream(base(server)), series, token))
             : failureOf(PlaylistRepository().load(
@@ -758,7 +739,6 @@ private Q_SLOTS:
     void cancelledBeforeStarting()
     {
         LoopbackServer server;
-        QVERIFY(server.start());
         serveXtream(server, workingProvider());
         server.route(u"/tv.m3u"_s, Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n"));
         const CancellationToken token = CancellationToken::create();
@@ -800,7 +780,6 @@ private Q_SLOTS:
         }
         rows += "]";
         LoopbackServer server;
-        QVERIFY(server.start());
         server.route(u"/tv.m3u"_s, Response::ok(playlist));
         serveXtream(server,
             {{QString(), Response::ok(account)}, {u"get_live_categories"_s, Response::ok(rows)},
@@ -839,7 +818,6 @@ private Q_SLOTS:
     void hlsListKeepsTheConnectionAddress()
     {
         LoopbackServer server;
-        QVERIFY(server.start());
         const QByteArray manifest = "#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n";
         server.route(u"/live/index.m3u8"_s, Response::ok(manifest));
         server.redirect(u"/old/index.m3u8"_s, 302, "/live/index.m3u8?token=%c3%a9");
@@ -860,7 +838,6 @@ private Q_SLOTS:
     void repositoryGoneWhileLoading()
     {
         LoopbackServer server;
-        QVERIFY(server.start());
         serveXtream(server, workingProvider());
         std::optional<QCoro::Task<Outcome<QList<Channel>>>> load;
         {
