@@ -41,7 +41,7 @@ private Q_SLOTS:
     void cleanupTestCase();
 
     void standardOptions();
-    void newPlayerIsIdle();
+    void aPlayerWithoutMedia();
     void streamDeliversMedia_data();
     void streamDeliversMedia();
     void missingStreamReportsError();
@@ -49,17 +49,11 @@ private Q_SLOTS:
     void stalledStreamStaysWithoutMedia();
     void liveStreamThatEndsReportsEnded();
     void stopIsAnnouncedLaterAndEndsPictures();
-    void pauseAndResume();
-    void movieHasLengthAndSeeks();
+    void aMoviePausesSeeksAndDelaysSubtitles();
     void movieListsTwoAudioTracks_data();
     void movieListsTwoAudioTracks();
     void subtitleFileBecomesATrack_data();
     void subtitleFileBecomesATrack();
-    void subtitleFileNeedsMedia();
-    void subtitleDelayReadsBackInMicroseconds_data();
-    void subtitleDelayReadsBackInMicroseconds();
-    void subtitleDelayNeedsAStream();
-    void volumeIsKept();
     void destroyingAPlayerDropsItsPendingEvents();
 
 private:
@@ -98,7 +92,9 @@ void MediaPlayerTest::standardOptions()
         QStringList({u"--quiet"_s, u"--no-video-title-show"_s, u"--no-osd"_s, u"--network-caching=1500"_s}));
 }
 
-void MediaPlayerTest::newPlayerIsIdle()
+// A player with nothing to play: idle, refusing what needs a stream (libVLC refuses a subtitle file
+// only when there is nothing to add it to), and keeping its volume within bounds.
+void MediaPlayerTest::aPlayerWithoutMedia()
 {
     MediaPlayer player;
     QVERIFY(player.isValid());
@@ -117,6 +113,17 @@ void MediaPlayerTest::newPlayerIsIdle()
     QVERIFY(player.currentFrame().isNull());
     QCOMPARE(player.deliveredFrames(), quint64(0));
     QVERIFY(player.videoSize().isEmpty());
+
+    QVERIFY(!player.addSubtitleFile(QUrl::fromLocalFile(QFINDTESTDATA("tst_media_player.cpp"))));
+    QVERIFY(!player.setSubtitleDelay(500'000));
+    QCOMPARE(player.subtitleDelay(), 0);
+
+    player.setVolume(57);
+    QCOMPARE(player.volume(), 57);
+    player.setVolume(-3);
+    QCOMPARE(player.volume(), 0);
+    player.setVolume(250);
+    QCOMPARE(player.volume(), 200);
 }
 
 void MediaPlayerTest::streamDeliversMedia_data()
@@ -271,33 +278,33 @@ void MediaPlayerTest::stopIsAnnouncedLaterAndEndsPictures()
     QVERIFY(player.hasMedia());
 }
 
-void MediaPlayerTest::pauseAndResume()
+// A movie as a user meets it: it pauses and resumes, shows its length, seeks, and takes a subtitle
+// delay in microseconds, up to a minute either way.
+void MediaPlayerTest::aMoviePausesSeeksAndDelaysSubtitles()
 {
     QUENVO_REQUIRE_PROVIDER_MEDIA(m_server);
     MediaPlayer player;
-    QVERIFY(playUntilMedia(player, movieFile()));
+    QVERIFY(playUntilMedia(player, PlayerTest::movieURL(*m_server, u"mp4"_s)));
     player.pause();
     QTRY_COMPARE(player.state(), State::Paused);
     QVERIFY(!player.isPlaying());
     player.play();
     QTRY_COMPARE(player.state(), State::Playing);
     QVERIFY(player.isPlaying());
-}
 
-void MediaPlayerTest::movieHasLengthAndSeeks()
-{
-    QUENVO_REQUIRE_PROVIDER_MEDIA(m_server);
-    MediaPlayer player;
-    QVERIFY(playUntilMedia(player, PlayerTest::movieURL(*m_server, u"mp4"_s)));
     QTRY_VERIFY(player.isSeekable());
     const qint64 expected = ProviderCatalog::movieSeconds * 1000;
     QVERIFY2(qAbs(player.length().milliseconds() - expected) < 1000, qPrintable(player.length().text()));
     QCOMPARE(player.length().text(), mediaTimeText(player.length().milliseconds()));
-
     player.setPosition(0.5f);
     QTRY_VERIFY_WITH_TIMEOUT(player.time().milliseconds() >= expected / 2 - 1000, 10'000);
     QVERIFY2(player.time().milliseconds() < expected / 2 + 5000, qPrintable(player.time().text()));
     QVERIFY(player.position() >= 0.45f && player.position() < 0.7f);
+
+    for (const qint64 microseconds : {1234, 0, 500'000, -500'000, 60'000'000, -60'000'000}) {
+        QVERIFY(player.setSubtitleDelay(microseconds));
+        QCOMPARE(player.subtitleDelay(), microseconds);
+    }
 }
 
 void MediaPlayerTest::movieListsTwoAudioTracks_data()
@@ -395,54 +402,6 @@ void MediaPlayerTest::subtitleFileBecomesATrack()
     QTRY_COMPARE(player.currentSubtitleTrack(), -1);
     QVERIFY(player.setCurrentSubtitleTrack(added));
     QTRY_COMPARE(player.currentSubtitleTrack(), added);
-}
-
-void MediaPlayerTest::subtitleFileNeedsMedia()
-{
-    // libVLC refuses a slave only when there is nothing to add it to; any file is accepted once a
-    // stream runs (see subtitleFileBecomesATrack).
-    MediaPlayer player;
-    QVERIFY(!player.addSubtitleFile(QUrl::fromLocalFile(QFINDTESTDATA("tst_media_player.cpp"))));
-}
-
-void MediaPlayerTest::subtitleDelayReadsBackInMicroseconds_data()
-{
-    QTest::addColumn<qint64>("microseconds");
-    QTest::newRow("none") << qint64(0);
-    QTest::newRow("half a second later") << qint64(500'000);
-    QTest::newRow("half a second earlier") << qint64(-500'000);
-    QTest::newRow("a minute later") << qint64(60'000'000);
-    QTest::newRow("a minute earlier") << qint64(-60'000'000);
-}
-
-void MediaPlayerTest::subtitleDelayReadsBackInMicroseconds()
-{
-    QUENVO_REQUIRE_PROVIDER_MEDIA(m_server);
-    QFETCH(qint64, microseconds);
-    MediaPlayer player;
-    QVERIFY(playUntilMedia(player, movieFile()));
-    QVERIFY(player.setSubtitleDelay(1234));
-    QCOMPARE(player.subtitleDelay(), 1234);
-    QVERIFY(player.setSubtitleDelay(microseconds));
-    QCOMPARE(player.subtitleDelay(), microseconds);
-}
-
-void MediaPlayerTest::subtitleDelayNeedsAStream()
-{
-    MediaPlayer player;
-    QVERIFY(!player.setSubtitleDelay(500'000));
-    QCOMPARE(player.subtitleDelay(), 0);
-}
-
-void MediaPlayerTest::volumeIsKept()
-{
-    MediaPlayer player;
-    player.setVolume(57);
-    QCOMPARE(player.volume(), 57);
-    player.setVolume(-3);
-    QCOMPARE(player.volume(), 0);
-    player.setVolume(250);
-    QCOMPARE(player.volume(), 200);
 }
 
 void MediaPlayerTest::destroyingAPlayerDropsItsPendingEvents()
