@@ -242,43 +242,38 @@ private Q_SLOTS:
         QTest::addColumn<QString>("error");
         QTest::addColumn<QString>("url");
 
-        QTest::newRow("blank name is checked before the address")
-            << u" \t\n"_s << u"not a url"_s << QString() << QString() << false << nameMessage << QString();
-        QTest::newRow("m3u trimmed") << u"Llista"_s << u"  https://example.com/tv.m3u \n"_s << QString() << QString()
-                                     << false << QString() << u"https://example.com/tv.m3u"_s;
-        QTest::newRow("m3u with query keeps it") << u"Llista"_s << u"http://h/get.php?type=m3u"_s << QString()
-                                                 << QString() << false << QString() << u"http://h/get.php?type=m3u"_s;
-        QTest::newRow("m3u ftp") << u"L"_s << u"ftp://h/x"_s << QString() << QString() << false << urlMessage
-                                 << QString();
-        QTest::newRow("m3u credentials in address") << u"L"_s << u"http://a:b@h/x"_s << QString() << QString()
-                                                    << false << urlMessage << QString();
-        QTest::newRow("xtream ok") << u"Servidor"_s << u"http://h:8080"_s << u"u"_s << u"p"_s << true << QString()
-                                   << u"http://h:8080"_s;
-        QTest::newRow("xtream blank user passes") << u"S"_s << u"http://h"_s << u" "_s << u"p"_s << true << QString()
-                                                  << u"http://h"_s;
-        QTest::newRow("xtream empty user") << u"S"_s << u"http://h"_s << QString() << u"p"_s << true
-                                           << credentialsMessage << QString();
-        QTest::newRow("xtream empty password") << u"S"_s << u"http://h"_s << u"u"_s << QString() << true
-                                               << credentialsMessage << QString();
-        QTest::newRow("xtream bad address before credentials")
-            << u"S"_s << u"nope"_s << QString() << QString() << true << urlMessage << QString();
-        QTest::newRow("xtream player_api.php") << u"S"_s << u"http://h/player_api.php"_s << u"u"_s << u"p"_s << true
-                                               << baseMessage << QString();
-        QTest::newRow("xtream player_api.php with a slash")
-            << u"S"_s << u"http://h/player_api.php/"_s << u"u"_s << u"p"_s << true << baseMessage << QString();
-        QTest::newRow("xtream get.php/ under a prefix")
-            << u"S"_s << u"http://h/x/get.php/"_s << u"u"_s << u"p"_s << true << baseMessage << QString();
-        QTest::newRow("xtream get.php under a prefix") << u"S"_s << u"http://h/x/get.php"_s << u"u"_s << u"p"_s
-                                                       << true << baseMessage << QString();
-        QTest::newRow("xtream query") << u"S"_s << u"http://h/?a=1"_s << u"u"_s << u"p"_s << true << baseMessage
-                                      << QString();
-        QTest::newRow("xtream empty query") << u"S"_s << u"http://h/?"_s << u"u"_s << u"p"_s << true << baseMessage
-                                            << QString();
-        QTest::newRow("xtream fragment") << u"S"_s << u"http://h/#x"_s << u"u"_s << u"p"_s << true << baseMessage
-                                         << QString();
-        QTest::newRow("xtream name in capitals is not refused")
-            << u"S"_s << u"http://h/PLAYER_API.PHP"_s << u"u"_s << u"p"_s << true << QString()
-            << u"http://h/PLAYER_API.PHP"_s;
+        // An M3U connection has no credentials; an Xtream one is "S", with "u" and "p" unless the row says.
+        const auto m3u = [](const char *row, const QString &name, const QString &address,
+                             const QString &error, const QString &url = QString()) {
+            QTest::newRow(row) << name << address << QString() << QString() << false << error << url;
+        };
+        const auto xtream = [](const char *row, const QString &address, const QString &error,
+                                const QString &url = QString(), const QString &username = u"u"_s,
+                                const QString &password = u"p"_s) {
+            QTest::newRow(row) << u"S"_s << address << username << password << true << error << url;
+        };
+        m3u("blank name is checked before the address", u" \t\n"_s, u"not a url"_s, nameMessage);
+        m3u("m3u trimmed", u"Llista"_s, u"  https://example.com/tv.m3u \n"_s, QString(),
+            u"https://example.com/tv.m3u"_s);
+        m3u("m3u with query keeps it", u"Llista"_s, u"http://h/get.php?type=m3u"_s, QString(),
+            u"http://h/get.php?type=m3u"_s);
+        m3u("m3u ftp", u"L"_s, u"ftp://h/x"_s, urlMessage);
+        m3u("m3u credentials in address", u"L"_s, u"http://a:b@h/x"_s, urlMessage);
+        xtream("xtream ok", u"http://h:8080"_s, QString(), u"http://h:8080"_s);
+        xtream("xtream blank user passes", u"http://h"_s, QString(), u"http://h"_s, u" "_s);
+        xtream("xtream empty user", u"http://h"_s, credentialsMessage, QString(), QString());
+        xtream("xtream empty password", u"http://h"_s, credentialsMessage, QString(), u"u"_s, QString());
+        xtream(
+            "xtream bad address before credentials", u"nope"_s, urlMessage, QString(), QString(), QString());
+        xtream("xtream player_api.php", u"http://h/player_api.php"_s, baseMessage);
+        xtream("xtream player_api.php with a slash", u"http://h/player_api.php/"_s, baseMessage);
+        xtream("xtream get.php/ under a prefix", u"http://h/x/get.php/"_s, baseMessage);
+        xtream("xtream get.php under a prefix", u"http://h/x/get.php"_s, baseMessage);
+        xtream("xtream query", u"http://h/?a=1"_s, baseMessage);
+        xtream("xtream empty query", u"http://h/?"_s, baseMessage);
+        xtream("xtream fragment", u"http://h/#x"_s, baseMessage);
+        xtream("xtream name in capitals is not refused", u"http://h/PLAYER_API.PHP"_s, QString(),
+            u"http://h/PLAYER_API.PHP"_s);
     }
     void validatedURL()
     {

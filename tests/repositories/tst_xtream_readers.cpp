@@ -348,67 +348,65 @@ void TestXtreamReaders::liveStreams_data()
     QTest::addColumn<QStringList>("channels"); // "name | group | address", in order
     QTest::addColumn<QString>("failure");
 
-    const QString live = providerBase + u"/live/user/pass/"_s;
     const QStringList sports {u"1=Esports"_s};
     const auto row = [](const char *name, const QByteArray &body, const QStringList &categories,
                          const QStringList &channels, const QString &failure = QString(),
                          const QString &extension = u"m3u8"_s) {
         QTest::newRow(name) << body << categories << extension << channels << failure;
     };
+    // One channel as the rows expect it.
+    const auto channel = [](const QString &name, const QString &id, const QString &group = u"Directe"_s,
+                             const QString &extension = u"m3u8"_s) {
+        return name + u" | "_s + group + u" | "_s + providerBase + u"/live/user/pass/"_s + id + u'.'
+            + extension;
+    };
 
     row("ids as numbers and strings",
         R"([{"stream_id":123,"name":"U","category_id":"1"},{"stream_id":"124","name":"Dos","category_id":"1"}])",
-        sports, {u"U | Esports | "_s + live + u"123.m3u8"_s, u"Dos | Esports | "_s + live + u"124.m3u8"_s});
-    row("ts extension", R"([{"stream_id":5,"name":"Cinc"}])", {}, {u"Cinc | Directe | "_s + live + u"5.ts"_s},
-        QString(), u"ts"_s);
+        sports, {channel(u"U"_s, u"123"_s, u"Esports"_s), channel(u"Dos"_s, u"124"_s, u"Esports"_s)});
+    row("ts extension", R"([{"stream_id":5,"name":"Cinc"}])", {},
+        {channel(u"Cinc"_s, u"5"_s, u"Directe"_s, u"ts"_s)}, QString(), u"ts"_s);
     row("answer order kept",
         R"([{"stream_id":30,"name":"C"},{"stream_id":10,"name":"A"},{"stream_id":20,"name":"B"}])", {},
-        {u"C | Directe | "_s + live + u"30.m3u8"_s, u"A | Directe | "_s + live + u"10.m3u8"_s,
-            u"B | Directe | "_s + live + u"20.m3u8"_s});
-    row("id 12.0 reads as 12", R"([{"stream_id":12.0,"name":"Dotze"}])", {},
-        {u"Dotze | Directe | "_s + live + u"12.m3u8"_s});
-    row("id true reads as 1", R"([{"stream_id":true,"name":"U"}])", {},
-        {u"U | Directe | "_s + live + u"1.m3u8"_s});
+        {channel(u"C"_s, u"30"_s), channel(u"A"_s, u"10"_s), channel(u"B"_s, u"20"_s)});
+    row("id 12.0 reads as 12", R"([{"stream_id":12.0,"name":"Dotze"}])", {}, {channel(u"Dotze"_s, u"12"_s)});
+    row("id true reads as 1", R"([{"stream_id":true,"name":"U"}])", {}, {channel(u"U"_s, u"1"_s)});
     row("007 and 7 are two ids, each taken once",
         R"([{"stream_id":"007","name":"A"},{"stream_id":7,"name":"B"},{"stream_id":"7","name":"C"},)"
         R"({"stream_id":"007","name":"D"},{"stream_id":"0","name":"E"},{"stream_id":0,"name":"F"},)"
         R"({"stream_id":"1234567890123456789","name":"G"},{"stream_id":"1234567890123456789","name":"H"}])",
         {},
-        {u"A | Directe | "_s + live + u"007.m3u8"_s, u"B | Directe | "_s + live + u"7.m3u8"_s,
-            u"E | Directe | "_s + live + u"0.m3u8"_s,
-            u"G | Directe | "_s + live + u"1234567890123456789.m3u8"_s});
+        {channel(u"A"_s, u"007"_s), channel(u"B"_s, u"7"_s), channel(u"E"_s, u"0"_s),
+            channel(u"G"_s, u"1234567890123456789"_s)});
     row("largest unsigned id", R"([{"stream_id":18446744073709551615,"name":"Gran"}])", {},
-        {u"Gran | Directe | "_s + live + u"18446744073709551615.m3u8"_s});
+        {channel(u"Gran"_s, u"18446744073709551615"_s)});
     row("unusable ids skipped",
         R"([{"stream_id":12.5,"name":"a"},{"stream_id":"12a","name":"b"},{"stream_id":"","name":"c"},)"
         R"({"name":"d"},{"stream_id":null,"name":"e"},{"stream_id":-5,"name":"f"},{"stream_id":" 12","name":"g"},)"
         R"({"stream_id":"١٢","name":"h"},{"stream_id":[12],"name":"i"},{"stream_id":{"id":12},"name":"j"},)"
         R"({"stream_id":"12 ","name":"k"},{"stream_id":"+12","name":"l"},{"stream_id":"１２","name":"n"},)"
         R"({"stream_id":-1e308,"name":"o"},{"stream_id":1e-7,"name":"p"},{"stream_id":99,"name":"Bo"}])",
-        {}, {u"Bo | Directe | "_s + live + u"99.m3u8"_s});
-    row("id 1e3 reads as 1000", R"([{"stream_id":1e3,"name":"Mil"}])", {},
-        {u"Mil | Directe | "_s + live + u"1000.m3u8"_s});
+        {}, {channel(u"Bo"_s, u"99"_s)});
+    row("id 1e3 reads as 1000", R"([{"stream_id":1e3,"name":"Mil"}])", {}, {channel(u"Mil"_s, u"1000"_s)});
     row("first of repeated ids wins",
         R"([{"stream_id":5,"name":"Primer","category_id":"1"},{"stream_id":"5","name":"Segon"},{"stream_id":5.0,"name":"Tercer"}])",
-        sports, {u"Primer | Esports | "_s + live + u"5.m3u8"_s});
-    row("name a number", R"([{"stream_id":9,"name":5}])", {},
-        {u"Canal 9 | Directe | "_s + live + u"9.m3u8"_s});
-    row("name missing", R"([{"stream_id":"9"}])", {}, {u"Canal 9 | Directe | "_s + live + u"9.m3u8"_s});
-    row("name untrimmed", R"([{"stream_id":9,"name":"  Nou  "}])", {},
-        {u"  Nou   | Directe | "_s + live + u"9.m3u8"_s});
-    row("name empty", R"([{"stream_id":9,"name":""}])", {}, {u" | Directe | "_s + live + u"9.m3u8"_s});
+        sports, {channel(u"Primer"_s, u"5"_s, u"Esports"_s)});
+    row("name a number", R"([{"stream_id":9,"name":5}])", {}, {channel(u"Canal 9"_s, u"9"_s)});
+    row("name missing", R"([{"stream_id":"9"}])", {}, {channel(u"Canal 9"_s, u"9"_s)});
+    row("name untrimmed", R"([{"stream_id":9,"name":"  Nou  "}])", {}, {channel(u"  Nou  "_s, u"9"_s)});
+    row("name empty", R"([{"stream_id":9,"name":""}])", {}, {channel(QString(), u"9"_s)});
     row("name escaped", "[{\"stream_id\":9,\"name\":\"TV3 \\u00e0 la carta \\/ \\\"HD\\\"\"}]", {},
-        {u"TV3 à la carta / \"HD\" | Directe | "_s + live + u"9.m3u8"_s});
+        {channel(u"TV3 à la carta / \"HD\""_s, u"9"_s)});
     row("category by numeric id", R"([{"stream_id":1,"name":"a","category_id":1}])", sports,
-        {u"a | Esports | "_s + live + u"1.m3u8"_s});
+        {channel(u"a"_s, u"1"_s, u"Esports"_s)});
     row("category unknown", R"([{"stream_id":1,"name":"a","category_id":"2"}])", sports,
-        {u"a | Directe | "_s + live + u"1.m3u8"_s});
+        {channel(u"a"_s, u"1"_s)});
     row("category null meets a category without id", R"([{"stream_id":1,"name":"a","category_id":null}])",
-        {u"=Sense id"_s}, {u"a | Sense id | "_s + live + u"1.m3u8"_s});
+        {u"=Sense id"_s}, {channel(u"a"_s, u"1"_s, u"Sense id"_s)});
     row("category with an empty name", R"([{"stream_id":1,"name":"a","category_id":"1"}])", {u"1="_s},
-        {u"a | Sense categoria | "_s + live + u"1.m3u8"_s});
+        {channel(u"a"_s, u"1"_s, u"Sense categoria"_s)});
     row("category ids as given", R"([{"stream_id":1,"name":"a","category_id":"01"}])", sports,
-        {u"a | Directe | "_s + live + u"1.m3u8"_s});
+        {channel(u"a"_s, u"1"_s)});
     row("no rows", "[]", {}, {}, noLiveChannels);
     row("only unusable rows", R"([{},{"stream_id":"abc"},{"stream_id":null,"name":"x"}])", {}, {},
         noLiveChannels);
@@ -446,45 +444,37 @@ void TestXtreamReaders::liveStreamAddress_data()
     QTest::addColumn<QString>("password");
     QTest::addColumn<QByteArray>("expected");
 
-    QTest::newRow("plain") << u"http://provider.test:8080"_s << u"user"_s << u"pass"_s
-                           << QByteArray("http://provider.test:8080/live/user/pass/7.m3u8");
-    QTest::newRow("blanks and trailing slashes")
-        << u"  http://provider.test:8080///  "_s << u"user"_s << u"pass"_s
-        << QByteArray("http://provider.test:8080/live/user/pass/7.m3u8");
-    QTest::newRow("path kept") << u"https://provider.test/panel/"_s << u"user"_s << u"pass"_s
-                               << QByteArray("https://provider.test/panel/live/user/pass/7.m3u8");
-    QTest::newRow("reserved characters")
-        << providerBase << u"a b&c@d"_s << u"p/q?r#s%t"_s
-        << QByteArray("http://provider.test:8080/live/a%20b%26c%40d/p%2Fq%3Fr%23s%25t/7.m3u8");
-    QTest::newRow("unreserved characters")
-        << providerBase << u"A-z.0_9~"_s << u"~._-"_s
-        << QByteArray("http://provider.test:8080/live/A-z.0_9~/~._-/7.m3u8");
-    QTest::newRow("plus, equals, colon")
-        << providerBase << u"a+b=c"_s << u"x:y;z,"_s
-        << QByteArray("http://provider.test:8080/live/a%2Bb%3Dc/x%3Ay%3Bz%2C/7.m3u8");
-    QTest::newRow("letters outside ASCII") << providerBase << u"jòsep"_s << u"contrasenya€😀"_s
-                                           << QByteArray("http://provider.test:8080/live/j%C3%B2sep/"
-                                                         "contrasenya%E2%82%AC%F0%9F%98%80/7.m3u8");
-    QTest::newRow("percent sequences re-encoded")
-        << providerBase << u"%41"_s << u"%2F"_s
-        << QByteArray("http://provider.test:8080/live/%2541/%252F/7.m3u8");
-    QTest::newRow("IPv6 host") << u"http://[2001:db8::1]:8000/"_s << u"user"_s << u"pass"_s
-                               << QByteArray("http://[2001:db8::1]:8000/live/user/pass/7.m3u8");
+    const auto row = [](const char *name, const QString &address, const char *expected,
+                         const QString &username = u"user"_s, const QString &password = u"pass"_s) {
+        QTest::newRow(name) << address << username << password << QByteArray(expected);
+    };
+    row("plain", u"http://provider.test:8080"_s, "http://provider.test:8080/live/user/pass/7.m3u8");
+    row("blanks and trailing slashes", u"  http://provider.test:8080///  "_s,
+        "http://provider.test:8080/live/user/pass/7.m3u8");
+    row("path kept", u"https://provider.test/panel/"_s, "https://provider.test/panel/live/user/pass/7.m3u8");
+    row("reserved characters", providerBase,
+        "http://provider.test:8080/live/a%20b%26c%40d/p%2Fq%3Fr%23s%25t/7.m3u8", u"a b&c@d"_s,
+        u"p/q?r#s%t"_s);
+    row("unreserved characters", providerBase, "http://provider.test:8080/live/A-z.0_9~/~._-/7.m3u8",
+        u"A-z.0_9~"_s, u"~._-"_s);
+    row("plus, equals, colon", providerBase, "http://provider.test:8080/live/a%2Bb%3Dc/x%3Ay%3Bz%2C/7.m3u8",
+        u"a+b=c"_s, u"x:y;z,"_s);
+    row("letters outside ASCII", providerBase,
+        "http://provider.test:8080/live/j%C3%B2sep/contrasenya%E2%82%AC%F0%9F%98%80/7.m3u8", u"jòsep"_s,
+        u"contrasenya€😀"_s);
+    row("percent sequences re-encoded", providerBase, "http://provider.test:8080/live/%2541/%252F/7.m3u8",
+        u"%41"_s, u"%2F"_s);
+    row("IPv6 host", u"http://[2001:db8::1]:8000/"_s, "http://[2001:db8::1]:8000/live/user/pass/7.m3u8");
     // The server address as written: no lower-casing, no rewriting of escapes, ports or dot segments.
-    QTest::newRow("host and scheme in capitals kept")
-        << u"HTTP://Provider.Test:8080/"_s << u"user"_s << u"pass"_s
-        << QByteArray("HTTP://Provider.Test:8080/live/user/pass/7.m3u8");
-    QTest::newRow("default port kept") << u"http://provider.test:80"_s << u"user"_s << u"pass"_s
-                                       << QByteArray("http://provider.test:80/live/user/pass/7.m3u8");
-    QTest::newRow("lower-case escape in the prefix kept")
-        << u"http://provider.test/p%c3%a9"_s << u"user"_s << u"pass"_s
-        << QByteArray("http://provider.test/p%c3%a9/live/user/pass/7.m3u8");
-    QTest::newRow("dot segments in the prefix kept")
-        << u"http://provider.test/a/../p/."_s << u"user"_s << u"pass"_s
-        << QByteArray("http://provider.test/a/../p/./live/user/pass/7.m3u8");
-    QTest::newRow("a blank in the prefix is encoded")
-        << u"http://Provider.test/my panel"_s << u"user"_s << u"pass"_s
-        << QByteArray("http://provider.test/my%20panel/live/user/pass/7.m3u8");
+    row("host and scheme in capitals kept", u"HTTP://Provider.Test:8080/"_s,
+        "HTTP://Provider.Test:8080/live/user/pass/7.m3u8");
+    row("default port kept", u"http://provider.test:80"_s, "http://provider.test:80/live/user/pass/7.m3u8");
+    row("lower-case escape in the prefix kept", u"http://provider.test/p%c3%a9"_s,
+        "http://provider.test/p%c3%a9/live/user/pass/7.m3u8");
+    row("dot segments in the prefix kept", u"http://provider.test/a/../p/."_s,
+        "http://provider.test/a/../p/./live/user/pass/7.m3u8");
+    row("a blank in the prefix is encoded", u"http://Provider.test/my panel"_s,
+        "http://provider.test/my%20panel/live/user/pass/7.m3u8");
 }
 
 void TestXtreamReaders::liveStreamAddress()
