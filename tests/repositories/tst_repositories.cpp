@@ -48,6 +48,11 @@ const QString badTitle = u"Títol no vàlid."_s;
 const QString noWebStreams = u"No s’han trobat canals HTTP o HTTPS a la llista."_s;
 const QString tooLarge = u"La llista supera el límit de 25 MB."_s;
 
+QString statusError(int status)
+{
+    return u"El servidor ha respost amb l’error HTTP %1."_s.arg(status);
+}
+
 const QByteArray account
     = R"({"user_info":{"auth":1,"status":"Active","allowed_output_formats":["m3u8","ts"]}})";
 const QByteArray tsAccount
@@ -242,52 +247,80 @@ private Q_SLOTS:
                 u"Altres | Directe | "_s + live + u"13."_s + format}));
     }
 
-    // Each step's failure passes through unchanged and stops the load: no request after it.
-    void xtreamStopsAtTheFirstFailure_data()
+    // A failing answer passes through unchanged as the failure of the load or catalogue operation,
+    // which asks for nothing after it. `operation` is "xtream" or "m3u" for a load of that kind;
+    // `step` is the Xtream action that gets `answer` ("" for the account check).
+    void failuresPassThrough_data()
     {
-        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("step");
         QTest::addColumn<Response>("answer");
         QTest::addColumn<int>("requests");
         QTest::addColumn<QString>("failure");
 
+        const auto row = [](const QString &name, const QString &operation, const QString &step,
+                             const Response &answer, int requests, const QString &failure) {
+            QTest::newRow(qPrintable(name)) << operation << step << answer << requests << failure;
+        };
+        const QString xtream = u"xtream"_s;
         const QString categories = u"get_live_categories"_s;
         const QString streams = u"get_live_streams"_s;
-        QTest::newRow("account refused")
-            << QString() << Response::ok(R"({"user_info":{"auth":0}})") << 1 << refused;
-        QTest::newRow("account not JSON")
-            << QString() << Response::ok("<html>Bad gateway</html>") << 1 << jsonError;
-        QTest::newRow("account 401") << QString() << Response::withStatus(401, "Unauthorized") << 1
-                                     << accessDenied;
-        QTest::newRow("categories not an array")
-            << categories << Response::ok(R"({"1":"Esports"})") << 2 << badLiveCatalogue;
-        QTest::newRow("categories truncated")
-            << categories << Response::ok(R"([{"category_id":"1")") << 2 << jsonError;
-        QTest::newRow("categories 404") << categories << Response::withStatus(404) << 2
-                                        << u"El servidor ha respost amb l’error HTTP 404."_s;
-        QTest::newRow("streams without usable rows")
-            << streams << Response::ok(R"([{"stream_id":"a"}])") << 3 << noLiveChannels;
-        QTest::newRow("streams 401") << streams << Response::withStatus(401) << 3 << accessDenied;
+        row(u"account refused"_s, xtream, QString(), Response::ok(R"({"user_info":{"auth":0}})"), 1, refused);
+        row(u"account not JSON"_s, xtream, QString(), Response::ok("<html>Bad gateway</html>"), 1, jsonError);
+        row(u"account 401"_s, xtream, QString(), Response::withStatus(401, "Unauthorized"), 1, accessDenied);
+        row(u"categories not an array"_s, xtream, categories, Response::ok(R"({"1":"Esports"})"), 2,
+            badLiveCatalogue);
+        row(u"categories truncated"_s, xtream, categories, Response::ok(R"([{"category_id":"1")"), 2,
+            jsonError);
+        row(u"categories 404"_s, xtream, categories, Response::withStatus(404), 2, statusError(404));
+        row(u"streams without usable rows"_s, xtream, streams, Response::ok(R"([{"stream_id":"a"}])"), 3,
+            noLiveChannels);
+        row(u"streams 401"_s, xtream, streams, Response::withStatus(401), 3, accessDenied);
+
+        const QString m3u = u"m3u"_s;
+        row(u"M3U: invalid UTF-8"_s, m3u, QString(),
+            Response::ok("#EXTM3U\n#EXTINF:-1,Caf\xe9\nhttp://h/a.ts\n"), 1, notUTF8);
+        row(u"M3U: a truncated UTF-8 sequence"_s, m3u, QString(),
+            Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n\xc3"), 1, notUTF8);
+        row(u"M3U: not a playlist"_s, m3u, QString(), Response::ok("<html>login</html>"), 1, notAPlaylist);
+        row(u"M3U: empty"_s, m3u, QString(), Response::ok(""), 1, notAPlaylist);
+        row(u"M3U: 401"_s, m3u, QString(), Response::withStatus(401, "#EXTM3U\n"), 1, accessDenied);
+        row(u"M3U: 404"_s, m3u, QString(), Response::withStatus(404), 1, statusError(404));
+
+        const QList<std::pair<QString, QString>> operations {{u"categories"_s, u"get_series_categories"_s},
+            {u"items"_s, u"get_series"_s}, {u"detail"_s, u"get_series_info"_s}};
+        for (const auto &[operation, action] : operations) {
+            row(operation + u": 401"_s, operation, action, Response::withStatus(401), 1, accessDenied);
+            row(operation + u": 500"_s, operation, action, Response::withStatus(500), 1, statusError(500));
+            row(operation + u": truncated JSON"_s, operation, action, Response::ok(R"([{"category_id":)"), 1,
+                jsonError);
+        }
+        row(u"categories: an object"_s, u"categories"_s, u"get_series_categories"_s,
+            Response::ok(R"({"error":"x"})"), 1, badCatalogue);
+        row(u"items: a row not an object"_s, u"items"_s, u"get_series"_s, Response::ok("[1]"), 1,
+            badCatalogue);
+        row(u"detail: refused"_s, u"detail"_s, u"get_series_info"_s,
+            Response::ok(R"({"info":[],"user_info":{"auth":0}})"), 1, detailRefused);
     }
 
-    void xtreamStopsAtTheFirstFailure()
+    void failuresPassThrough()
     {
-        QFETCH(QString, action);
+        QFETCH(QString, operation);
+        QFETCH(QString, step);
         QFETCH(Response, answer);
         QFETCH(int, requests);
         QFETCH(QString, failure);
 
         LoopbackServer server;
         QHash<QString, Response> answers = workingProvider();
-        answers.insert(action, answer);
+        answers.insert(step, answer);
         serveXtream(server, answers);
-
-        const Outcome<QList<Channel>> outcome = settle(PlaylistRepository().load(xtream(base(server))));
-        QCOMPARE(outcome.failure, failure);
-        QVERIFY(!outcome.value);
-        const QByteArray api = "/player_api.php?username=user&password=pass";
-        const QList<QByteArray> all {
-            api, api + "&action=get_live_categories", api + "&action=get_live_streams"};
-        QCOMPARE(targetsOf(server), all.first(requests));
+        server.route(u"/tv.m3u"_s, answer);
+        const bool load = operation == u"xtream"_s || operation == u"m3u"_s;
+        const PlaylistSource source
+            = operation == u"m3u"_s ? m3u(base(server) + u"/tv.m3u"_s) : xtream(base(server));
+        QCOMPARE(run(load ? u"load"_s : operation, source, CatalogKind::series, u"9"_s).failure, failure);
+        QCOMPARE(server.requestCount(), requests);
     }
 
     // ---------------------------------------------------------------------------------------------
@@ -453,36 +486,6 @@ private Q_SLOTS:
         }
     }
 
-    void m3uFailures_data()
-    {
-        QTest::addColumn<Response>("answer");
-        QTest::addColumn<QString>("failure");
-
-        QTest::newRow("invalid UTF-8")
-            << Response::ok("#EXTM3U\n#EXTINF:-1,Caf\xe9\nhttp://h/a.ts\n") << notUTF8;
-        QTest::newRow("a truncated UTF-8 sequence")
-            << Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n\xc3") << notUTF8;
-        QTest::newRow("not a playlist") << Response::ok("<html>login</html>") << notAPlaylist;
-        QTest::newRow("empty") << Response::ok("") << notAPlaylist;
-        QTest::newRow("401") << Response::withStatus(401, "#EXTM3U\n") << accessDenied;
-        QTest::newRow("404") << Response::withStatus(404)
-                             << u"El servidor ha respost amb l’error HTTP 404."_s;
-    }
-
-    void m3uFailures()
-    {
-        QFETCH(Response, answer);
-        QFETCH(QString, failure);
-
-        LoopbackServer server;
-        server.route(u"/tv.m3u"_s, answer);
-        const Outcome<QList<Channel>> outcome
-            = settle(PlaylistRepository().load(m3u(base(server) + u"/tv.m3u"_s)));
-        QCOMPARE(outcome.failure, failure);
-        QVERIFY(!outcome.value);
-        QCOMPARE(server.requestCount(), 1);
-    }
-
     // ---------------------------------------------------------------------------------------------
     // Playlist files on this computer (opened from the command line or the file manager).
 
@@ -617,40 +620,6 @@ private Q_SLOTS:
         QCOMPARE(request.method, QByteArray("GET"));
         QCOMPARE(request.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
         QVERIFY(!request.hasHeader("Authorization"));
-    }
-
-    void catalogFailuresPassThrough_data()
-    {
-        QTest::addColumn<QString>("operation");
-        QTest::addColumn<Response>("answer");
-        QTest::addColumn<QString>("failure");
-
-        for (const char *operation : {"categories", "items", "detail"}) {
-            const QString name = QString::fromLatin1(operation);
-            QTest::addRow("%s: 401", operation) << name << Response::withStatus(401) << accessDenied;
-            QTest::addRow("%s: 500", operation)
-                << name << Response::withStatus(500) << u"El servidor ha respost amb l’error HTTP 500."_s;
-            QTest::addRow("%s: truncated JSON", operation)
-                << name << Response::ok(R"([{"category_id":)") << jsonError;
-        }
-        QTest::newRow("categories: an object")
-            << u"categories"_s << Response::ok(R"({"error":"x"})") << badCatalogue;
-        QTest::newRow("items: a row not an object") << u"items"_s << Response::ok("[1]") << badCatalogue;
-        QTest::newRow("detail: refused")
-            << u"detail"_s << Response::ok(R"({"info":[],"user_info":{"auth":0}})")
-            << detailRefused;
-    }
-
-    void catalogFailuresPassThrough()
-    {
-        QFETCH(QString, operation);
-        QFETCH(Response, answer);
-        QFETCH(QString, failure);
-
-        LoopbackServer server;
-        server.route(u"/player_api.php"_s, answer);
-        QCOMPARE(run(operation, xtream(base(server)), CatalogKind::series, u"9"_s).failure, failure);
-        QCOMPARE(server.requestCount(), 1);
     }
 
     void requestURL_data()
