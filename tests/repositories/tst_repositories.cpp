@@ -329,81 +329,64 @@ private Q_SLOTS:
     void refusedBeforeAnyRequest_data()
     {
         QTest::addColumn<QString>("operation");
-        QTest::addColumn<QString>("kind"); // "m3u" or "xtream"
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("address"); // "{base}" stands for http://127.0.0.1:<port>
-        QTest::addColumn<QString>("username");
-        QTest::addColumn<QString>("password");
         QTest::addColumn<QString>("argument"); // category or title id
         QTest::addColumn<QString>("failure");
+        QTest::addColumn<QString>("kind"); // "m3u" or "xtream"
+        QTest::addColumn<QString>("address"); // "{base}" stands for http://127.0.0.1:<port>
+        QTest::addColumn<QString>("password"); // the user is "user"
+        QTest::addColumn<QString>("name");
 
-        const auto row = [](const char *rowName, const char *operation, const char *kind, const QString &name,
-                             const QString &address, const QString &username, const QString &password,
-                             const QString &argument, const QString &failure) {
-            QTest::newRow(rowName) << QString::fromLatin1(operation) << QString::fromLatin1(kind) << name
-                                   << address << username << password << argument << failure;
-        };
-        const QString list = u"Llista"_s;
-        const QString ok = u"{base}"_s;
+        // An Xtream connection "Llista" at the loopback address with a password, unless the row says.
+        const auto row
+            = [](const char *rowName, const char *operation, const QString &argument, const QString &failure,
+                  const char *kind = "xtream", const QString &address = u"{base}"_s,
+                  const QString &password = u"pass"_s, const QString &name = u"Llista"_s) {
+                  QTest::newRow(rowName) << QString::fromLatin1(operation) << argument << failure
+                                         << QString::fromLatin1(kind) << address << password << name;
+              };
+        const QString list = u"{base}/tv.m3u"_s;
         // the playlist
-        row("load: no name", "load", "m3u", u" \t"_s, ok + u"/tv.m3u"_s, QString(), QString(), QString(),
-            needsName);
-        row("load: not http", "load", "m3u", list, u"ftp://127.0.0.1/tv.m3u"_s, QString(), QString(),
-            QString(), invalidURL);
-        row("load: xtream without password", "load", "xtream", list, ok, u"user"_s, QString(), QString(),
-            needsCredentials);
-        row("load: xtream with player_api.php", "load", "xtream", list, ok + u"/player_api.php"_s, u"user"_s,
-            u"pass"_s, QString(), needsBase);
+        row("load: no name", "load", QString(), needsName, "m3u", list, u"pass"_s, u" \t"_s);
+        row("load: not http", "load", QString(), invalidURL, "m3u", u"ftp://127.0.0.1/tv.m3u"_s);
+        row("load: xtream without password", "load", QString(), needsCredentials, "xtream", u"{base}"_s,
+            QString());
+        row("load: xtream with player_api.php", "load", QString(), needsBase, "xtream",
+            u"{base}/player_api.php"_s);
         // the catalogue: the connection first, then the argument
-        row("categories: an M3U connection", "categories", "m3u", list, ok + u"/tv.m3u"_s, u"user"_s,
-            u"pass"_s, QString(), needsXtream);
-        row("items: an M3U connection", "items", "m3u", list, ok + u"/tv.m3u"_s, u"user"_s, u"pass"_s,
-            u"12"_s, needsXtream);
-        row("detail: an M3U connection", "detail", "m3u", list, ok + u"/tv.m3u"_s, u"user"_s, u"pass"_s,
-            u"42"_s, needsXtream);
-        row("categories: no password", "categories", "xtream", list, ok, u"user"_s, QString(), QString(),
-            needsCredentials);
-        row("detail: not http", "detail", "xtream", list, u"rtsp://127.0.0.1/"_s, u"user"_s, u"pass"_s,
-            u"42"_s, invalidURL);
-        row("items: no name", "items", "xtream", QString(), ok, u"user"_s, u"pass"_s, u"12"_s, needsName);
-        row("items: category with a letter", "items", "xtream", list, ok, u"user"_s, u"pass"_s, u"12a"_s,
-            badCategory);
-        row("items: empty category", "items", "xtream", list, ok, u"user"_s, u"pass"_s, QString(),
-            badCategory);
-        row("items: category in Arabic-Indic digits", "items", "xtream", list, ok, u"user"_s, u"pass"_s,
-            u"١٢"_s, badCategory);
-        row("items: category with a blank", "items", "xtream", list, ok, u"user"_s, u"pass"_s, u" 12"_s,
-            badCategory);
-        row("items: negative category", "items", "xtream", list, ok, u"user"_s, u"pass"_s, u"-1"_s,
-            badCategory);
-        row("items: category checked before the connection", "items", "m3u", list, ok + u"/tv.m3u"_s,
-            QString(), QString(), u"x"_s, badCategory);
-        row("detail: empty title id", "detail", "xtream", list, ok, u"user"_s, u"pass"_s, QString(),
-            badTitle);
-        row("detail: title id with a letter", "detail", "xtream", list, ok, u"user"_s, u"pass"_s, u"4x2"_s,
-            badTitle);
-        row("detail: title id in full-width digits", "detail", "xtream", list, ok, u"user"_s, u"pass"_s,
-            u"４２"_s, badTitle);
-        row("detail: title id checked before the connection", "detail", "m3u", list, ok + u"/tv.m3u"_s,
-            QString(), QString(), u"4.2"_s, badTitle);
+        row("categories: an M3U connection", "categories", QString(), needsXtream, "m3u", list);
+        row("items: an M3U connection", "items", u"12"_s, needsXtream, "m3u", list);
+        row("detail: an M3U connection", "detail", u"42"_s, needsXtream, "m3u", list);
+        row("categories: no password", "categories", QString(), needsCredentials, "xtream", u"{base}"_s,
+            QString());
+        row("detail: not http", "detail", u"42"_s, invalidURL, "xtream", u"rtsp://127.0.0.1/"_s);
+        row("items: no name", "items", u"12"_s, needsName, "xtream", u"{base}"_s, u"pass"_s, QString());
+        row("items: category with a letter", "items", u"12a"_s, badCategory);
+        row("items: empty category", "items", QString(), badCategory);
+        row("items: category in Arabic-Indic digits", "items", u"١٢"_s, badCategory);
+        row("items: category with a blank", "items", u" 12"_s, badCategory);
+        row("items: negative category", "items", u"-1"_s, badCategory);
+        row("items: category checked before the connection", "items", u"x"_s, badCategory, "m3u", list);
+        row("detail: empty title id", "detail", QString(), badTitle);
+        row("detail: title id with a letter", "detail", u"4x2"_s, badTitle);
+        row("detail: title id in full-width digits", "detail", u"４２"_s, badTitle);
+        row("detail: title id checked before the connection", "detail", u"4.2"_s, badTitle, "m3u", list);
     }
 
     void refusedBeforeAnyRequest()
     {
         QFETCH(QString, operation);
-        QFETCH(QString, kind);
-        QFETCH(QString, name);
-        QFETCH(QString, address);
-        QFETCH(QString, username);
-        QFETCH(QString, password);
         QFETCH(QString, argument);
         QFETCH(QString, failure);
+        QFETCH(QString, kind);
+        QFETCH(QString, address);
+        QFETCH(QString, password);
+        QFETCH(QString, name);
 
         LoopbackServer server;
         server.setFallback(
             [](const Request &) { return Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a\n"); });
-        address.replace(u"{base}"_s, base(server)).replace(u"{port}"_s, QString::number(server.port()));
-        const PlaylistSource source(QUuid::createUuid(), name, address, username, password,
+        address.replace(u"{base}"_s, base(server));
+        const PlaylistSource source(QUuid::createUuid(), name, address, u"user"_s, password,
             kind == u"m3u"_s ? PlaylistSource::Kind::m3u : PlaylistSource::Kind::xtream);
 
         for (const CatalogKind catalogKind : CatalogKinds::allCases)
