@@ -293,45 +293,33 @@ class TestXtreamRealWorld : public QObject
     Q_OBJECT
 
 private:
-    // Reads what `action` is answered with through the repository call that asks for it. Answers the
-    // failure text ("" when it read), and fills `summary`.
-    QString readThrough(Provider &provider, const QString &action, QStringList &summary)
+    // A read that succeeded keeps the records' promises and fills `summary`; answers the failure text
+    // ("" when it read).
+    template<typename T> static QString summarised(const Outcome<T> &outcome, QStringList &summary)
     {
-        const PlaylistSource source = sourceFor(provider.server());
-        if (action.isEmpty() || action.startsWith(u"get_live"_s)) {
-            const auto outcome = settle(PlaylistRepository().load(source));
-            if (outcome.value) {
-                checkPromises(*outcome.value);
-                summary = summaryOf(*outcome.value);
-            }
-            return outcome.failure;
-        }
-        if (action.endsWith(u"_categories"_s)) {
-            const CatalogKind kind = action.contains(u"series"_s) ? CatalogKind::series : CatalogKind::movies;
-            const auto outcome = settle(CatalogRepository().categories(source, kind));
-            if (outcome.value) {
-                checkPromises(*outcome.value);
-                summary = summaryOf(*outcome.value);
-            }
-            return outcome.failure;
-        }
-        if (action.endsWith(u"_info"_s)) {
-            const CatalogKind kind = action.contains(u"series"_s) ? CatalogKind::series : CatalogKind::movies;
-            const auto outcome = settle(CatalogRepository().detail(source, titleOf(kind)));
-            if (outcome.value) {
-                checkPromises(*outcome.value, kind);
-                if (!outcome.value->movie && outcome.value->episodes.isEmpty())
-                    summary = QStringList {u"no episodes"_s};
-                else
-                    summary = summaryOf(*outcome.value);
-            }
-            return outcome.failure;
-        }
-        const CatalogKind kind = action == u"get_series"_s ? CatalogKind::series : CatalogKind::movies;
-        const auto outcome = settle(CatalogRepository().items(source, kind, u"1"_s));
         if (outcome.value) {
             checkPromises(*outcome.value);
             summary = summaryOf(*outcome.value);
+        }
+        return outcome.failure;
+    }
+
+    // Reads what `action` is answered with through the repository call that asks for it.
+    QString readThrough(Provider &provider, const QString &action, QStringList &summary)
+    {
+        const PlaylistSource source = sourceFor(provider.server());
+        const CatalogKind kind = action.contains(u"series"_s) ? CatalogKind::series : CatalogKind::movies;
+        if (action.isEmpty() || action.startsWith(u"get_live"_s))
+            return summarised(settle(PlaylistRepository().load(source)), summary);
+        if (action.endsWith(u"_categories"_s))
+            return summarised(settle(CatalogRepository().categories(source, kind)), summary);
+        if (!action.endsWith(u"_info"_s))
+            return summarised(settle(CatalogRepository().items(source, kind, u"1"_s)), summary);
+        const auto outcome = settle(CatalogRepository().detail(source, titleOf(kind)));
+        if (outcome.value) {
+            checkPromises(*outcome.value, kind);
+            const bool empty = !outcome.value->movie && outcome.value->episodes.isEmpty();
+            summary = empty ? QStringList {u"no episodes"_s} : summaryOf(*outcome.value);
         }
         return outcome.failure;
     }
