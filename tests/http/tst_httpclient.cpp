@@ -1,6 +1,7 @@
 #include "LoopbackServer.h"
 #include "ProviderGuide.h"
 #include "Settled.h"
+#include "Texts.h"
 #include "async/Cancellation.h"
 #include "http/HTTPClient.h"
 #include "http/TransportError.h"
@@ -31,20 +32,19 @@ Q_DECLARE_METATYPE(HTTPClient::Limits)
 namespace {
 
 const QString succeeded = u"ok"_s;
-const QString accessDenied = u"IPTVError: Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
+const QString accessDenied = u"IPTVError: "_s + Texts::denied;
 const QString tooLarge = u"IPTVError: La llista supera el límit de 25 MB."_s;
 const QString timedOut = u"TransportError: timedOut (TimeoutError)"_s;
 const QString cancelled = u"CancelledError"_s;
 const QString tooSlowText = u"El servidor triga massa a respondre. Torna-ho a provar."_s;
 const QString cannotConnectText = u"No es pot connectar amb el servidor. Revisa l’adreça."_s;
-const QString generalText
-    = u"No s’ha pogut carregar la llista. Revisa l’adreça, les credencials i la resposta del servidor."_s;
+const QString generalText = Texts::generalFailure;
 
 constexpr qint64 sizeCap = 26'214'400;
 
 QString statusError(int status)
 {
-    return u"IPTVError: El servidor ha respost amb l’error HTTP %1."_s.arg(status);
+    return u"IPTVError: "_s + Texts::httpError(status);
 }
 
 using Fetched = Outcome<HTTPPayload>;

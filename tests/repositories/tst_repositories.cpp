@@ -5,6 +5,7 @@
 
 #include "LoopbackServer.h"
 #include "Settled.h"
+#include "Texts.h"
 #include "XtreamTexts.h"
 #include "async/Cancellation.h"
 #include "records/IPTVError.h"
@@ -33,7 +34,6 @@ namespace {
 
 const QString jsonError = u"<JsonError>"_s;
 const QString cancelled = u"<cancelled>"_s;
-const QString accessDenied = u"Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
 const QString notUTF8 = u"La llista no utilitza una codificació UTF-8 vàlida."_s;
 const QString notAPlaylist = u"La resposta no és una llista M3U vàlida."_s;
 const QString invalidURL
@@ -47,11 +47,6 @@ const QString badCategory = u"Categoria no vàlida."_s;
 const QString badTitle = u"Títol no vàlid."_s;
 const QString noWebStreams = u"No s’han trobat canals HTTP o HTTPS a la llista."_s;
 const QString tooLarge = u"La llista supera el límit de 25 MB."_s;
-
-QString statusError(int status)
-{
-    return u"El servidor ha respost amb l’error HTTP %1."_s.arg(status);
-}
 
 const QByteArray account
     = R"({"user_info":{"auth":1,"status":"Active","allowed_output_formats":["m3u8","ts"]}})";
@@ -267,15 +262,15 @@ private Q_SLOTS:
         const QString streams = u"get_live_streams"_s;
         row(u"account refused"_s, xtream, QString(), Response::ok(R"({"user_info":{"auth":0}})"), 1, refused);
         row(u"account not JSON"_s, xtream, QString(), Response::ok("<html>Bad gateway</html>"), 1, jsonError);
-        row(u"account 401"_s, xtream, QString(), Response::withStatus(401, "Unauthorized"), 1, accessDenied);
+        row(u"account 401"_s, xtream, QString(), Response::withStatus(401, "Unauthorized"), 1, Texts::denied);
         row(u"categories not an array"_s, xtream, categories, Response::ok(R"({"1":"Esports"})"), 2,
             badLiveCatalogue);
         row(u"categories truncated"_s, xtream, categories, Response::ok(R"([{"category_id":"1")"), 2,
             jsonError);
-        row(u"categories 404"_s, xtream, categories, Response::withStatus(404), 2, statusError(404));
+        row(u"categories 404"_s, xtream, categories, Response::withStatus(404), 2, Texts::httpError(404));
         row(u"streams without usable rows"_s, xtream, streams, Response::ok(R"([{"stream_id":"a"}])"), 3,
             noLiveChannels);
-        row(u"streams 401"_s, xtream, streams, Response::withStatus(401), 3, accessDenied);
+        row(u"streams 401"_s, xtream, streams, Response::withStatus(401), 3, Texts::denied);
 
         const QString m3u = u"m3u"_s;
         row(u"M3U: invalid UTF-8"_s, m3u, QString(),
@@ -284,14 +279,15 @@ private Q_SLOTS:
             Response::ok("#EXTM3U\n#EXTINF:-1,a\nhttp://h/a.ts\n\xc3"), 1, notUTF8);
         row(u"M3U: not a playlist"_s, m3u, QString(), Response::ok("<html>login</html>"), 1, notAPlaylist);
         row(u"M3U: empty"_s, m3u, QString(), Response::ok(""), 1, notAPlaylist);
-        row(u"M3U: 401"_s, m3u, QString(), Response::withStatus(401, "#EXTM3U\n"), 1, accessDenied);
-        row(u"M3U: 404"_s, m3u, QString(), Response::withStatus(404), 1, statusError(404));
+        row(u"M3U: 401"_s, m3u, QString(), Response::withStatus(401, "#EXTM3U\n"), 1, Texts::denied);
+        row(u"M3U: 404"_s, m3u, QString(), Response::withStatus(404), 1, Texts::httpError(404));
 
         const QList<std::pair<QString, QString>> operations {{u"categories"_s, u"get_series_categories"_s},
             {u"items"_s, u"get_series"_s}, {u"detail"_s, u"get_series_info"_s}};
         for (const auto &[operation, action] : operations) {
-            row(operation + u": 401"_s, operation, action, Response::withStatus(401), 1, accessDenied);
-            row(operation + u": 500"_s, operation, action, Response::withStatus(500), 1, statusError(500));
+            row(operation + u": 401"_s, operation, action, Response::withStatus(401), 1, Texts::denied);
+            row(operation + u": 500"_s, operation, action, Response::withStatus(500), 1,
+                Texts::httpError(500));
             row(operation + u": truncated JSON"_s, operation, action, Response::ok(R"([{"category_id":)"), 1,
                 jsonError);
         }

@@ -3,6 +3,7 @@
 // names, and the edits the views make. Refreshing from a provider is in tst_personal_lists_refresh.
 
 #include "StoreTestSupport.h"
+#include "Texts.h"
 #include "stores/PersonalLists.h"
 
 #include <QJsonArray>
@@ -15,8 +16,6 @@ using namespace Qt::StringLiterals;
 namespace {
 const QUuid sourceA = QUuid::fromString(u"0b0e1c2d-0000-4000-8000-00000000000a"_s);
 const QUuid listID = QUuid::fromString(u"9a8b7c6d-0000-4000-8000-000000000001"_s);
-const QString lengthError = u"Escriu un nom d’entre 1 i 80 caràcters."_s;
-const QString duplicateError = u"Ja tens una llista personal amb aquest nom."_s;
 
 PersonalEntry channel(const QString &name, int number, const QString &group = u"Esports"_s)
 {
@@ -132,22 +131,26 @@ private Q_SLOTS:
         QTest::newRow("line breaks and tabs") << QStringList() << u"\n\tCinema\r\n"_s << u"Cinema"_s;
         QTest::newRow("80 with combining accents")
             << QStringList() << nameOf(accented, 80) << nameOf(accented, 80);
-        QTest::newRow("81 with combining accents") << QStringList() << nameOf(accented, 81) << lengthError;
+        QTest::newRow("81 with combining accents")
+            << QStringList() << nameOf(accented, 81) << Texts::listNameLength;
         QTest::newRow("80 and spaces around")
             << QStringList() << u"  "_s + nameOf(u"é"_s, 80) + u" "_s << nameOf(u"é"_s, 80);
-        QTest::newRow("81 plain") << QStringList() << nameOf(u"a"_s, 81) << lengthError;
+        QTest::newRow("81 plain") << QStringList() << nameOf(u"a"_s, 81) << Texts::listNameLength;
         QTest::newRow("80 with a flag")
             << QStringList() << nameOf(u"a"_s, 79) + u"🇦🇩"_s << nameOf(u"a"_s, 79) + u"🇦🇩"_s;
-        QTest::newRow("only spaces") << QStringList() << u"     "_s << lengthError;
-        QTest::newRow("only no-break and em spaces") << QStringList() << u"\u00a0\u2003"_s << lengthError;
-        QTest::newRow("empty") << QStringList() << QString() << lengthError;
-        QTest::newRow("same name") << QStringList({u"Esports"_s}) << u"Esports"_s << duplicateError;
+        QTest::newRow("only spaces") << QStringList() << u"     "_s << Texts::listNameLength;
+        QTest::newRow("only no-break and em spaces")
+            << QStringList() << u"\u00a0\u2003"_s << Texts::listNameLength;
+        QTest::newRow("empty") << QStringList() << QString() << Texts::listNameLength;
+        QTest::newRow("same name") << QStringList({u"Esports"_s}) << u"Esports"_s << Texts::takenListName;
         QTest::newRow("other letter case")
-            << QStringList({u"Esports"_s}) << u"  eSPORTS "_s << duplicateError;
-        QTest::newRow("accented capitals") << QStringList({u"Música"_s}) << u"MÚSICA"_s << duplicateError;
+            << QStringList({u"Esports"_s}) << u"  eSPORTS "_s << Texts::takenListName;
+        QTest::newRow("accented capitals")
+            << QStringList({u"Música"_s}) << u"MÚSICA"_s << Texts::takenListName;
         QTest::newRow("combining accent")
-            << QStringList({u"Música"_s}) << u"Mu\u0301sica"_s << duplicateError;
-        QTest::newRow("numbers by value") << QStringList({u"Canal 2"_s}) << u"Canal 02"_s << duplicateError;
+            << QStringList({u"Música"_s}) << u"Mu\u0301sica"_s << Texts::takenListName;
+        QTest::newRow("numbers by value")
+            << QStringList({u"Canal 2"_s}) << u"Canal 02"_s << Texts::takenListName;
         QTest::newRow("accent missing") << QStringList({u"Música"_s}) << u"Musica"_s << u"Musica"_s;
         QTest::newRow("another name")
             << QStringList({u"Esports"_s, u"Cinema"_s}) << u"Esports 2"_s << u"Esports 2"_s;
@@ -200,7 +203,7 @@ private Q_SLOTS:
             lists.rename(sports, u"CINEMA"_s);
             QFAIL("a name taken by another list must be refused");
         } catch (const IPTVError &error) {
-            QCOMPARE(error.message(), duplicateError);
+            QCOMPARE(error.message(), Texts::takenListName);
         }
         QCOMPARE(lists.list(sports)->name(), u"esports"_s);
         QCOMPARE(changed.count(), 0);
