@@ -134,34 +134,18 @@ private:
         const QList<QByteArray> requestLine = lines.first().trimmed().split(' ');
         request.method = requestLine.value(0);
         request.target = requestLine.value(1);
-        const QByteArray version = requestLine.value(2);
         const qsizetype queryStart = request.target.indexOf('?');
         const QByteArray rawPath = queryStart < 0 ? request.target : request.target.left(queryStart);
         request.path = QUrl::fromPercentEncoding(rawPath);
         if (queryStart >= 0)
             request.query = QString::fromLatin1(request.target.mid(queryStart + 1));
-        for (qsizetype i = 1; i < lines.size(); ++i) {
-            QByteArray line = lines.at(i);
-            if (line.endsWith('\r'))
-                line.chop(1);
+        for (const QByteArray &line : lines.mid(1)) {
             const qsizetype colon = line.indexOf(':');
-            if (colon <= 0)
-                continue;
-            request.headers.append({line.left(colon), line.mid(colon + 1).trimmed()});
+            if (colon > 0) // the value's trimming takes the line's carriage return too
+                request.headers.append({line.left(colon), line.mid(colon + 1).trimmed()});
         }
-
-        bool lengthValid = false;
-        const qint64 length = request.header("Content-Length").toLongLong(&lengthValid);
-        const qint64 bodyLength = lengthValid && length > 0 ? length : 0;
-        const qint64 bodyStart = headEnd + 4;
-        if (m_input.size() - bodyStart < bodyLength)
-            return std::nullopt;
-        request.body = m_input.mid(bodyStart, bodyLength);
-        m_input.remove(0, bodyStart + bodyLength);
-
-        const QByteArray connectionHeader = request.header("Connection").toLower();
-        m_clientCloses = connectionHeader.contains("close")
-            || (version == "HTTP/1.0" && !connectionHeader.contains("keep-alive"));
+        m_input.remove(0, headEnd + 4);
+        m_clientCloses = request.header("Connection").toLower().contains("close");
         return request;
     }
 
@@ -422,11 +406,7 @@ private:
 
 QByteArray LoopbackServer::Request::header(QByteArrayView name) const
 {
-    for (const Header &header : headers) {
-        if (sameName(header.first, name))
-            return header.second;
-    }
-    return {};
+    return headerValues(name).value(0);
 }
 
 QList<QByteArray> LoopbackServer::Request::headerValues(QByteArrayView name) const

@@ -18,8 +18,8 @@
 //
 // Requests are matched on their decoded path (the query is ignored for matching but recorded); a path
 // without a route gets the fallback handler, by default a 404. Connections are kept alive across
-// requests unless the answer says otherwise, and requests may arrive in any number of pieces (request
-// bodies are read by Content-Length).
+// requests unless the answer or the client says otherwise, and requests may arrive in any number of
+// pieces. Requests carry no body: the clients under test only ever send GET and HEAD.
 class LoopbackServer
 {
 public:
@@ -32,7 +32,6 @@ public:
         QString path; // decoded
         QString query; // as sent, without the '?'
         QList<Header> headers; // in the order received, names as sent
-        QByteArray body;
         int connection = 0; // which connection it came on: 1 for the first one accepted, and so on
 
         // Header names are compared case-insensitively. `header` gives the first value, or a null
