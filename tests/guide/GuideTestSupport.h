@@ -1,10 +1,12 @@
 #pragma once
 
 #include "ProviderGuide.h"
+#include "guide/XmltvParser.h"
 #include "guide/XmltvTime.h"
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <zlib.h>
 
@@ -28,6 +30,20 @@ inline QByteArray programme(const QByteArray &channel, const QByteArray &start, 
     if (!stop.isNull())
         xml += " stop=\"" + stop + "\"";
     return xml + " channel=\"" + channel + "\"><title lang=\"ca\">" + title + "</title>" + children + "</programme>\n";
+}
+
+// The whole guide, whatever the time, up to the usual size.
+inline XmltvParser::Options keepAll()
+{
+    return XmltvParser::Options {GuideWindow::everything(), XmltvParser::defaultMaximumBytes};
+}
+
+inline QStringList titles(const QList<GuideProgramme> &programmes)
+{
+    QStringList result;
+    for (const GuideProgramme &programme : programmes)
+        result.append(programme.title);
+    return result;
 }
 
 inline QByteArray document(const QByteArray &body)

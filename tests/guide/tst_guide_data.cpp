@@ -17,11 +17,6 @@ using namespace GuideTestSupport;
 
 namespace {
 
-XmltvParser::Options keepAll()
-{
-    return XmltvParser::Options {GuideWindow::everything(), XmltvParser::defaultMaximumBytes};
-}
-
 // Channel "a": 10–11 Matí, 11–12 Migdia, 12–13 Tarda, nothing 13–14, 14–15 Nit; 11:30–11:45 Avís
 // overlaps Migdia. Channel "b": nothing.
 GuideData dayGuide()
@@ -40,14 +35,6 @@ GuideData dayGuide()
 QString titleOf(const std::optional<GuideProgramme> &programme)
 {
     return programme ? programme->title : u"—"_s;
-}
-
-QStringList titles(const QList<GuideProgramme> &programmes)
-{
-    QStringList result;
-    for (const GuideProgramme &programme : programmes)
-        result.append(programme.title);
-    return result;
 }
 
 GuideData guideOf(const QByteArray &body)

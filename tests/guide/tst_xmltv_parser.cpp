@@ -20,11 +20,6 @@ namespace {
 
 const QString invalid = u"La guia de programació no és vàlida."_s;
 
-XmltvParser::Options keepAll()
-{
-    return XmltvParser::Options {GuideWindow::everything(), XmltvParser::defaultMaximumBytes};
-}
-
 // The message of the IPTVError that `parse` throws, or an empty text when it throws none.
 QString failureOf(const std::function<void()> &parse)
 {
@@ -51,14 +46,6 @@ QList<GuideProgramme> everything(const GuideData &guide, const QString &channel)
     if (c < 0)
         return {};
     return guide.schedule(c, std::numeric_limits<qint64>::min(), std::numeric_limits<qint64>::max());
-}
-
-QStringList titles(const QList<GuideProgramme> &programmes)
-{
-    QStringList result;
-    for (const GuideProgramme &programme : programmes)
-        result.append(programme.title);
-    return result;
 }
 
 // Counted without the parser, on the text: how many <programme> elements, how many different ones
