@@ -120,7 +120,10 @@ private Q_SLOTS:
         QCOMPARE(KeychainStore::applicationService(), u"app.quenvo.Quenvo"_s);
     }
 
-    void firstStartFindsNothing()
+    // A registry from its first start, as the user fills it: nothing found at first; a connection used
+    // for the session, then edited and saved, moves to the end and leaves the session's list; a removed
+    // one leaves the keychain; removing a session-only connection writes nothing.
+    void aRegistryFromItsFirstStart()
     {
         const QString service = freshService();
         const auto read = StoreTest::run(KeychainStore(service).read());
@@ -138,6 +141,40 @@ private Q_SLOTS:
         QCOMPARE(canSave.count(), 0);
         QVERIFY(registry.sources().isEmpty());
         QVERIFY(lookUp(service).isNull());
+
+        const PlaylistSource a = m3u(u"A"_s, u"pa"_s);
+        const PlaylistSource b = m3u(u"B"_s);
+        const PlaylistSource c = xtream(u"C"_s, u"pc"_s);
+        for (const PlaylistSource &source : {a, b, c})
+            QCOMPARE(StoreTest::run(registry.keepLoaded(source, true, false)), QString());
+        // The same connection also used for the session, then edited and saved.
+        QCOMPARE(StoreTest::run(registry.keepLoaded(a, false, true)), QString());
+        QCOMPARE(registry.temporarySources(), QList<PlaylistSource>({a}));
+
+        PlaylistSource edited = a;
+        edited.name = u"A editada"_s;
+        edited.password = u"nova clau"_s;
+        QSignalSpy temporary(&registry, &ConnectionRegistry::temporarySourcesChanged);
+        QCOMPARE(StoreTest::run(registry.keepLoaded(edited, true, false)), QString());
+        QCOMPARE(namesOf(registry.sources()), QStringList({u"B"_s, u"C"_s, u"A editada"_s}));
+        QCOMPARE(readBack(service), QList<PlaylistSource>({b, c, edited}));
+        QVERIFY(registry.temporarySources().isEmpty());
+        QCOMPARE(temporary.count(), 1);
+        QCOMPARE(registry.allSources(), registry.sources());
+
+        const PlaylistSource session = m3u(u"S"_s);
+        QCOMPARE(StoreTest::run(registry.keepLoaded(session, false, true)), QString());
+        registry.rememberActive(b);
+        QCOMPARE(StoreTest::run(registry.remove(b)), QString());
+        QCOMPARE(registry.sources(), QList<PlaylistSource>({c, edited}));
+        QCOMPARE(readBack(service), QList<PlaylistSource>({c, edited}));
+        registry.forgetActive();
+        QVERIFY(!preferences.settings().contains(ConnectionRegistry::activeSourceKey()));
+
+        const QByteArray item = lookUp(service);
+        QCOMPARE(StoreTest::run(registry.remove(session)), QString());
+        QVERIFY(registry.temporarySources().isEmpty());
+        QCOMPARE(lookUp(service), item);
     }
 
     void writeReadRewrite()
@@ -205,33 +242,6 @@ private Q_SLOTS:
         QCOMPARE(startUp.value->start ? startUp.value->start->name : QString(), expected);
     }
 
-    void savingAnEditedConnectionMovesItToTheEnd()
-    {
-        const QString service = freshService();
-        StoreTest::Preferences preferences;
-        ConnectionRegistry registry(KeychainStore(service), preferences.settings());
-        QCOMPARE(StoreTest::run(registry.readSaved()).failure, QString());
-        const PlaylistSource a = m3u(u"A"_s, u"pa"_s);
-        const PlaylistSource b = m3u(u"B"_s);
-        const PlaylistSource c = xtream(u"C"_s, u"pc"_s);
-        for (const PlaylistSource &source : {a, b, c})
-            QCOMPARE(StoreTest::run(registry.keepLoaded(source, true, false)), QString());
-        // The same connection also used for the session, then edited and saved.
-        QCOMPARE(StoreTest::run(registry.keepLoaded(a, false, true)), QString());
-        QCOMPARE(registry.temporarySources(), QList<PlaylistSource>({a}));
-
-        PlaylistSource edited = a;
-        edited.name = u"A editada"_s;
-        edited.password = u"nova clau"_s;
-        QSignalSpy temporary(&registry, &ConnectionRegistry::temporarySourcesChanged);
-        QCOMPARE(StoreTest::run(registry.keepLoaded(edited, true, false)), QString());
-        QCOMPARE(namesOf(registry.sources()), QStringList({u"B"_s, u"C"_s, u"A editada"_s}));
-        QCOMPARE(readBack(service), QList<PlaylistSource>({b, c, edited}));
-        QVERIFY(registry.temporarySources().isEmpty());
-        QCOMPARE(temporary.count(), 1);
-        QCOMPARE(registry.allSources(), registry.sources());
-    }
-
     void sessionOnlyConnectionsAreNeverWritten()
     {
         const QString service = freshService();
@@ -268,32 +278,6 @@ private Q_SLOTS:
         ConnectionRegistry registry(KeychainStore(service), preferences.settings());
         QCOMPARE(StoreTest::run(registry.readSaved()).value->start, saved);
         QCOMPARE(registry.allSources(), QList<PlaylistSource>({saved}));
-    }
-
-    void removingConnections()
-    {
-        const QString service = freshService();
-        StoreTest::Preferences preferences;
-        ConnectionRegistry registry(KeychainStore(service), preferences.settings());
-        QCOMPARE(StoreTest::run(registry.readSaved()).failure, QString());
-        const PlaylistSource a = m3u(u"A"_s);
-        const PlaylistSource b = m3u(u"B"_s);
-        const PlaylistSource session = m3u(u"S"_s);
-        QCOMPARE(StoreTest::run(registry.keepLoaded(a, true, false)), QString());
-        QCOMPARE(StoreTest::run(registry.keepLoaded(b, true, false)), QString());
-        QCOMPARE(StoreTest::run(registry.keepLoaded(session, false, true)), QString());
-        registry.rememberActive(a);
-
-        QCOMPARE(StoreTest::run(registry.remove(a)), QString());
-        QCOMPARE(registry.sources(), QList<PlaylistSource>({b}));
-        QCOMPARE(readBack(service), QList<PlaylistSource>({b}));
-        registry.forgetActive();
-        QVERIFY(!preferences.settings().contains(ConnectionRegistry::activeSourceKey()));
-
-        const QByteArray item = lookUp(service);
-        QCOMPARE(StoreTest::run(registry.remove(session)), QString());
-        QVERIFY(registry.temporarySources().isEmpty());
-        QCOMPARE(lookUp(service), item);
     }
 
     // A save asked for while the start-up read, or another save, is still waiting for the keychain
