@@ -183,8 +183,6 @@ private Q_SLOTS:
 
     // ---------------------------------------------------------------------------------------------
     // The detail of a title.
-    void detailFailure_data();
-    void detailFailure();
     void movieStream_data();
     void movieStream();
     // Movie and episode addresses: the server address as the user wrote it.
@@ -204,7 +202,8 @@ private Q_SLOTS:
     void episodeInfo();
 
     // ---------------------------------------------------------------------------------------------
-    // Answers written to hurt, through every reader: each one either reads or fails with its own text.
+    // Answers written to hurt, through every reader: each one either reads or fails with its own text;
+    // and the refusals of a detail.
     void hostile_data();
     void hostile();
 
@@ -727,55 +726,6 @@ void TestXtreamReaders::manyDifferentFieldsStayApart()
     }
 }
 
-void TestXtreamReaders::detailFailure_data()
-{
-    QTest::addColumn<CatalogKind>("kind");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("failure");
-
-    const auto row = [](const char *name, CatalogKind kind, const char *body, const QString &failure) {
-        QTest::newRow(name) << kind << QByteArray(body) << failure;
-    };
-    const CatalogKind movies = CatalogKind::movies;
-    const CatalogKind series = CatalogKind::series;
-    row("an array", movies, R"([{"info":{}}])", badDetail);
-    row("null", movies, "null", badDetail);
-    row("an empty object", movies, "{}", noDetail);
-    row("only seasons", series, R"({"seasons":[]})", noDetail);
-    row("an account answer", movies, R"({"user_info":{"auth":0}})", noDetail);
-    row("an error alone", series, R"({"error":"not found"})", noDetail);
-    row("info with user_info", movies, R"({"info":{},"user_info":{"auth":1}})", detailRefused);
-    row("info with error", series, R"({"info":{"name":"x"},"error":"denied"})", detailRefused);
-    row("null info with error", movies, R"({"info":null,"error":null})", detailRefused);
-    row("episodes with error", series, R"({"episodes":{},"error":false})", detailRefused);
-    row("movie extension with a dot", movies, R"({"movie_data":{"container_extension":"m.p4"}})",
-        badVideoFormat);
-    row("movie extension with a blank", movies, R"({"movie_data":{"container_extension":"mp4 "}})",
-        badVideoFormat);
-    row("movie extension of eleven characters", movies,
-        R"({"movie_data":{"container_extension":"abcdefghijk"}})", badVideoFormat);
-    row("movie extension with a query", movies, R"({"movie_data":{"container_extension":"mp4?a=1"}})",
-        badVideoFormat);
-    row("movie extension outside ASCII", movies, R"({"movie_data":{"container_extension":"mpé"}})",
-        badVideoFormat);
-    row("movie extension negative", movies, R"({"movie_data":{"container_extension":-4}})", badVideoFormat);
-    row("episode extension bad", series,
-        R"({"episodes":{"1":[{"id":"1","container_extension":"mp4"},{"id":"2","container_extension":"m p4"}]}})",
-        badVideoFormat);
-    row("truncated", series, R"({"info":{"plot":"a"},"episodes":{"1":[{"id":"1")", jsonError);
-}
-
-void TestXtreamReaders::detailFailure()
-{
-    QFETCH(CatalogKind, kind);
-    QFETCH(QByteArray, body);
-    QFETCH(QString, failure);
-
-    CatalogDetail result;
-    QCOMPARE(attempt(result, [&] { return XtreamReaders::catalogDetail(body, provider(), title(kind)); }),
-        failure);
-}
-
 void TestXtreamReaders::movieStream_data()
 {
     QTest::addColumn<QByteArray>("body");
@@ -1125,6 +1075,33 @@ void TestXtreamReaders::hostile_data()
     row(u"garbage rows"_s, u"movieItems"_s, garbageRows);
     row(u"garbage rows"_s, u"seriesItems"_s, garbageRows);
     row(u"garbage rows"_s, u"seriesDetail"_s, garbageRows, badDetail);
+    // The refusals of a detail.
+    row(u"an array"_s, u"movieDetail"_s, R"([{"info":{}}])", badDetail);
+    row(u"null"_s, u"movieDetail"_s, "null", badDetail);
+    row(u"an empty object"_s, u"movieDetail"_s, "{}", noDetail);
+    row(u"only seasons"_s, u"seriesDetail"_s, R"({"seasons":[]})", noDetail);
+    row(u"an account answer"_s, u"movieDetail"_s, R"({"user_info":{"auth":0}})", noDetail);
+    row(u"an error alone"_s, u"seriesDetail"_s, R"({"error":"not found"})", noDetail);
+    row(u"info with user_info"_s, u"movieDetail"_s, R"({"info":{},"user_info":{"auth":1}})", detailRefused);
+    row(u"info with error"_s, u"seriesDetail"_s, R"({"info":{"name":"x"},"error":"denied"})", detailRefused);
+    row(u"null info with error"_s, u"movieDetail"_s, R"({"info":null,"error":null})", detailRefused);
+    row(u"episodes with error"_s, u"seriesDetail"_s, R"({"episodes":{},"error":false})", detailRefused);
+    row(u"movie extension with a dot"_s, u"movieDetail"_s, R"({"movie_data":{"container_extension":"m.p4"}})",
+        badVideoFormat);
+    row(u"movie extension with a blank"_s, u"movieDetail"_s,
+        R"({"movie_data":{"container_extension":"mp4 "}})", badVideoFormat);
+    row(u"movie extension of eleven characters"_s, u"movieDetail"_s,
+        R"({"movie_data":{"container_extension":"abcdefghijk"}})", badVideoFormat);
+    row(u"movie extension with a query"_s, u"movieDetail"_s,
+        R"({"movie_data":{"container_extension":"mp4?a=1"}})", badVideoFormat);
+    row(u"movie extension outside ASCII"_s, u"movieDetail"_s,
+        R"({"movie_data":{"container_extension":"mpé"}})", badVideoFormat);
+    row(u"movie extension negative"_s, u"movieDetail"_s, R"({"movie_data":{"container_extension":-4}})",
+        badVideoFormat);
+    row(u"episode extension bad"_s, u"seriesDetail"_s,
+        R"({"episodes":{"1":[{"id":"1","container_extension":"mp4"},{"id":"2","container_extension":"m p4"}]}})",
+        badVideoFormat);
+    row(u"truncated"_s, u"seriesDetail"_s, R"({"info":{"plot":"a"},"episodes":{"1":[{"id":"1")", jsonError);
     // Deep but within the parser's limit, where a value belongs.
     const QByteArray deepValue = "[{\"stream_id\":1,\"category_id\":" + nested(500, "\"1\"")
         + ",\"name\":" + nested(500, "{}") + ",\"category_name\":" + nested(500, "null") + "}]";
