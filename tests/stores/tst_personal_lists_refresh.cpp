@@ -146,6 +146,9 @@ private Q_SLOTS:
         QVERIFY(lists.categoryEntries().value(empty.id()).isEmpty());
         QCOMPARE(changed.count(), 2);
         QCOMPARE(provider.requests(u"/a.m3u"_s), 1);
+        // A list that is not there needs no request.
+        QCOMPARE(*StoreTest::run(lists.refresh(QUuid::createUuid(), {source})).value, QStringList());
+        QCOMPARE(provider.server.requestCount(), 1);
 
         // What the browser shows: the members, sorted by name.
         QStringList names;
@@ -290,18 +293,6 @@ private Q_SLOTS:
         QCOMPARE(lists.lists(), before); // the movie group was not renamed
         QCOMPARE(lists.categoryEntries().keys(), QStringList({sports.id()}));
         QCOMPARE(provider.requests(u"/b/player_api.php"_s, u"get_series_categories"_s), 0);
-    }
-
-    void aMissingListNeedsNoRequest()
-    {
-        Provider provider;
-        StoreTest::Preferences preferences;
-        storeList(preferences.settings(),
-            {PersonalCategory(provider.m3u().id, PersonalContentKind::live, u"Esports"_s, u"Esports"_s)});
-        PersonalLists lists(preferences.settings());
-        const auto outcome = StoreTest::run(lists.refresh(QUuid::createUuid(), {provider.m3u()}));
-        QCOMPARE(*outcome.value, QStringList());
-        QCOMPARE(provider.server.requestCount(), 0);
     }
 
     void theStoreMayGoWhileARefreshWaits()
