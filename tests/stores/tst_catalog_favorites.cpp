@@ -40,64 +40,58 @@ class TestCatalogFavorites : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void nothingStoredGivesNoFavorites()
+    // Favourites from the first start, as a user makes them: none at first; a title without a
+    // connection changes nothing; toggling appends a title, then removes it and restores the stored
+    // bytes; the stored form is a compact array of the records; a restart keeps them, without posters.
+    void favoritesFromTheFirstStart()
     {
         StoreTest::Preferences preferences;
+        QList<CatalogFavorite> written;
+        {
+            CatalogFavorites favorites(preferences.settings());
+            QVERIFY(favorites.records().isEmpty());
+            QVERIFY(favorites.artwork().isEmpty());
+            QVERIFY(preferences.settings().allKeys().isEmpty());
+
+            QSignalSpy changed(&favorites, &CatalogFavorites::recordsChanged);
+            favorites.toggle(QUuid(), title(u"1"_s));
+            QVERIFY(favorites.records().isEmpty());
+            QVERIFY(!favorites.contains(QUuid(), title(u"1"_s)));
+            QCOMPARE(changed.count(), 0);
+            QVERIFY(!preferences.settings().contains(CatalogFavorites::storageKey()));
+
+            favorites.toggle(sourceA, title(u"1"_s));
+            const QByteArray before = storedBytes(preferences.settings());
+            const QList<CatalogFavorite> beforeRecords = favorites.records();
+            const CatalogItem item = title(u"2"_s, CatalogKind::series, QUrl(u"http://127.0.0.1/p2.jpg"_s));
+            favorites.toggle(sourceA, item);
+            QVERIFY(favorites.contains(sourceA, item));
+            QCOMPARE(idsOf(favorites.records()),
+                QStringList({u"0B0E1C2D-0000-4000-8000-00000000000A:movies:1"_s,
+                    u"0B0E1C2D-0000-4000-8000-00000000000A:series:2"_s}));
+            QCOMPARE(favorites.poster(favorites.records().last().id()), QUrl(u"http://127.0.0.1/p2.jpg"_s));
+            const QJsonDocument stored = QJsonDocument::fromJson(storedBytes(preferences.settings()));
+            QVERIFY(stored.isArray());
+            QCOMPARE(stored.array(),
+                QJsonArray({favorites.records().at(0).toJson(), favorites.records().at(1).toJson()}));
+            QVERIFY(!storedBytes(preferences.settings()).contains('\n'));
+            QCOMPARE(CatalogFavorites::decode(storedBytes(preferences.settings())), favorites.records());
+
+            favorites.toggle(sourceA, item);
+            QVERIFY(!favorites.contains(sourceA, item));
+            QCOMPARE(favorites.records(), beforeRecords);
+            QCOMPARE(storedBytes(preferences.settings()), before);
+            QVERIFY(!favorites.poster(u"0B0E1C2D-0000-4000-8000-00000000000A:series:2"_s));
+            QCOMPARE(changed.count(), 3);
+
+            favorites.toggle(sourceB, title(u"4"_s, CatalogKind::series, QUrl(u"http://127.0.0.1/4.jpg"_s)));
+            written = favorites.records();
+            QCOMPARE(favorites.artwork().size(), 1);
+        }
+        preferences.restart();
         CatalogFavorites favorites(preferences.settings());
-        QVERIFY(favorites.records().isEmpty());
+        QCOMPARE(favorites.records(), written);
         QVERIFY(favorites.artwork().isEmpty());
-        QVERIFY(preferences.settings().allKeys().isEmpty());
-    }
-
-    void toggleAppendsThenRemovesAndRestoresTheStoredBytes()
-    {
-        StoreTest::Preferences preferences;
-        CatalogFavorites favorites(preferences.settings());
-        favorites.toggle(sourceA, title(u"1"_s));
-        const QByteArray before = storedBytes(preferences.settings());
-        const QList<CatalogFavorite> beforeRecords = favorites.records();
-
-        QSignalSpy changed(&favorites, &CatalogFavorites::recordsChanged);
-        const CatalogItem item = title(u"2"_s, CatalogKind::series, QUrl(u"http://127.0.0.1/p2.jpg"_s));
-        favorites.toggle(sourceA, item);
-        QVERIFY(favorites.contains(sourceA, item));
-        QCOMPARE(idsOf(favorites.records()),
-            QStringList({u"0B0E1C2D-0000-4000-8000-00000000000A:movies:1"_s,
-                u"0B0E1C2D-0000-4000-8000-00000000000A:series:2"_s}));
-        QCOMPARE(favorites.poster(favorites.records().last().id()), QUrl(u"http://127.0.0.1/p2.jpg"_s));
-        QCOMPARE(CatalogFavorites::decode(storedBytes(preferences.settings())), favorites.records());
-
-        favorites.toggle(sourceA, item);
-        QVERIFY(!favorites.contains(sourceA, item));
-        QCOMPARE(favorites.records(), beforeRecords);
-        QCOMPARE(storedBytes(preferences.settings()), before);
-        QVERIFY(!favorites.poster(u"0B0E1C2D-0000-4000-8000-00000000000A:series:2"_s));
-        QCOMPARE(changed.count(), 2);
-    }
-
-    void storedFormIsAnArrayOfFavoriteObjects()
-    {
-        StoreTest::Preferences preferences;
-        CatalogFavorites favorites(preferences.settings());
-        favorites.toggle(sourceB, title(u"8"_s));
-        favorites.toggle(sourceA, title(u"3"_s, CatalogKind::series));
-        const QJsonDocument stored = QJsonDocument::fromJson(storedBytes(preferences.settings()));
-        QVERIFY(stored.isArray());
-        QCOMPARE(stored.array(),
-            QJsonArray({favorites.records().at(0).toJson(), favorites.records().at(1).toJson()}));
-        QVERIFY(!storedBytes(preferences.settings()).contains('\n'));
-    }
-
-    void withoutAConnectionNothingHappens()
-    {
-        StoreTest::Preferences preferences;
-        CatalogFavorites favorites(preferences.settings());
-        QSignalSpy changed(&favorites, &CatalogFavorites::recordsChanged);
-        favorites.toggle(QUuid(), title(u"1"_s));
-        QVERIFY(favorites.records().isEmpty());
-        QVERIFY(!favorites.contains(QUuid(), title(u"1"_s)));
-        QCOMPARE(changed.count(), 0);
-        QVERIFY(!preferences.settings().contains(CatalogFavorites::storageKey()));
     }
 
     void containsMatchesConnectionKindAndTitle_data()
@@ -165,23 +159,6 @@ private Q_SLOTS:
         QVERIFY(!favorites.poster(kept.id()));
         QCOMPARE(artwork.count(), 2);
         QCOMPARE(storedBytes(preferences.settings()), stored); // posters are never saved
-    }
-
-    void favoritesSurviveARestartWithoutTheirPosters()
-    {
-        StoreTest::Preferences preferences;
-        QList<CatalogFavorite> written;
-        {
-            CatalogFavorites favorites(preferences.settings());
-            favorites.toggle(sourceA, title(u"1"_s, CatalogKind::movies, QUrl(u"http://127.0.0.1/1.jpg"_s)));
-            favorites.toggle(sourceB, title(u"4"_s, CatalogKind::series));
-            written = favorites.records();
-            QCOMPARE(favorites.artwork().size(), 1);
-        }
-        preferences.restart();
-        CatalogFavorites favorites(preferences.settings());
-        QCOMPARE(favorites.records(), written);
-        QVERIFY(favorites.artwork().isEmpty());
     }
 };
 
