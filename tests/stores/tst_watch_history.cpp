@@ -29,67 +29,58 @@ class TestWatchHistory : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void nothingStoredGivesAnEmptyHistoryAndWritesNothing()
+    // A history from the first start: nothing stored and nothing written; the stored form, one compact
+    // object of progress records; an equal update neither publishes nor saves; an unusable value
+    // leaves a record alone, yet a new key gets its record either way (which values are usable is the
+    // progress record's own rule); a restart keeps every record.
+    void historyFromTheFirstStart()
     {
         StoreTest::Preferences preferences;
-        WatchHistory history(preferences.settings());
-        QVERIFY(history.records().isEmpty());
-        QVERIFY(!preferences.settings().contains(WatchHistory::storageKey()));
-        QVERIFY(preferences.settings().allKeys().isEmpty());
-    }
+        QHash<QString, WatchProgress> written;
+        {
+            WatchHistory history(preferences.settings());
+            QVERIFY(history.records().isEmpty());
+            QVERIFY(preferences.settings().allKeys().isEmpty());
 
-    void storedFormIsOneObjectOfProgressRecords()
-    {
-        StoreTest::Preferences preferences;
-        WatchHistory history(preferences.settings());
-        history.update(movie, 1520.5, 6300);
-        QCOMPARE(movie, u"5F0C7A8E-1B2D-4C3E-9F40-123456789ABC:movies:123"_s);
+            QSignalSpy changed(&history, &WatchHistory::recordsChanged);
+            history.update(movie, 1520.5, 6300);
+            QCOMPARE(changed.count(), 1);
+            QCOMPARE(movie, u"5F0C7A8E-1B2D-4C3E-9F40-123456789ABC:movies:123"_s);
+            const QJsonDocument stored = QJsonDocument::fromJson(storedBytes(preferences.settings()));
+            QVERIFY(stored.isObject());
+            const QJsonObject expected {
+                {movie, QJsonObject {{u"seconds"_s, 1520.5}, {u"duration"_s, 6300}, {u"watched"_s, false}}}};
+            QCOMPARE(stored.object(), expected);
+            // Compact: the encoder's default form, without formatting.
+            QVERIFY(!storedBytes(preferences.settings()).contains('\n'));
 
-        const QJsonDocument stored = QJsonDocument::fromJson(storedBytes(preferences.settings()));
-        QVERIFY(stored.isObject());
-        const QJsonObject expected {
-            {movie, QJsonObject {{u"seconds"_s, 1520.5}, {u"duration"_s, 6300}, {u"watched"_s, false}}}};
-        QCOMPARE(stored.object(), expected);
-        // Compact: the encoder's default form, without formatting.
-        QVERIFY(!storedBytes(preferences.settings()).contains('\n'));
-    }
+            // A marker in place of the saved bytes shows whether the next update writes.
+            preferences.settings().setValue(WatchHistory::storageKey(), QByteArrayLiteral("marker"));
+            history.update(movie, 1520.5, 6300);
+            QCOMPARE(changed.count(), 1);
+            QCOMPARE(storedBytes(preferences.settings()), QByteArrayLiteral("marker"));
+            history.update(movie, 1525, 6300);
+            QCOMPARE(changed.count(), 2);
+            QCOMPARE(history.record(movie)->seconds, 1525.0);
+            QCOMPARE(WatchHistory::decode(storedBytes(preferences.settings())), history.records());
 
-    void anEqualUpdateNeitherPublishesNorSaves()
-    {
-        StoreTest::Preferences preferences;
-        WatchHistory history(preferences.settings());
-        QSignalSpy changed(&history, &WatchHistory::recordsChanged);
-        history.update(movie, 600, 6000);
-        QCOMPARE(changed.count(), 1);
+            const WatchProgress before = *history.record(movie);
+            history.update(movie, qQNaN(), 100);
+            QCOMPARE(*history.record(movie), before);
+            history.update(episode, 10, 0);
+            QCOMPARE(changed.count(), 3);
+            QCOMPARE(*history.record(episode), WatchProgress {});
+            QCOMPARE(
+                WatchHistory::decode(storedBytes(preferences.settings())).value(episode), WatchProgress {});
 
-        // A marker in place of the saved bytes shows whether the next update writes.
-        preferences.settings().setValue(WatchHistory::storageKey(), QByteArrayLiteral("marker"));
-        history.update(movie, 600, 6000);
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(storedBytes(preferences.settings()), QByteArrayLiteral("marker"));
-
-        history.update(movie, 605, 6000);
-        QCOMPARE(changed.count(), 2);
-        QCOMPARE(history.record(movie)->seconds, 605.0);
-        QCOMPARE(WatchHistory::decode(storedBytes(preferences.settings())), history.records());
-    }
-
-    // Whether a value is usable is the progress record's own rule; a new key gets a record either way.
-    void unusableValuesStillCreateARecordForANewKey()
-    {
-        StoreTest::Preferences preferences;
-        WatchHistory history(preferences.settings());
-        history.update(movie, 300, 1000);
-        const WatchProgress before = *history.record(movie);
-
-        history.update(movie, qQNaN(), 100);
-        QCOMPARE(*history.record(movie), before);
-
-        QSignalSpy changed(&history, &WatchHistory::recordsChanged);
-        history.update(episode, 10, 0);
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(*history.record(episode), WatchProgress {});
-        QCOMPARE(WatchHistory::decode(storedBytes(preferences.settings())).value(episode), WatchProgress {});
+            history.update(episode, 6200, 6300); // past 95 %: watched
+            history.toggle(WatchProgress::key(source, CatalogKind::movies, u"9"_s));
+            written = history.records();
+        }
+        QCOMPARE(written.size(), 3);
+        QVERIFY(written.value(episode).watched);
+        preferences.restart();
+        QCOMPARE(WatchHistory(preferences.settings()).records(), written);
     }
 
     void toggle_data()
@@ -124,24 +115,6 @@ private Q_SLOTS:
         QCOMPARE(*history.record(movie), second);
         QCOMPARE(WatchHistory::decode(storedBytes(preferences.settings())).value(movie), second);
         QCOMPARE(changed.count(), 2);
-    }
-
-    void recordsSurviveARestart()
-    {
-        StoreTest::Preferences preferences;
-        QHash<QString, WatchProgress> written;
-        {
-            WatchHistory history(preferences.settings());
-            history.update(movie, 1520.5, 6300);
-            history.update(episode, 6200, 6300); // past 95 %: watched
-            history.toggle(WatchProgress::key(source, CatalogKind::movies, u"9"_s));
-            written = history.records();
-        }
-        QCOMPARE(written.size(), 3);
-        QVERIFY(written.value(episode).watched);
-        preferences.restart();
-        WatchHistory history(preferences.settings());
-        QCOMPARE(history.records(), written);
     }
 };
 
