@@ -75,6 +75,14 @@ private Q_SLOTS:
         QVERIFY(!lists.refreshID().isNull());
         QCOMPARE(storedBytes(lists, preferences.settings()), QByteArray("[]"));
         QVERIFY(!preferences.settings().contains(PersonalLists::firstFormatKey()));
+
+        // The refresh identifier is published only when it changes.
+        QSignalSpy changed(&lists, &PersonalLists::refreshIDChanged);
+        const QUuid next = QUuid::createUuid();
+        lists.setRefreshID(next);
+        lists.setRefreshID(next);
+        QCOMPARE(lists.refreshID(), next);
+        QCOMPARE(changed.count(), 1);
     }
 
     void firstFormatIsConvertedAndKept()
@@ -213,25 +221,23 @@ private Q_SLOTS:
         lists.rename(QUuid::createUuid(), u"Nou"_s);
         QCOMPARE(storedBytes(lists, preferences.settings()), QByteArray("marker"));
         QCOMPARE(changed.count(), 0);
-    }
 
-    void theNewestOfQuickSavesIsWritten()
-    {
-        StoreTest::Preferences preferences;
-        PersonalLists lists(preferences.settings());
-        const QUuid id = lists.create(u"Nom 0"_s);
+        // Of quick renames, the newest is written.
         for (int i = 1; i <= 40; ++i)
-            lists.rename(id, u"Nom %1"_s.arg(i));
+            lists.rename(sports, u"Nom %1"_s.arg(i));
         QCOMPARE(PersonalLists::decode(storedBytes(lists, preferences.settings())).first().name(), u"Nom 40"_s);
         preferences.restart();
         QCOMPARE(PersonalLists(preferences.settings()).lists().first().name(), u"Nom 40"_s);
     }
 
-    void addTakesLiveEntriesAndCatalogueGroups()
+    // A list's edits: adding takes live entries and catalogue groups, and ignores the rest; removing an
+    // entry excludes it; unlinking a group and deleting the list are saved.
+    void editingAList()
     {
         StoreTest::Preferences preferences;
         PersonalLists lists(preferences.settings());
         const QUuid id = lists.create(u"Barreja"_s);
+        const QUuid other = lists.create(u"Una altra"_s);
         const PersonalCategory movies(sourceA, PersonalContentKind::movies, u"5"_s, u"Acció"_s);
         const PersonalCategory liveGroup(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
 
@@ -252,17 +258,8 @@ private Q_SLOTS:
         mark(lists, preferences.settings());
         lists.add({channel(u"Canal 2"_s, 2)}, {}, QUuid::createUuid());
         QCOMPARE(storedBytes(lists, preferences.settings()), QByteArray("marker"));
-    }
 
-    void removeUnlinkAndDelete()
-    {
-        StoreTest::Preferences preferences;
-        PersonalLists lists(preferences.settings());
-        const QUuid id = lists.create(u"Llista"_s);
-        const QUuid other = lists.create(u"Una altra"_s);
-        const PersonalCategory movies(sourceA, PersonalContentKind::movies, u"5"_s, u"Acció"_s);
-        lists.add({channel(u"Canal 1"_s, 1), channel(u"Canal 2"_s, 2)}, {movies}, id);
-
+        lists.add({channel(u"Canal 2"_s, 2)}, {}, id);
         lists.remove(channel(u"Canal 1"_s, 1), id);
         QCOMPARE(lists.list(id)->entries(), QList<PersonalEntry>({channel(u"Canal 2"_s, 2)}));
         QVERIFY(lists.list(id)->excludedIDs().contains(channel(u"Canal 1"_s, 1).id()));
@@ -296,18 +293,6 @@ private Q_SLOTS:
         PersonalLists lists(preferences.settings());
         QCOMPARE(lists.lists(), written);
         QVERIFY(!lists.selectedKind(id));
-    }
-
-    void refreshIDIsPublishedOnlyWhenItChanges()
-    {
-        StoreTest::Preferences preferences;
-        PersonalLists lists(preferences.settings());
-        QSignalSpy changed(&lists, &PersonalLists::refreshIDChanged);
-        const QUuid next = QUuid::createUuid();
-        lists.setRefreshID(next);
-        lists.setRefreshID(next);
-        QCOMPARE(lists.refreshID(), next);
-        QCOMPARE(changed.count(), 1);
     }
 };
 
