@@ -46,61 +46,53 @@ class TestGuideRepository : public QObject
     Q_OBJECT
 
 private slots:
+    // Guides as they are served, plain or compressed, from one address or merged from several (one
+    // that fails leaves the others), and cut to the window around a time when one is given.
     void downloadsGuides_data()
     {
-        QTest::addColumn<Response>("response");
-        QTest::newRow("plain XML") << Response::ok(guideA, "application/xml");
-        QTest::newRow("a .gz file") << Response::ok(ProviderGuide::gzip(guideA), "application/gzip");
+        QTest::addColumn<QList<Response>>("responses"); // one per address
+        QTest::addColumn<QByteArray>("now"); // the window's middle; empty for the whole guide
+        QTest::addColumn<QStringList>("expected");
+
+        const QStringList all {u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s};
+        const QByteArray gzipped = ProviderGuide::gzip(guideA);
+        QTest::newRow("plain XML") << QList {Response::ok(guideA, "application/xml")} << QByteArray() << all;
+        QTest::newRow("a .gz file") << QList {Response::ok(gzipped, "application/gzip")} << QByteArray()
+                                    << all;
         QTest::newRow("a .gz file in small chunks")
-            << Response::ok(ProviderGuide::gzip(guideA), "application/octet-stream").chunked(100);
+            << QList {Response::ok(gzipped, "application/octet-stream").chunked(100)} << QByteArray() << all;
         QTest::newRow("compressed in transit")
-            << Response::ok(ProviderGuide::gzip(guideA), "application/xml").withHeader("Content-Encoding", "gzip");
+            << QList {Response::ok(gzipped, "application/xml").withHeader("Content-Encoding", "gzip")}
+            << QByteArray() << all;
+        QTest::newRow("the window around 11:30")
+            << QList {Response::ok(gzipped, "application/gzip")} << QByteArray("20240301113000")
+            << QStringList({u"a:Matí"_s, u"a:Migdia"_s});
+        QTest::newRow("merged") << QList {Response::ok(guideA), Response::ok(guideB)} << QByteArray()
+                                << all + QStringList(u"b:Bon dia"_s);
+        QTest::newRow("merged, the second missing")
+            << QList {Response::ok(guideA), Response::withStatus(404)} << QByteArray() << all;
+        QTest::newRow("merged, the second not a guide")
+            << QList {Response::ok(guideA), Response::ok("<html>Sorry</html>")} << QByteArray() << all;
     }
 
     void downloadsGuides()
     {
-        QFETCH(Response, response);
-        LoopbackServer server;
-        server.route(u"/epg.xml"_s, response);
-        const Loaded outcome = load({server.url(u"/epg.xml"_s)});
-        QCOMPARE(outcome.failure, QString());
-        QCOMPARE(titles(*outcome.value), QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s}));
-        QCOMPARE(outcome.value->displayNames(0), QStringList(u"A"_s));
-        QCOMPARE(server.lastRequest().header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
-    }
-
-    void keepsTheWindow()
-    {
-        LoopbackServer server;
-        server.route(u"/epg.xml.gz"_s, Response::ok(ProviderGuide::gzip(guideA), "application/gzip"));
-        const Loaded outcome = load({server.url(u"/epg.xml.gz"_s)}, GuideWindow::around(utc("20240301113000")));
-        QCOMPARE(outcome.failure, QString());
-        QCOMPARE(titles(*outcome.value), QStringList({u"a:Matí"_s, u"a:Migdia"_s}));
-    }
-
-    void mergesSeveralAddresses_data()
-    {
-        QTest::addColumn<Response>("second");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("both answer") << Response::ok(guideB)
-                                     << QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s, u"b:Bon dia"_s});
-        QTest::newRow("the second is missing") << Response::withStatus(404)
-                                               << QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s});
-        QTest::newRow("the second is not a guide") << Response::ok("<html>Sorry</html>")
-                                                   << QStringList({u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s});
-    }
-
-    void mergesSeveralAddresses()
-    {
-        QFETCH(Response, second);
+        QFETCH(QList<Response>, responses);
+        QFETCH(QByteArray, now);
         QFETCH(QStringList, expected);
         LoopbackServer server;
-        server.route(u"/a.xml"_s, Response::ok(guideA));
-        server.route(u"/b.xml"_s, second);
-        const Loaded outcome = load({server.url(u"/a.xml"_s), server.url(u"/b.xml"_s)});
+        QList<QUrl> addresses;
+        for (qsizetype i = 0; i < responses.size(); ++i) {
+            server.route(u"/%1.xml"_s.arg(i), responses.at(i));
+            addresses.append(server.url(u"/%1.xml"_s.arg(i)));
+        }
+        const Loaded outcome = load(
+            addresses, now.isEmpty() ? GuideWindow::everything() : GuideWindow::around(utc(now.constData())));
         QCOMPARE(outcome.failure, QString());
         QCOMPARE(titles(*outcome.value), expected);
-        QCOMPARE(server.requestCount(), 2);
+        QCOMPARE(outcome.value->displayNames(0), QStringList(u"A"_s));
+        QCOMPARE(server.requestCount(), responses.size());
+        QCOMPARE(server.lastRequest().header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
     }
 
     void saysWhyThereIsNoGuide_data()
