@@ -282,26 +282,24 @@ private slots:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QStringList>("expected"); // the titles of channel "a", or the failure
-        QTest::newRow("nothing") << QByteArray() << QStringList(invalid);
-        QTest::newRow("blanks") << QByteArray(" \n\t ") << QStringList(invalid);
-        QTest::newRow("text") << QByteArray("No guide here") << QStringList(invalid);
-        QTest::newRow("JSON") << QByteArray("{\"epg_listings\": []}") << QStringList(invalid);
-        QTest::newRow("an M3U playlist")
-            << QByteArray("#EXTM3U\n#EXTINF:-1,Canal\nhttp://h/1\n") << QStringList(invalid);
-        QTest::newRow("an HTML error page")
-            << QByteArray("<!DOCTYPE html><html><body>404</body></html>") << QStringList(invalid);
-        QTest::newRow("another XML document")
-            << QByteArray("<?xml version=\"1.0\"?><rss><channel/></rss>") << QStringList(invalid);
-        QTest::newRow("UTF-16") << QByteArray("\xff\xfe<\0t\0v\0>\0", 10) << QStringList(invalid);
-        QTest::newRow("a guide broken before any programme") << QByteArray(
-            "<tv><channel id=\"a\"><display-name>A</display-name></channel><programme start=<</tv>")
-                                                             << QStringList(invalid);
-        QTest::newRow("cut inside the first programme")
-            << QByteArray("<tv><programme start=\"20240301120000\" channel=\"a\"><title>A</ti")
-            << QStringList(invalid);
-        QTest::newRow("gzip of text") << ProviderGuide::gzip("hello") << QStringList(invalid);
-        QTest::newRow("damaged gzip")
-            << QByteArray("\x1f\x8b\x08\x00garbage that does not inflate") << QStringList(invalid);
+        const auto refused = [](const char *name, const QByteArray &bytes) {
+            QTest::newRow(name) << bytes << QStringList(invalid);
+        };
+        refused("nothing", QByteArray());
+        refused("blanks", QByteArray(" \n\t "));
+        refused("text", QByteArray("No guide here"));
+        refused("JSON", QByteArray("{\"epg_listings\": []}"));
+        refused("an M3U playlist", QByteArray("#EXTM3U\n#EXTINF:-1,Canal\nhttp://h/1\n"));
+        refused("an HTML error page", QByteArray("<!DOCTYPE html><html><body>404</body></html>"));
+        refused("another XML document", QByteArray("<?xml version=\"1.0\"?><rss><channel/></rss>"));
+        refused("UTF-16", QByteArray("\xff\xfe<\0t\0v\0>\0", 10));
+        refused("a guide broken before any programme",
+            QByteArray(
+                "<tv><channel id=\"a\"><display-name>A</display-name></channel><programme start=<</tv>"));
+        refused("cut inside the first programme",
+            QByteArray("<tv><programme start=\"20240301120000\" channel=\"a\"><title>A</ti"));
+        refused("gzip of text", ProviderGuide::gzip("hello"));
+        refused("damaged gzip", QByteArray("\x1f\x8b\x08\x00garbage that does not inflate"));
         const QByteArray whole = document(programme("a", "20240301120000", "20240301130000", "U")
                                           + programme("a", "20240301130000", "20240301140000", "Dos")
                                           + programme("a", "20240301140000", "20240301150000", "Tres"));
