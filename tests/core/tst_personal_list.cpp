@@ -121,19 +121,8 @@ private Q_SLOTS:
         QCOMPARE(list.excludedIDs().size(), 1);
     }
 
-    void resolutionIgnoresMembersOfOtherSourcesAndKinds()
-    {
-        PersonalList list(QUuid::createUuid(), u"Llista"_s);
-        const PersonalCategory group(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
-        list.link(group);
-        const QHash<QString, QList<PersonalEntry>> members{
-            {group.id(),
-             {live(u"Bo"_s, u"http://h/1"_s), live(u"Altra connexió"_s, u"http://h/2"_s, sourceB),
-              title(PersonalContentKind::movies, u"3"_s, u"Esports"_s, u"Pel·lícula"_s)}}};
-        QCOMPARE(names(list.resolved(members)), QStringList{u"Bo"_s});
-        QVERIFY(list.resolved({}).isEmpty());
-    }
-
+    // What a list shows: its entries and its groups' members of the same connection and kind, a member
+    // in place of the entry with the same address, sorted by name.
     void resolutionPrefersGroupMembersAndSorts()
     {
         PersonalList list(QUuid::createUuid(), u"Llista"_s);
@@ -141,9 +130,13 @@ private Q_SLOTS:
         list.add({live(u"Canal 10"_s, u"http://h/10"_s), direct, live(u"canal 2"_s, u"http://h/2"_s)});
         const PersonalCategory group(sourceA, PersonalContentKind::live, u"Esports"_s, u"Esports"_s);
         list.link(group);
-        const PersonalEntry renamed = live(u"Nom nou"_s, u"http://h/same"_s);
-        const QList<PersonalEntry> resolved = list.resolved({{group.id(), {renamed}}});
-        QCOMPARE(names(resolved), (QStringList{u"canal 2"_s, u"Canal 10"_s, u"Nom nou"_s}));
+        const QHash<QString, QList<PersonalEntry>> members {{group.id(),
+            {live(u"Nom nou"_s, u"http://h/same"_s), live(u"Bo"_s, u"http://h/1"_s),
+                live(u"Altra connexió"_s, u"http://h/2"_s, sourceB),
+                title(PersonalContentKind::movies, u"3"_s, u"Esports"_s, u"Pel·lícula"_s)}}};
+        QCOMPARE(names(list.resolved(members)),
+            (QStringList {u"Bo"_s, u"canal 2"_s, u"Canal 10"_s, u"Nom nou"_s}));
+        QCOMPARE(names(list.resolved({})), (QStringList {u"canal 2"_s, u"Canal 10"_s, u"Nom antic"_s}));
     }
 
     void equalNamesAreOrderedByID()
