@@ -158,8 +158,8 @@ private Q_SLOTS:
     void liveStreams_data();
     void liveStreams();
 
-    // The stream address: base without blanks and trailing slashes, then the credentials with every
-    // byte but A–Z a–z 0–9 - . _ ~ percent-encoded.
+    // The stream address of a live channel, a movie and an episode: base without blanks and trailing
+    // slashes, then the credentials with every byte but A–Z a–z 0–9 - . _ ~ percent-encoded.
     void liveStreamAddress_data();
     void liveStreamAddress();
 
@@ -185,10 +185,6 @@ private Q_SLOTS:
     // The detail of a title.
     void movieStream_data();
     void movieStream();
-    // Movie and episode addresses: the server address as the user wrote it.
-    void catalogueStreamAddress_data();
-    void catalogueStreamAddress();
-
     // The texts of a detail: from "info" when it is an object, with the title's own plot and poster as
     // fallbacks. Same rules for movies and series.
     void detailField_data();
@@ -483,11 +479,23 @@ void TestXtreamReaders::liveStreamAddress()
     QFETCH(QString, password);
     QFETCH(QByteArray, expected);
 
-    const QList<Channel> channels = XtreamReaders::liveStreams(
-        R"([{"stream_id":7,"name":"Set"}])", provider(address, username, password), u"m3u8"_s, {});
+    const PlaylistSource source = provider(address, username, password);
+    const QList<Channel> channels
+        = XtreamReaders::liveStreams(R"([{"stream_id":7,"name":"Set"}])", source, u"m3u8"_s, {});
     QCOMPARE(channels.size(), qsizetype(1));
     QCOMPARE(channels.front().encodedURL(), expected);
     QVERIFY(PlaylistSource::isAcceptedHttpURL(channels.front().url()));
+
+    // A movie's and an episode's address start the same way.
+    const CatalogDetail movie
+        = XtreamReaders::catalogDetail(R"({"info":{}})", source, title(CatalogKind::movies));
+    QCOMPARE(movie.movie->encodedURL(),
+        QByteArray(expected).replace("/live/", "/movie/").replace("/7.m3u8", "/42.mkv"));
+    const CatalogDetail series
+        = XtreamReaders::catalogDetail(R"({"episodes":{"1":[{"id":"31","episode_num":1,"title":"U"}]}})",
+            source, title(CatalogKind::series));
+    QCOMPARE(series.episodes.front().channel.encodedURL(),
+        QByteArray(expected).replace("/live/", "/series/").replace("/7.m3u8", "/31.mp4"));
 }
 
 void TestXtreamReaders::catalogCategories_data()
@@ -776,37 +784,6 @@ void TestXtreamReaders::movieStream()
     QCOMPARE(detail.movie->group(), u"Pel·lícules"_s);
     QCOMPARE(QString::fromLatin1(detail.movie->encodedURL()), providerBase + address);
     QVERIFY(!detail.movie->requiresCustomHeaders());
-}
-
-void TestXtreamReaders::catalogueStreamAddress_data()
-{
-    QTest::addColumn<CatalogKind>("kind");
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("username");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<QByteArray>("expected");
-
-    for (const CatalogKind kind : CatalogKinds::allCases) {
-        QTest::addRow("%s, address as written", kind == CatalogKind::movies ? "movie" : "episode")
-            << kind << u"  http://Provider.Test:80/a/./p%c3%a9// "_s << u"user"_s << u"pass"_s
-            << QByteArray("http://Provider.Test:80/a/./p%c3%a9")
-                + (kind == CatalogKind::movies ? "/movie/user/pass/42.mkv" : "/series/user/pass/31.mp4");
-    }
-}
-
-void TestXtreamReaders::catalogueStreamAddress()
-{
-    QFETCH(CatalogKind, kind);
-    QFETCH(QString, address);
-    QFETCH(QString, username);
-    QFETCH(QString, password);
-    QFETCH(QByteArray, expected);
-
-    const CatalogDetail detail = XtreamReaders::catalogDetail(
-        kind == CatalogKind::movies ? QByteArray(R"({"info":{}})")
-                                    : QByteArray(R"({"episodes":{"1":[{"id":"31","episode_num":1,"title":"U"}]}})"),
-        provider(address, username, password), title(kind));
-    QCOMPARE(detail.movie ? detail.movie->encodedURL() : detail.episodes.front().channel.encodedURL(), expected);
 }
 
 void TestXtreamReaders::detailField_data()
