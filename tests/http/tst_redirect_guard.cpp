@@ -29,47 +29,38 @@ private Q_SLOTS:
         QTest::addColumn<bool>("followed");
         QTest::addColumn<bool>("keepsAuthorization");
 
-        QTest::newRow("same origin") << u"http://tv.example/a"_s << u"http://tv.example/b?x=1"_s << true
-                                     << true;
-        QTest::newRow("same origin, explicit port")
-            << u"http://tv.example:8080/a"_s << u"http://tv.example:8080/b"_s << true << true;
-        QTest::newRow("https, same origin")
-            << u"https://tv.example/a"_s << u"https://tv.example/b"_s << true << true;
-        QTest::newRow("host letters in another case")
-            << u"http://tv.example/a"_s << u"http://TV.Example/b"_s << true << true;
-        QTest::newRow("scheme in capitals")
-            << u"http://tv.example/a"_s << u"HTTP://tv.example/b"_s << true << true;
-        QTest::newRow("http to https")
-            << u"http://tv.example/a"_s << u"https://tv.example/b"_s << true << false;
-        QTest::newRow("https to http")
-            << u"https://tv.example/a"_s << u"http://tv.example/b"_s << false << false;
-        QTest::newRow("https to http on another host")
-            << u"https://tv.example/a"_s << u"http://cdn.example/b"_s << false << false;
-        QTest::newRow("https to ftp")
-            << u"https://tv.example/a"_s << u"ftp://tv.example/b"_s << false << false;
-        QTest::newRow("another host")
-            << u"http://tv.example/a"_s << u"http://cdn.example/b"_s << true << false;
-        QTest::newRow("a subdomain is another host")
-            << u"http://tv.example/a"_s << u"http://www.tv.example/a"_s << true << false;
-        QTest::newRow("another port")
-            << u"http://tv.example:8080/a"_s << u"http://tv.example:8081/a"_s << true << false;
-        QTest::newRow("explicit default port after none")
-            << u"http://tv.example/a"_s << u"http://tv.example:80/a"_s << true << false;
-        QTest::newRow("no port after an explicit default one")
-            << u"https://tv.example:443/a"_s << u"https://tv.example/a"_s << true << false;
-        QTest::newRow("IP address for its host name")
-            << u"http://localhost:8080/a"_s << u"http://127.0.0.1:8080/a"_s << true << false;
-        QTest::newRow("user and password")
-            << u"http://tv.example/a"_s << u"http://u:p@tv.example/b"_s << false << false;
-        QTest::newRow("user name only")
-            << u"http://tv.example/a"_s << u"http://u@tv.example/b"_s << false << false;
-        QTest::newRow("empty password")
-            << u"http://tv.example/a"_s << u"http://u:@tv.example/b"_s << false << false;
-        QTest::newRow("ftp") << u"http://tv.example/a"_s << u"ftp://tv.example/b"_s << false << false;
-        QTest::newRow("file") << u"http://tv.example/a"_s << u"file:///etc/hosts"_s << false << false;
-        QTest::newRow("no host") << u"http://tv.example/a"_s << u"http:///b"_s << false << false;
-        QTest::newRow("relative, never resolved") << u"http://tv.example/a"_s << u"/b"_s << false << false;
-        QTest::newRow("empty") << u"http://tv.example/a"_s << QString() << false << false;
+        // Leaving http://tv.example/a unless the row says.
+        const auto row = [](const char *name, const QString &target, bool followed, bool keepsAuthorization,
+                             const QString &leaving = u"http://tv.example/a"_s) {
+            QTest::newRow(name) << leaving << target << followed << keepsAuthorization;
+        };
+        row("same origin", u"http://tv.example/b?x=1"_s, true, true);
+        row("same origin, explicit port", u"http://tv.example:8080/b"_s, true, true,
+            u"http://tv.example:8080/a"_s);
+        row("https, same origin", u"https://tv.example/b"_s, true, true, u"https://tv.example/a"_s);
+        row("host letters in another case", u"http://TV.Example/b"_s, true, true);
+        row("scheme in capitals", u"HTTP://tv.example/b"_s, true, true);
+        row("http to https", u"https://tv.example/b"_s, true, false);
+        row("https to http", u"http://tv.example/b"_s, false, false, u"https://tv.example/a"_s);
+        row("https to http on another host", u"http://cdn.example/b"_s, false, false,
+            u"https://tv.example/a"_s);
+        row("https to ftp", u"ftp://tv.example/b"_s, false, false, u"https://tv.example/a"_s);
+        row("another host", u"http://cdn.example/b"_s, true, false);
+        row("a subdomain is another host", u"http://www.tv.example/a"_s, true, false);
+        row("another port", u"http://tv.example:8081/a"_s, true, false, u"http://tv.example:8080/a"_s);
+        row("explicit default port after none", u"http://tv.example:80/a"_s, true, false);
+        row("no port after an explicit default one", u"https://tv.example/a"_s, true, false,
+            u"https://tv.example:443/a"_s);
+        row("IP address for its host name", u"http://127.0.0.1:8080/a"_s, true, false,
+            u"http://localhost:8080/a"_s);
+        row("user and password", u"http://u:p@tv.example/b"_s, false, false);
+        row("user name only", u"http://u@tv.example/b"_s, false, false);
+        row("empty password", u"http://u:@tv.example/b"_s, false, false);
+        row("ftp", u"ftp://tv.example/b"_s, false, false);
+        row("file", u"file:///etc/hosts"_s, false, false);
+        row("no host", u"http:///b"_s, false, false);
+        row("relative, never resolved", u"/b"_s, false, false);
+        row("empty", QString(), false, false);
     }
 
     void decidesEachRedirect()
