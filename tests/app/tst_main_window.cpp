@@ -129,7 +129,10 @@ private Q_SLOTS:
         QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));
     }
 
-    void firstStartShowsTheWelcome()
+    // The welcome, then the editor it opens: what is typed reaches the model's rules for either kind
+    // (the rules are the model's, tst_library_model) and their message shows under the fields; the
+    // kind changes labels but keeps the texts.
+    void firstStartShowsTheWelcomeAndTheEditor()
     {
         QCOMPARE(m_ui.window()->title(), u"Quenvo"_s);
         QCOMPARE(m_ui.window()->size(), QSize(1240, 780));
@@ -152,63 +155,39 @@ private Q_SLOTS:
         QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta i desa"_s);
         QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), QString());
         QVERIFY(m_ui.saveScreenshot(u"editor"_s));
-        m_ui.click(m_ui.item(u"cancelButton"_s));
-        QVERIFY(!m_model->editingSource().has_value());
-        QTRY_VERIFY(!m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
-    }
 
-    void theEditorValidatesBeforeLoading_data()
-    {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("username");
-        QTest::addColumn<QString>("message");
-        // The rules are the model's (tst_library_model): here, that what is typed reaches them, for
-        // either kind, and that their message shows under the fields.
-        QTest::newRow("no name") << u"m3u"_s << u"   "_s << u"https://proveidor.example/llista.m3u"_s << QString()
-                                 << u"Posa un nom a la llista."_s;
-        QTest::newRow("Xtream without account") << u"xtream"_s << u"Servidor"_s << u"https://servidor.example:8080"_s
-                                                << QString() << u"Indica l’usuari i la contrasenya del servidor."_s;
-    }
-
-    void theEditorValidatesBeforeLoading()
-    {
-        QFETCH(QString, kind);
-        QFETCH(QString, name);
-        QFETCH(QString, address);
-        QFETCH(QString, username);
-        QFETCH(QString, message);
-
-        fillEditor(kind, name, address, username, username);
+        fillEditor(u"m3u"_s, u"   "_s, u"https://proveidor.example/llista.m3u"_s, QString(), QString());
         QVERIFY(!m_ui.isShown(u"editorError"_s));
         // Return stands for the primary button.
         QTest::keyClick(m_ui.window(), Qt::Key_Return);
-        QCOMPARE(m_ui.text(u"editorError"_s), message);
+        QCOMPARE(m_ui.text(u"editorError"_s), u"Posa un nom a la llista."_s);
         QVERIFY(m_ui.isShown(u"editorError"_s));
-        QVERIFY(!m_model->isLoading());
-        QVERIFY(m_model->editingSource().has_value());
-        QVERIFY(m_model->allSources().isEmpty());
-    }
 
-    void theKindChangesLabelsButKeepsTexts()
-    {
         fillEditor(u"m3u"_s, u"Llista"_s, u"HTTP://proveidor.example/llista.m3u"_s, u"jo"_s, QString());
         QCOMPARE(m_ui.item(u"addressField"_s)->property("label").toString(), u"URL M3U"_s);
         QCOMPARE(editorField(u"usernameField"_s)->property("placeholderText").toString(), u"Opcional · HTTP Basic"_s);
         QVERIFY(m_ui.text(u"kindHelp"_s).startsWith(u"Les credencials HTTP Basic"_s));
         // A scheme typed in capitals is still plain HTTP.
         QVERIFY(m_ui.isShown(u"httpWarning"_s));
-
         m_ui.click(m_ui.item(u"kind_xtream"_s));
         QCOMPARE(m_ui.item(u"addressField"_s)->property("label").toString(), u"Servidor"_s);
         QCOMPARE(editorField(u"usernameField"_s)->property("placeholderText").toString(), u"Usuari del servidor"_s);
         QVERIFY(m_ui.text(u"kindHelp"_s).startsWith(u"Adreça base del servidor"_s));
         QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), u"Llista"_s);
         QCOMPARE(editorField(u"usernameField"_s)->property("text").toString(), u"jo"_s);
-
         m_ui.type(editorField(u"addressField"_s), u"https://servidor.example:8080"_s);
         QVERIFY(!m_ui.isShown(u"httpWarning"_s));
+
+        m_ui.type(editorField(u"usernameField"_s), QString());
+        QTest::keyClick(m_ui.window(), Qt::Key_Return);
+        QCOMPARE(m_ui.text(u"editorError"_s), u"Indica l’usuari i la contrasenya del servidor."_s);
+        QVERIFY(!m_model->isLoading());
+        QVERIFY(m_model->editingSource().has_value());
+        QVERIFY(m_model->allSources().isEmpty());
+
+        m_ui.click(m_ui.item(u"cancelButton"_s));
+        QVERIFY(!m_model->editingSource().has_value());
+        QTRY_VERIFY(!m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
     }
 
     void connectingWithoutSavingKeepsASessionConnection()
@@ -310,7 +289,8 @@ private Q_SLOTS:
         QVERIFY(m_ui.isShown(u"welcomeView"_s));
     }
 
-    void searchAndCategoryFilterTheList()
+    // A loaded list searched, filtered by category, a channel starred; then the window closed.
+    void aLoadedListIsFilteredStarredAndClosed()
     {
         QVERIFY(loadPlaylist(u"Proves"_s));
         const ProviderCatalog &catalog = m_provider->catalog();
@@ -372,25 +352,31 @@ private Q_SLOTS:
         QTest::keyClick(m_ui.window(), Qt::Key_Escape);
         QTRY_VERIFY(!pickerPopup->property("visible").toBool());
         QCOMPARE(m_model->category(), std::nullopt);
-    }
 
-    void theStarMarksAFavourite()
-    {
-        QVERIFY(loadPlaylist(u"Proves"_s));
+        // The star marks a favourite and takes it away.
         QTRY_VERIFY(!channelRows().isEmpty());
         QQuickItem *row = channelRows().constFirst();
         QQuickItem *star = m_ui.find(u"channelStarButton"_s, row);
-        const QString name = row->property("name").toString();
+        const QString starred = row->property("name").toString();
         QCOMPARE(star->property("toolTipText").toString(), u"Afegeix a favorits"_s);
-        QCOMPARE(WindowDriver::accessibleName(star), u"Afegeix a favorits: "_s + name);
+        QCOMPARE(WindowDriver::accessibleName(star), u"Afegeix a favorits: "_s + starred);
         m_ui.click(star);
         QCOMPARE(m_model->favoriteCount(), 1);
         QTRY_COMPARE(star->property("toolTipText").toString(), u"Treu de favorits"_s);
         QCOMPARE(star->property("iconName").toString(), u"star.fill"_s);
-        QCOMPARE(WindowDriver::accessibleName(star), u"Treu de favorits: "_s + name);
+        QCOMPARE(WindowDriver::accessibleName(star), u"Treu de favorits: "_s + starred);
         m_ui.click(star);
         QCOMPARE(m_model->favoriteCount(), 0);
         QTRY_COMPARE(star->property("iconName").toString(), u"star"_s);
+
+        // Closing the window stops the playback and the loading.
+        m_ui.click(m_ui.find(u"channelPlayButton"_s, channelRows().constFirst()));
+        QVERIFY(m_model->currentChannel().has_value());
+        m_model->refreshCurrentView();
+        QVERIFY(m_model->isLoading());
+        m_ui.window()->close();
+        QVERIFY(!m_model->isLoading());
+        QVERIFY(!m_model->currentChannel().has_value());
     }
 
     void menuCommandsFollowTheModel()
@@ -455,21 +441,33 @@ private Q_SLOTS:
         QVERIFY(!toggle->property("enabled").toBool());
     }
 
-    void removalAsksFirst()
+    // A connection's menu opens the editor on it, and its removal asks first.
+    void aConnectionIsEditedAndRemoved()
     {
         QVERIFY(loadPlaylist(u"Per esborrar"_s));
         QCOMPARE(m_model->allSources().size(), 1);
         const std::optional<QUuid> active = m_model->activeID();
         QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"connectionOptions"_s)), u"Opcions de Per esborrar"_s);
-
-        auto openRemoval = [this] {
+        const auto choose = [this](const QString &command, const QString &opens) {
             m_ui.click(m_ui.item(u"connectionOptions"_s));
             QTRY_VERIFY(m_ui.isOpen(u"connectionMenu"_s));
             QVERIFY(m_ui.saveScreenshot(u"connection-menu"_s));
-            m_ui.click(m_ui.item(u"removeConnectionItem"_s));
-            QTRY_VERIFY(m_ui.isOpen(u"removeSourceDialog"_s));
+            m_ui.click(m_ui.item(command));
+            QTRY_VERIFY(m_ui.isOpen(opens));
         };
-        openRemoval();
+
+        choose(u"editConnectionItem"_s, u"sourceEditor"_s);
+        QCOMPARE(m_model->editingSource()->id, m_model->temporarySources().constFirst().id);
+        QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), u"Per esborrar"_s);
+        QCOMPARE(editorField(u"addressField"_s)->property("text").toString(), playlistAddress());
+        // Every opening starts with saving on and no message.
+        QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta i desa"_s);
+        QVERIFY(!m_ui.isShown(u"editorError"_s));
+        QTest::keyClick(m_ui.window(), Qt::Key_Escape);
+        QVERIFY(!m_model->editingSource().has_value());
+        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
+
+        choose(u"removeConnectionItem"_s, u"removeSourceDialog"_s);
         QCOMPARE(m_ui.text(u"confirmRemoval"_s), u"Elimina «Per esborrar»"_s);
         QVERIFY(m_ui.saveScreenshot(u"removal"_s));
         m_ui.click(m_ui.item(u"cancelRemoval"_s));
@@ -478,29 +476,11 @@ private Q_SLOTS:
         QCOMPARE(m_model->activeID(), active);
         QVERIFY(m_model->channelCount() > 0);
 
-        openRemoval();
+        choose(u"removeConnectionItem"_s, u"removeSourceDialog"_s);
         m_ui.click(m_ui.item(u"confirmRemoval"_s));
         QTRY_VERIFY(!m_ui.isOpen(u"removeSourceDialog"_s));
         QTRY_VERIFY(m_model->allSources().isEmpty());
         QTRY_VERIFY(m_ui.isShown(u"welcomeView"_s));
-    }
-
-    void editingOpensTheEditorOnTheConnection()
-    {
-        QVERIFY(loadPlaylist(u"Per editar"_s));
-        m_ui.click(m_ui.item(u"connectionOptions"_s));
-        QTRY_VERIFY(m_ui.isOpen(u"connectionMenu"_s));
-        m_ui.click(m_ui.item(u"editConnectionItem"_s));
-        QTRY_VERIFY(m_ui.isOpen(u"sourceEditor"_s));
-        QCOMPARE(m_model->editingSource()->id, m_model->temporarySources().constFirst().id);
-        QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), u"Per editar"_s);
-        QCOMPARE(editorField(u"addressField"_s)->property("text").toString(), playlistAddress());
-        // Every opening starts with saving on and no message.
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta i desa"_s);
-        QVERIFY(!m_ui.isShown(u"editorError"_s));
-        QTest::keyClick(m_ui.window(), Qt::Key_Escape);
-        QVERIFY(!m_model->editingSource().has_value());
-        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
     }
 
     void aLongListCreatesOnlyTheVisibleRows()
@@ -584,18 +564,6 @@ private Q_SLOTS:
         QCOMPARE(playlists.ignored, ignored);
     }
 
-    void closingTheWindowStopsEverything()
-    {
-        QVERIFY(loadPlaylist(u"Proves"_s));
-        QTRY_VERIFY(!channelRows().isEmpty());
-        m_ui.click(m_ui.find(u"channelPlayButton"_s, channelRows().constFirst()));
-        QVERIFY(m_model->currentChannel().has_value());
-        m_model->refreshCurrentView();
-        QVERIFY(m_model->isLoading());
-        m_ui.window()->close();
-        QVERIFY(!m_model->isLoading());
-        QVERIFY(!m_model->currentChannel().has_value());
-    }
 };
 
 QTEST_MAIN(tst_MainWindow)
