@@ -192,6 +192,7 @@ private Q_SLOTS:
 
     void idleTextsUntilAChannelPlays()
     {
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
         QVERIFY(paneItem(u"idleView"_s)->isVisible());
         QVERIFY(!paneItem(u"videoStage"_s)->isVisible());
         save(m_window.get(), u"playback-pane-idle"_s);
@@ -202,6 +203,31 @@ private Q_SLOTS:
         QVERIFY(!paneItem(u"waitingIndicator"_s)->isVisible());
         QVERIFY(!paneItem(u"playbackErrorOverlay"_s)->isVisible());
         save(m_window.get(), u"playback-pane-playing"_s);
+
+        // The schedule of the channel playing.
+        const ProviderCatalog &catalog = m_play.provider.server().catalog();
+        const QString onNow = ProviderGuide(catalog)
+                                  .programmeAt(catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular),
+                                      QDateTime::currentSecsSinceEpoch())
+                                  .title;
+        auto *schedule = paneItem(u"programmeSchedule"_s);
+        QVERIFY(schedule);
+        QTRY_VERIFY(schedule->isVisible());
+        // The delegates hang from the list's visual tree, not its object tree.
+        const auto titles = [schedule] {
+            QStringList found;
+            QList<QQuickItem *> pending{schedule};
+            while (!pending.isEmpty()) {
+                QQuickItem *item = pending.takeFirst();
+                if (item->objectName() == u"programmeTitle"_s)
+                    found.append(item->property("text").toString());
+                pending.append(item->childItems());
+            }
+            return found;
+        };
+        QTRY_VERIFY(!titles().isEmpty());
+        QVERIFY2(titles().contains(onNow), qPrintable(titles().join(u", "_s)));
+        save(m_window.get(), u"programme-schedule"_s);
 
         // The play/pause button and a click on the picture both pause and resume.
         QQuickItem *playPause = paneItem(u"playPauseButton"_s);
@@ -236,35 +262,6 @@ private Q_SLOTS:
         QVERIFY(click(paneItem(u"stopButton"_s)));
         QCOMPARE(m_model->currentChannel(), std::nullopt);
         QTRY_VERIFY(paneItem(u"idleView"_s)->isVisible());
-    }
-
-    void theScheduleOfTheChannelPlaying()
-    {
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
-        QVERIFY(playAndWaitForPicture());
-        const ProviderCatalog &catalog = m_play.provider.server().catalog();
-        const QString onNow = ProviderGuide(catalog)
-                                  .programmeAt(catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular),
-                                      QDateTime::currentSecsSinceEpoch())
-                                  .title;
-        auto *schedule = paneItem(u"programmeSchedule"_s);
-        QVERIFY(schedule);
-        QTRY_VERIFY(schedule->isVisible());
-        // The delegates hang from the list's visual tree, not its object tree.
-        const auto titles = [schedule] {
-            QStringList found;
-            QList<QQuickItem *> pending{schedule};
-            while (!pending.isEmpty()) {
-                QQuickItem *item = pending.takeFirst();
-                if (item->objectName() == u"programmeTitle"_s)
-                    found.append(item->property("text").toString());
-                pending.append(item->childItems());
-            }
-            return found;
-        };
-        QTRY_VERIFY(!titles().isEmpty());
-        QVERIFY2(titles().contains(onNow), qPrintable(titles().join(u", "_s)));
-        save(m_window.get(), u"programme-schedule"_s);
     }
 
     void aStreamThatDoesNotStartWaitsOrOffersARetry()
@@ -353,7 +350,8 @@ private Q_SLOTS:
         }
     }
 
-    void keysAndClicksInFullScreen()
+    // Keys and clicks in full screen; then the panel, which hides unless something keeps it.
+    void keysClicksAndThePanelInFullScreen()
     {
         QVERIFY(playAndWaitForPicture());
         m_model->setVideoFullScreen(true);
@@ -397,22 +395,19 @@ private Q_SLOTS:
         QTRY_COMPARE(controls->width(), 780.0);
         QCOMPARE(controls->x(), 610.0);
         QCOMPARE(controls->y(), 900.0 - 24 - 124);
-    }
+        QTest::keyClick(window, Qt::Key_Escape);
+        QTRY_VERIFY(!m_model->videoFullScreen());
 
-    void thePanelHidesUnlessSomethingKeepsIt()
-    {
+        // With a short hide delay: going full screen closes a track panel that was open in the window.
         pane()->setProperty("fullScreenHideDelay", 250);
-        QVERIFY(playAndWaitForPicture());
-
-        // Going full screen closes a track panel that was open in the window.
         QVERIFY(click(paneItem(u"subtitleControls"_s)));
         QVERIFY(m_model->subtitleControlsOpen());
         m_model->setVideoFullScreen(true);
         QVERIFY(!m_model->subtitleControlsOpen());
-        QQuickWindow *window = fullScreenWindow();
+        window = fullScreenWindow();
         QVERIFY(window);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
+        controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
         QVERIFY(controls->isVisible());
 
         // Playing, pointer away: it hides; a movement brings it back.
