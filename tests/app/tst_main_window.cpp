@@ -190,6 +190,8 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
     }
 
+    // A session connection: its channels and guide, searched, filtered by category, a channel
+    // starred; then the window closed.
     void connectingWithoutSavingKeepsASessionConnection()
     {
         fillEditor(u"m3u"_s, u"  Proves locals  "_s, u" "_s + playlistAddress() + u"  "_s, QString(), QString());
@@ -214,12 +216,13 @@ private Q_SLOTS:
         QCOMPARE(m_ui.text(u"connectionCaption"_s), u"Sessió temporal"_s);
         QCOMPARE(m_ui.text(u"storageTitle"_s), u"Sessió temporal"_s);
         QCOMPARE(m_ui.text(u"storageNote"_s), u"Aquesta connexió es manté només en memòria."_s);
-        QTRY_COMPARE(m_ui.text(u"channelCount"_s), QString::number(m_provider->catalog().liveChannelCount()) + u" CANALS"_s);
+        const ProviderCatalog &catalog = m_provider->catalog();
+        QTRY_COMPARE(m_ui.text(u"channelCount"_s), QString::number(catalog.liveChannelCount()) + u" CANALS"_s);
 
         // The list's guide arrives: the top row shows what is on now; the logos come with it.
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
         const QString onNow
-            = ProviderGuide(m_provider->catalog()).programmeAt(0, QDateTime::currentSecsSinceEpoch()).title;
+            = ProviderGuide(catalog).programmeAt(0, QDateTime::currentSecsSinceEpoch()).title;
         const auto topRowLine = [this] {
             QQuickItem *top = nullptr;
             for (QQuickItem *line : m_ui.findAll(u"channelNowTitle"_s)) {
@@ -232,69 +235,6 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!m_ui.findAll(u"channelLogoImage"_s).isEmpty()
                 && m_ui.findAll(u"channelLogoImage"_s).constFirst()->isVisible(), 10000);
         QVERIFY(m_ui.saveScreenshot(u"channels"_s));
-    }
-
-    void connectingAndSavingStoresTheConnection()
-    {
-        fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
-        QCOMPARE(m_model->sources().size(), 1);
-        QVERIFY(m_model->temporarySources().isEmpty());
-        QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
-        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
-
-        // The next start finds it in the keychain and opens it.
-        m_preferences->restart();
-        QVERIFY(openWindow());
-        QCOMPARE(m_model->sources().size(), 1);
-        QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
-        QVERIFY(!m_ui.isShown(u"welcomeView"_s));
-        m_model->remove(m_model->sources().constFirst());
-        QTRY_VERIFY(m_model->sources().isEmpty());
-    }
-
-    void aFailedLoadKeepsTheEditorOpen()
-    {
-        fillEditor(u"m3u"_s, u"No hi és"_s, m_provider->url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
-        m_ui.click(m_ui.item(u"saveSwitch"_s));
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->notice().value_or(QString()).isEmpty(), 20000);
-        QVERIFY(m_model->editingSource().has_value());
-        QVERIFY(m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
-        QCOMPARE(m_ui.text(u"editorError"_s), *m_model->notice());
-        QVERIFY(m_ui.saveScreenshot(u"editor-failed"_s));
-        m_ui.click(m_ui.item(u"cancelButton"_s));
-        QVERIFY(!m_model->editingSource().has_value());
-        // The banner keeps the message, with "Reintenta".
-        QVERIFY(m_ui.isShown(u"noticeBanner"_s));
-        QCOMPARE(m_ui.text(u"noticeText"_s), *m_model->notice());
-        QVERIFY(m_model->allSources().isEmpty());
-    }
-
-    void cancellingTheCheckStoresNothing()
-    {
-        fillEditor(u"m3u"_s, u"A mig camí"_s, playlistAddress(), QString(), QString());
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QVERIFY(m_model->isLoading());
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Comprovant la connexió…"_s);
-        // Only "Cancel·la" closes the sheet while the connection is checked.
-        QCOMPARE(m_ui.object(u"sourceEditor"_s)->property("closePolicy").toInt(), 0);
-        m_ui.click(m_ui.item(u"cancelButton"_s));
-        QVERIFY(!m_model->isLoading());
-        QVERIFY(!m_model->editingSource().has_value());
-        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
-        // The abandoned check's answer is dropped: nothing appears.
-        QVERIFY(!QTest::qWaitFor([&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
-        QVERIFY(m_ui.isShown(u"welcomeView"_s));
-    }
-
-    // A loaded list searched, filtered by category, a channel starred; then the window closed.
-    void aLoadedListIsFilteredStarredAndClosed()
-    {
-        QVERIFY(loadPlaylist(u"Proves"_s));
-        const ProviderCatalog &catalog = m_provider->catalog();
-        QTRY_COMPARE(m_ui.text(u"channelCount"_s), QString::number(catalog.liveChannelCount()) + u" CANALS"_s);
 
         // One channel by its full name: one that no other channel's name contains.
         QString name;
@@ -377,6 +317,61 @@ private Q_SLOTS:
         m_ui.window()->close();
         QVERIFY(!m_model->isLoading());
         QVERIFY(!m_model->currentChannel().has_value());
+    }
+
+
+    void connectingAndSavingStoresTheConnection()
+    {
+        fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
+        QCOMPARE(m_model->sources().size(), 1);
+        QVERIFY(m_model->temporarySources().isEmpty());
+        QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
+        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
+
+        // The next start finds it in the keychain and opens it.
+        m_preferences->restart();
+        QVERIFY(openWindow());
+        QCOMPARE(m_model->sources().size(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
+        QVERIFY(!m_ui.isShown(u"welcomeView"_s));
+        m_model->remove(m_model->sources().constFirst());
+        QTRY_VERIFY(m_model->sources().isEmpty());
+    }
+
+    // A failed load keeps the editor open; a cancelled check stores nothing.
+    void aFailedLoadKeepsTheEditorOpen()
+    {
+        fillEditor(u"m3u"_s, u"No hi és"_s, m_provider->url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
+        m_ui.click(m_ui.item(u"saveSwitch"_s));
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->notice().value_or(QString()).isEmpty(), 20000);
+        QVERIFY(m_model->editingSource().has_value());
+        QVERIFY(m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
+        QCOMPARE(m_ui.text(u"editorError"_s), *m_model->notice());
+        QVERIFY(m_ui.saveScreenshot(u"editor-failed"_s));
+        m_ui.click(m_ui.item(u"cancelButton"_s));
+        QVERIFY(!m_model->editingSource().has_value());
+        // The banner keeps the message, with "Reintenta".
+        QVERIFY(m_ui.isShown(u"noticeBanner"_s));
+        QCOMPARE(m_ui.text(u"noticeText"_s), *m_model->notice());
+        QVERIFY(m_model->allSources().isEmpty());
+
+        // Cancelled while the connection is checked: nothing is stored.
+        fillEditor(u"m3u"_s, u"A mig camí"_s, playlistAddress(), QString(), QString());
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QVERIFY(m_model->isLoading());
+        QCOMPARE(m_ui.text(u"connectButton"_s), u"Comprovant la connexió…"_s);
+        // Only "Cancel·la" closes the sheet while the connection is checked.
+        QCOMPARE(m_ui.object(u"sourceEditor"_s)->property("closePolicy").toInt(), 0);
+        m_ui.click(m_ui.item(u"cancelButton"_s));
+        QVERIFY(!m_model->isLoading());
+        QVERIFY(!m_model->editingSource().has_value());
+        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
+        // The abandoned check's answer is dropped: nothing appears.
+        QVERIFY(!QTest::qWaitFor([&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
+        QVERIFY(m_ui.isShown(u"welcomeView"_s));
     }
 
     void menuCommandsFollowTheModel()
