@@ -5,7 +5,6 @@
 #include "../stores/StoreTestSupport.h"
 #include "CommandLine.h"
 #include "MediaPlayer.h"
-#include "PlatformText.h"
 #include "PlatformTextSingleton.h"
 #include "ProviderGuide.h"
 #include "ProviderServer.h"
@@ -20,6 +19,7 @@
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QDateTime>
 #include <QTest>
@@ -142,9 +142,16 @@ private Q_SLOTS:
         QVERIFY(!m_ui.isShown(u"noticeBanner"_s));
         QCOMPARE(m_ui.text(u"headerTitle"_s), u"TV en directe"_s);
         QCOMPARE(m_ui.text(u"headerSubtitle"_s), u"Tot el que vols veure, en un sol lloc."_s);
-        QCOMPARE(m_ui.text(u"versionLine"_s), PlatformText::versionLine());
-        QCOMPARE(m_ui.item(u"refreshButton"_s)->property("toolTipText").toString(),
-                 u"Actualitza la llista · "_s + PlatformTextSingleton::shortcut(u"R"_s));
+        // The version and the system; the command key as the platform writes it.
+        const QString version = m_ui.text(u"versionLine"_s);
+#if defined(Q_OS_MACOS)
+        QVERIFY2(version.startsWith(u"0.1.0 · "_s), qPrintable(version));
+        const QString refresh = u"Actualitza la llista · "_s + PlatformTextSingleton::shortcut(u"R"_s);
+#else
+        QVERIFY2(QRegularExpression(u"^0\\.1\\.0 · Linux \\S+$"_s).match(version).hasMatch(), qPrintable(version));
+        const QString refresh = u"Actualitza la llista · Ctrl+R"_s;
+#endif
+        QCOMPARE(m_ui.item(u"refreshButton"_s)->property("toolTipText").toString(), refresh);
         QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"refreshButton"_s)), m_ui.item(u"refreshButton"_s)->property("toolTipText").toString());
         QCOMPARE(m_ui.text(u"storageTitle"_s), u"Desat al teu "_s + PlatformTextSingleton::computer());
         QVERIFY(m_ui.saveScreenshot(u"welcome"_s));
