@@ -76,19 +76,6 @@ private:
         m_ui.type(editorField(u"passwordField"_s), password);
     }
 
-    bool loadPlaylist(const QString &name)
-    {
-        fillEditor(u"m3u"_s, name, playlistAddress(), QString(), QString());
-        m_ui.click(m_ui.item(u"saveSwitch"_s));
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        // Loaded, and the connection's row laid out in the sidebar.
-        return QTest::qWaitFor([&] { return !m_model->editingSource() && m_model->channelCount() > 0; }, 20000)
-            && QTest::qWaitFor([&] {
-                   QQuickItem *row = m_ui.find(u"connectionOptions"_s);
-                   return row && row->isVisible() && m_ui.item(u"connectionList"_s)->height() >= 40;
-               });
-    }
-
     QList<QQuickItem *> channelRows() const
     {
         QList<QQuickItem *> rows;
@@ -198,7 +185,7 @@ private Q_SLOTS:
     }
 
     // A session connection: its channels and guide, searched, filtered by category, a channel
-    // starred; then the window closed.
+    // starred; then edited from its menu and removed.
     void connectingWithoutSavingKeepsASessionConnection()
     {
         fillEditor(u"m3u"_s, u"  Proves locals  "_s, u" "_s + playlistAddress() + u"  "_s, QString(), QString());
@@ -316,16 +303,44 @@ private Q_SLOTS:
         QCOMPARE(m_model->favoriteCount(), 0);
         QTRY_COMPARE(star->property("iconName").toString(), u"star"_s);
 
-        // Closing the window stops the playback and the loading.
-        m_ui.click(m_ui.find(u"channelPlayButton"_s, channelRows().constFirst()));
-        QVERIFY(m_model->currentChannel().has_value());
-        m_model->refreshCurrentView();
-        QVERIFY(m_model->isLoading());
-        m_ui.window()->close();
-        QVERIFY(!m_model->isLoading());
-        QVERIFY(!m_model->currentChannel().has_value());
-    }
+        // The connection's menu opens the editor on it, and its removal asks first.
+        QTRY_VERIFY(m_ui.isShown(u"connectionOptions"_s) && m_ui.item(u"connectionList"_s)->height() >= 40);
+        const std::optional<QUuid> active = m_model->activeID();
+        QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"connectionOptions"_s)), u"Opcions de Proves locals"_s);
+        const auto choose = [this](const QString &command, const QString &opens) {
+            m_ui.click(m_ui.item(u"connectionOptions"_s));
+            QTRY_VERIFY(m_ui.isOpen(u"connectionMenu"_s));
+            QVERIFY(m_ui.saveScreenshot(u"connection-menu"_s));
+            m_ui.click(m_ui.item(command));
+            QTRY_VERIFY(m_ui.isOpen(opens));
+        };
 
+        choose(u"editConnectionItem"_s, u"sourceEditor"_s);
+        QCOMPARE(m_model->editingSource()->id, m_model->temporarySources().constFirst().id);
+        QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), u"Proves locals"_s);
+        QCOMPARE(editorField(u"addressField"_s)->property("text").toString(), playlistAddress());
+        // Every opening starts with saving on and no message.
+        QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta i desa"_s);
+        QVERIFY(!m_ui.isShown(u"editorError"_s));
+        QTest::keyClick(m_ui.window(), Qt::Key_Escape);
+        QVERIFY(!m_model->editingSource().has_value());
+        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
+
+        choose(u"removeConnectionItem"_s, u"removeSourceDialog"_s);
+        QCOMPARE(m_ui.text(u"confirmRemoval"_s), u"Elimina «Proves locals»"_s);
+        QVERIFY(m_ui.saveScreenshot(u"removal"_s));
+        m_ui.click(m_ui.item(u"cancelRemoval"_s));
+        QTRY_VERIFY(!m_ui.isOpen(u"removeSourceDialog"_s));
+        QCOMPARE(m_model->allSources().size(), 1);
+        QCOMPARE(m_model->activeID(), active);
+        QVERIFY(m_model->channelCount() > 0);
+
+        choose(u"removeConnectionItem"_s, u"removeSourceDialog"_s);
+        m_ui.click(m_ui.item(u"confirmRemoval"_s));
+        QTRY_VERIFY(!m_ui.isOpen(u"removeSourceDialog"_s));
+        QTRY_VERIFY(m_model->allSources().isEmpty());
+        QTRY_VERIFY(m_ui.isShown(u"welcomeView"_s));
+    }
 
     void connectingAndSavingStoresTheConnection()
     {
@@ -381,6 +396,7 @@ private Q_SLOTS:
         QVERIFY(m_ui.isShown(u"welcomeView"_s));
     }
 
+    // The menu commands follow the model; closing the window stops the playback and the loading.
     void menuCommandsFollowTheModel()
     {
         QObject *add = m_ui.object(u"addSourceAction"_s);
@@ -441,48 +457,15 @@ private Q_SLOTS:
         QMetaObject::invokeMethod(stop, "trigger");
         QVERIFY(!m_model->currentChannel().has_value());
         QVERIFY(!toggle->property("enabled").toBool());
-    }
 
-    // A connection's menu opens the editor on it, and its removal asks first.
-    void aConnectionIsEditedAndRemoved()
-    {
-        QVERIFY(loadPlaylist(u"Per esborrar"_s));
-        QCOMPARE(m_model->allSources().size(), 1);
-        const std::optional<QUuid> active = m_model->activeID();
-        QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"connectionOptions"_s)), u"Opcions de Per esborrar"_s);
-        const auto choose = [this](const QString &command, const QString &opens) {
-            m_ui.click(m_ui.item(u"connectionOptions"_s));
-            QTRY_VERIFY(m_ui.isOpen(u"connectionMenu"_s));
-            QVERIFY(m_ui.saveScreenshot(u"connection-menu"_s));
-            m_ui.click(m_ui.item(command));
-            QTRY_VERIFY(m_ui.isOpen(opens));
-        };
-
-        choose(u"editConnectionItem"_s, u"sourceEditor"_s);
-        QCOMPARE(m_model->editingSource()->id, m_model->temporarySources().constFirst().id);
-        QCOMPARE(editorField(u"nameField"_s)->property("text").toString(), u"Per esborrar"_s);
-        QCOMPARE(editorField(u"addressField"_s)->property("text").toString(), playlistAddress());
-        // Every opening starts with saving on and no message.
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Connecta i desa"_s);
-        QVERIFY(!m_ui.isShown(u"editorError"_s));
-        QTest::keyClick(m_ui.window(), Qt::Key_Escape);
-        QVERIFY(!m_model->editingSource().has_value());
-        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
-
-        choose(u"removeConnectionItem"_s, u"removeSourceDialog"_s);
-        QCOMPARE(m_ui.text(u"confirmRemoval"_s), u"Elimina «Per esborrar»"_s);
-        QVERIFY(m_ui.saveScreenshot(u"removal"_s));
-        m_ui.click(m_ui.item(u"cancelRemoval"_s));
-        QTRY_VERIFY(!m_ui.isOpen(u"removeSourceDialog"_s));
-        QCOMPARE(m_model->allSources().size(), 1);
-        QCOMPARE(m_model->activeID(), active);
-        QVERIFY(m_model->channelCount() > 0);
-
-        choose(u"removeConnectionItem"_s, u"removeSourceDialog"_s);
-        m_ui.click(m_ui.item(u"confirmRemoval"_s));
-        QTRY_VERIFY(!m_ui.isOpen(u"removeSourceDialog"_s));
-        QTRY_VERIFY(m_model->allSources().isEmpty());
-        QTRY_VERIFY(m_ui.isShown(u"welcomeView"_s));
+        // Closing the window stops the playback and the loading.
+        m_ui.click(m_ui.find(u"channelPlayButton"_s, channelRows().constFirst()));
+        QVERIFY(m_model->currentChannel().has_value());
+        m_model->refreshCurrentView();
+        QVERIFY(m_model->isLoading());
+        m_ui.window()->close();
+        QVERIFY(!m_model->isLoading());
+        QVERIFY(!m_model->currentChannel().has_value());
     }
 
     void aLongListCreatesOnlyTheVisibleRows()
