@@ -2,9 +2,8 @@
 // provider over the loopback interface, with a preferences file and a keychain of the test's own.
 // Screenshots go to the test's build folder (screenshots/).
 
-#include "../stores/StoreTestSupport.h"
 #include "CommandLine.h"
-#include "MediaPlayer.h"
+#include "DemoWindow.h"
 #include "PlatformTextSingleton.h"
 #include "ProviderGuide.h"
 #include "ProviderServer.h"
@@ -12,15 +11,10 @@
 #include "models/ChannelListModel.h"
 #include "models/LibraryModel.h"
 #include "models/ProgrammeGuide.h"
-#include "WindowDriver.h"
 
-#include <QAccessible>
-#include <QDir>
-#include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRegularExpression>
-#include <QSignalSpy>
 #include <QDateTime>
 #include <QTest>
 
@@ -33,29 +27,12 @@ class tst_MainWindow : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<ProviderServer> m_provider;
-    std::unique_ptr<StoreTest::Preferences> m_preferences;
-    std::unique_ptr<LibraryModel> m_model;
-    WindowDriver m_ui;
-    QStringList m_warnings; // about the application's own components
+    DemoWindow m_window;
+    const ProviderServer &provider() const { return m_window.provider.server(); }
+    std::unique_ptr<LibraryModel> &m_model = m_window.model;
+    WindowDriver &m_ui = m_window.ui;
 
-    QString playlistAddress() const { return m_provider->url(u"/playlist.m3u"_s).toString(); }
-
-    // A fresh model and window, as the application starts them.
-    bool openWindow()
-    {
-        closeWindow();
-        m_model = WindowDriver::startModel(m_preferences->settings(), u"test.quenvo.mainwindow"_s);
-        if (!m_model)
-            return false;
-        return m_ui.open(m_model.get());
-    }
-
-    void closeWindow()
-    {
-        m_warnings += m_ui.finish();
-        m_model.reset();
-    }
+    QString playlistAddress() const { return provider().url(u"/playlist.m3u"_s).toString(); }
 
     QQuickItem *editorField(const QString &name) const
     {
@@ -91,30 +68,16 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
         ProviderOptions options;
         options.liveChannels = 40;
         options.categories = 3;
         options.movies = 2;
         options.series = 1;
-        m_provider = std::make_unique<ProviderServer>(options);
-        QVERIFY2(m_provider->start(), qPrintable(m_provider->errorString()));
+        QVERIFY2(m_window.startProvider(options), qPrintable(provider().errorString()));
     }
 
-    void init()
-    {
-        m_warnings.clear();
-        m_preferences = std::make_unique<StoreTest::Preferences>();
-        QVERIFY(openWindow());
-    }
-
-    void cleanup()
-    {
-        closeWindow();
-        m_preferences.reset();
-        // The window's own components must load and bind without a warning.
-        QVERIFY2(m_warnings.isEmpty(), qPrintable(m_warnings.join(u'\n')));
-    }
+    void init() { QVERIFY(m_window.open(u"test.quenvo.mainwindow"_s)); }
+    void cleanup() { m_window.finish(); }
 
     // The welcome, then the editor it opens: what is typed reaches the model's rules for either kind
     // (the rules are the model's, tst_library_model) and their message shows under the fields; the
@@ -210,7 +173,7 @@ private Q_SLOTS:
         QCOMPARE(m_ui.text(u"connectionCaption"_s), u"Sessió temporal"_s);
         QCOMPARE(m_ui.text(u"storageTitle"_s), u"Sessió temporal"_s);
         QCOMPARE(m_ui.text(u"storageNote"_s), u"Aquesta connexió es manté només en memòria."_s);
-        const ProviderCatalog &catalog = m_provider->catalog();
+        const ProviderCatalog &catalog = provider().catalog();
         QTRY_COMPARE(m_ui.text(u"channelCount"_s), QString::number(catalog.liveChannelCount()) + u" CANALS"_s);
 
         // The list's guide arrives: the top row shows what is on now; the logos come with it.
@@ -353,8 +316,7 @@ private Q_SLOTS:
         QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
 
         // The next start finds it in the keychain and opens it.
-        m_preferences->restart();
-        QVERIFY(openWindow());
+        QVERIFY(m_window.restart(u"test.quenvo.mainwindow"_s));
         QCOMPARE(m_model->sources().size(), 1);
         QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
         QVERIFY(!m_ui.isShown(u"welcomeView"_s));
@@ -365,7 +327,7 @@ private Q_SLOTS:
     // A failed load keeps the editor open; a cancelled check stores nothing.
     void aFailedLoadKeepsTheEditorOpen()
     {
-        fillEditor(u"m3u"_s, u"No hi és"_s, m_provider->url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
+        fillEditor(u"m3u"_s, u"No hi és"_s, provider().url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
         m_ui.click(m_ui.item(u"saveSwitch"_s));
         m_ui.click(m_ui.item(u"connectButton"_s));
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->notice().value_or(QString()).isEmpty(), 20000);
