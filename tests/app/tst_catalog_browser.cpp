@@ -124,15 +124,8 @@ private:
     }
     void openTitle(const QString &name)
     {
-        QQuickItem *card = nullptr;
-        QTRY_VERIFY((card = [&]() -> QQuickItem * {
-            for (QQuickItem *each : cards()) {
-                if (each->property("name").toString() == name)
-                    return each;
-            }
-            return nullptr;
-        }()));
-        m_ui.click(card);
+        QTRY_VERIFY(cardNames().contains(name));
+        m_ui.click(cards().at(cardNames().indexOf(name)));
         QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
         QTRY_VERIFY(catalog()->detail().has_value());
     }
