@@ -278,7 +278,6 @@ private Q_SLOTS:
         grid->setProperty("contentY", 0);
         QVERIFY(m_ui.settle());
         openTitle(cards().constFirst()->property("name").toString());
-        QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
         QTRY_VERIFY(!catalog()->loadingDetail());
         QVERIFY(m_ui.settle());
         QTRY_VERIFY(artwork->isIdle());
