@@ -290,7 +290,9 @@ private Q_SLOTS:
         QVERIFY(textIn(u"addToPersonalListSheet"_s, u"folderNote"_s).startsWith(u"Cada agrupació"_s));
     }
 
-    void groupSheetAddsEveryChannelOfTheChosenGroups()
+    // The group sheet adds every channel of the live groups chosen, and links catalogue categories as
+    // folders; so do a category's own button and its row's menu.
+    void groupSheetAddsChannelsAndLinksFolders()
     {
         QVERIFY(connect());
         m_ui.click(u"addSeveralGroups"_s);
@@ -339,12 +341,8 @@ private Q_SLOTS:
         QCOMPARE(list.name(), u"Dos grups"_s);
         QCOMPARE(list.entries().size(), expected);
         QVERIFY(list.categories().isEmpty());
-    }
 
-    void groupSheetLinksCatalogueCategoriesAsFolders()
-    {
-        QVERIFY(connect());
-        const QUuid list = store().create(u"Pel·lis"_s);
+        // The movies' categories: linked to that list as folders, none of their titles added.
         m_model->selectSection(u"movies"_s);
         QTRY_COMPARE(m_model->catalog()->categoryCount(), catalog().vodCategoryCount());
         QTRY_VERIFY(m_ui.isShown(u"addSeveralCategories"_s));
@@ -360,8 +358,8 @@ private Q_SLOTS:
         QVERIFY(m_ui.saveScreenshot(u"lists-group-sheet-movies"_s));
         m_ui.click(in(u"groupSelectionSheet"_s, u"confirmButton"_s));
         QTRY_VERIFY(!m_ui.isOpen(u"groupSelectionSheet"_s));
-        QCOMPARE(store().list(list)->categories().size(), catalog().vodCategoryCount());
-        QVERIFY(store().list(list)->entries().isEmpty());
+        QCOMPARE(store().list(list.id())->categories().size(), catalog().vodCategoryCount());
+        QCOMPARE(store().list(list.id())->entries().size(), expected);
 
         // The selected category from the title grid: linked as one folder.
         const QUuid other = store().create(u"Una carpeta"_s);
