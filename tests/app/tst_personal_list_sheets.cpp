@@ -158,7 +158,8 @@ private Q_SLOTS:
             QVERIFY(m_ui.saveScreenshot(u"lists-name-editor-error"_s));
     }
 
-    // A channel row adds its channel; a new list must have a name of its own.
+    // A channel row adds its channel; a new list must have a name of its own; what the sheet says of
+    // several groups.
     void channelRowAddsItsChannel()
     {
         QVERIFY(connect());
@@ -228,6 +229,20 @@ private Q_SLOTS:
         QVERIFY(store().entries(second).isEmpty());
         m_ui.key(Qt::Key_Escape);
         QTRY_VERIFY(!m_ui.isOpen(u"addToPersonalListSheet"_s));
+
+        // Channels and several groups: the headline counts the groups, and the note says each one
+        // shows as a folder. (One group is named, with a note of its own, where a category opens it.)
+        const QUuid elsewhere = QUuid::createUuid();
+        PersonalListContent content;
+        for (int i = 0; i < 2; ++i)
+            content.entries.append(PersonalEntry(elsewhere, PersonalContentKind::live, QString::number(i),
+                u"Canal "_s + QString::number(i), QString(), QString(), QString(), QString()));
+        for (int i = 0; i < 3; ++i)
+            content.categories.append(PersonalCategory(elsewhere, PersonalContentKind::movies, QString::number(i),
+                u"Grup "_s + QString::number(i)));
+        call(u"addToPersonalListSheet"_s, "show", content.toVariant());
+        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), u"3 agrupacions seleccionades"_s);
+        QVERIFY(textIn(u"addToPersonalListSheet"_s, u"folderNote"_s).startsWith(u"Cada agrupació"_s));
     }
 
     void channelListSelectionMode()
@@ -271,23 +286,6 @@ private Q_SLOTS:
         m_ui.key(Qt::Key_Escape);
         m_ui.click(u"channelSelectionMode"_s);
         QTRY_VERIFY(!m_ui.isShown(u"channelSelectionRow"_s));
-    }
-
-    // Channels and several groups: the headline counts the groups, and the note says each one shows
-    // as a folder. (One group is named, with a note of its own, where a category opens the sheet.)
-    void addSheetNamesSeveralGroups()
-    {
-        const QUuid source = QUuid::createUuid();
-        PersonalListContent content;
-        for (int i = 0; i < 2; ++i)
-            content.entries.append(PersonalEntry(source, PersonalContentKind::live, QString::number(i),
-                u"Canal "_s + QString::number(i), QString(), QString(), QString(), QString()));
-        for (int i = 0; i < 3; ++i)
-            content.categories.append(PersonalCategory(source, PersonalContentKind::movies, QString::number(i),
-                u"Grup "_s + QString::number(i)));
-        call(u"addToPersonalListSheet"_s, "show", content.toVariant());
-        QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), u"3 agrupacions seleccionades"_s);
-        QVERIFY(textIn(u"addToPersonalListSheet"_s, u"folderNote"_s).startsWith(u"Cada agrupació"_s));
     }
 
     // The group sheet adds every channel of the live groups chosen, and links catalogue categories as
