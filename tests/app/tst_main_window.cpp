@@ -305,27 +305,9 @@ private Q_SLOTS:
         QTRY_VERIFY(m_ui.isShown(u"welcomeView"_s));
     }
 
-    void connectingAndSavingStoresTheConnection()
-    {
-        fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
-        QCOMPARE(m_model->sources().size(), 1);
-        QVERIFY(m_model->temporarySources().isEmpty());
-        QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
-        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
-
-        // The next start finds it in the keychain and opens it.
-        QVERIFY(m_window.restart(u"test.quenvo.mainwindow"_s));
-        QCOMPARE(m_model->sources().size(), 1);
-        QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
-        QVERIFY(!m_ui.isShown(u"welcomeView"_s));
-        m_model->remove(m_model->sources().constFirst());
-        QTRY_VERIFY(m_model->sources().isEmpty());
-    }
-
-    // A failed load keeps the editor open; a cancelled check stores nothing.
-    void aFailedLoadKeepsTheEditorOpen()
+    // A failed load keeps the editor open; a cancelled check stores nothing; a connection saved is
+    // there at the next start.
+    void theEditorFailsCancelsAndSaves()
     {
         fillEditor(u"m3u"_s, u"No hi és"_s, provider().url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
         m_ui.click(m_ui.item(u"saveSwitch"_s));
@@ -356,6 +338,22 @@ private Q_SLOTS:
         // The abandoned check's answer is dropped: nothing appears.
         QVERIFY(!QTest::qWaitFor([&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
         QVERIFY(m_ui.isShown(u"welcomeView"_s));
+
+        // Connected and saved: stored in the keychain, where the next start finds it and opens it.
+        fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
+        QCOMPARE(m_model->sources().size(), 1);
+        QVERIFY(m_model->temporarySources().isEmpty());
+        QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
+        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
+
+        QVERIFY(m_window.restart(u"test.quenvo.mainwindow"_s));
+        QCOMPARE(m_model->sources().size(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
+        QVERIFY(!m_ui.isShown(u"welcomeView"_s));
+        m_model->remove(m_model->sources().constFirst());
+        QTRY_VERIFY(m_model->sources().isEmpty());
     }
 
     // The menu commands follow the model; closing the window stops the playback and the loading.
