@@ -81,7 +81,8 @@ private Q_SLOTS:
 
     // The welcome, then the editor it opens: what is typed reaches the model's rules for either kind
     // (the rules are the model's, tst_library_model) and their message shows under the fields; the
-    // kind changes labels but keeps the texts.
+    // kind changes labels but keeps the texts. Then a failed load keeps the editor open, a cancelled
+    // check stores nothing, and a connection saved is there at the next start.
     void firstStartShowsTheWelcomeAndTheEditor()
     {
         QCOMPARE(m_ui.window()->title(), u"Quenvo"_s);
@@ -145,7 +146,55 @@ private Q_SLOTS:
         m_ui.click(m_ui.item(u"cancelButton"_s));
         QVERIFY(!m_model->editingSource().has_value());
         QTRY_VERIFY(!m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
+
+        // A failed load keeps the editor open.
+        fillEditor(u"m3u"_s, u"No hi és"_s, provider().url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
+        m_ui.click(m_ui.item(u"saveSwitch"_s));
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->notice().value_or(QString()).isEmpty(), 20000);
+        QVERIFY(m_model->editingSource().has_value());
+        QVERIFY(m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
+        QCOMPARE(m_ui.text(u"editorError"_s), *m_model->notice());
+        QVERIFY(m_ui.saveScreenshot(u"editor-failed"_s));
+        m_ui.click(m_ui.item(u"cancelButton"_s));
+        QVERIFY(!m_model->editingSource().has_value());
+        // The banner keeps the message, with "Reintenta".
+        QVERIFY(m_ui.isShown(u"noticeBanner"_s));
+        QCOMPARE(m_ui.text(u"noticeText"_s), *m_model->notice());
+        QVERIFY(m_model->allSources().isEmpty());
+
+        // Cancelled while the connection is checked: nothing is stored.
+        fillEditor(u"m3u"_s, u"A mig camí"_s, playlistAddress(), QString(), QString());
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QVERIFY(m_model->isLoading());
+        QCOMPARE(m_ui.text(u"connectButton"_s), u"Comprovant la connexió…"_s);
+        // Only "Cancel·la" closes the sheet while the connection is checked.
+        QCOMPARE(m_ui.object(u"sourceEditor"_s)->property("closePolicy").toInt(), 0);
+        m_ui.click(m_ui.item(u"cancelButton"_s));
+        QVERIFY(!m_model->isLoading());
+        QVERIFY(!m_model->editingSource().has_value());
+        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
+        // The abandoned check's answer is dropped: nothing appears.
+        QVERIFY(!QTest::qWaitFor([&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
+        QVERIFY(m_ui.isShown(u"welcomeView"_s));
+
+        // Connected and saved: stored in the keychain, where the next start finds it and opens it.
+        fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
+        m_ui.click(m_ui.item(u"connectButton"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
+        QCOMPARE(m_model->sources().size(), 1);
+        QVERIFY(m_model->temporarySources().isEmpty());
+        QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
+        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
+
+        QVERIFY(m_window.restart(u"test.quenvo.mainwindow"_s));
+        QCOMPARE(m_model->sources().size(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
+        QVERIFY(!m_ui.isShown(u"welcomeView"_s));
+        m_model->remove(m_model->sources().constFirst());
+        QTRY_VERIFY(m_model->sources().isEmpty());
     }
+
 
     // A session connection: its channels and guide, searched, filtered by category, a channel
     // starred; then edited from its menu and removed.
@@ -303,57 +352,6 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_ui.isOpen(u"removeSourceDialog"_s));
         QTRY_VERIFY(m_model->allSources().isEmpty());
         QTRY_VERIFY(m_ui.isShown(u"welcomeView"_s));
-    }
-
-    // A failed load keeps the editor open; a cancelled check stores nothing; a connection saved is
-    // there at the next start.
-    void theEditorFailsCancelsAndSaves()
-    {
-        fillEditor(u"m3u"_s, u"No hi és"_s, provider().url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
-        m_ui.click(m_ui.item(u"saveSwitch"_s));
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->notice().value_or(QString()).isEmpty(), 20000);
-        QVERIFY(m_model->editingSource().has_value());
-        QVERIFY(m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
-        QCOMPARE(m_ui.text(u"editorError"_s), *m_model->notice());
-        QVERIFY(m_ui.saveScreenshot(u"editor-failed"_s));
-        m_ui.click(m_ui.item(u"cancelButton"_s));
-        QVERIFY(!m_model->editingSource().has_value());
-        // The banner keeps the message, with "Reintenta".
-        QVERIFY(m_ui.isShown(u"noticeBanner"_s));
-        QCOMPARE(m_ui.text(u"noticeText"_s), *m_model->notice());
-        QVERIFY(m_model->allSources().isEmpty());
-
-        // Cancelled while the connection is checked: nothing is stored.
-        fillEditor(u"m3u"_s, u"A mig camí"_s, playlistAddress(), QString(), QString());
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QVERIFY(m_model->isLoading());
-        QCOMPARE(m_ui.text(u"connectButton"_s), u"Comprovant la connexió…"_s);
-        // Only "Cancel·la" closes the sheet while the connection is checked.
-        QCOMPARE(m_ui.object(u"sourceEditor"_s)->property("closePolicy").toInt(), 0);
-        m_ui.click(m_ui.item(u"cancelButton"_s));
-        QVERIFY(!m_model->isLoading());
-        QVERIFY(!m_model->editingSource().has_value());
-        QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
-        // The abandoned check's answer is dropped: nothing appears.
-        QVERIFY(!QTest::qWaitFor([&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
-        QVERIFY(m_ui.isShown(u"welcomeView"_s));
-
-        // Connected and saved: stored in the keychain, where the next start finds it and opens it.
-        fillEditor(u"m3u"_s, u"Desada"_s, playlistAddress(), QString(), QString());
-        m_ui.click(m_ui.item(u"connectButton"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->editingSource().has_value(), 20000);
-        QCOMPARE(m_model->sources().size(), 1);
-        QVERIFY(m_model->temporarySources().isEmpty());
-        QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
-        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
-
-        QVERIFY(m_window.restart(u"test.quenvo.mainwindow"_s));
-        QCOMPARE(m_model->sources().size(), 1);
-        QTRY_VERIFY_WITH_TIMEOUT(m_model->channelCount() > 0, 20000);
-        QVERIFY(!m_ui.isShown(u"welcomeView"_s));
-        m_model->remove(m_model->sources().constFirst());
-        QTRY_VERIFY(m_model->sources().isEmpty());
     }
 
     // The menu commands follow the model; closing the window stops the playback and the loading.
