@@ -132,64 +132,10 @@ private Q_SLOTS:
         QVERIFY(m_ui.isShown(u"personalListBrowser"_s));
     }
 
-    void searchSelectionAndKinds()
-    {
-        PersonalList list(m_listID, u"Barreja"_s);
-        list.link(movieGroup(0));
-        list.link(movieGroup(1));
-        QVERIFY(start({list}));
-        // Channels by name through the store, as the add sheet adds them.
-        QList<PersonalEntry> entries;
-        for (int index = 0; index < 4; ++index)
-            entries.append(PersonalEntry(source(), m_model->channels().at(index)));
-        store().add(entries, {}, m_listID);
-        openList();
-        QCOMPARE(browser()->kindName(), u"live"_s);
-        QCOMPARE(browser()->kindLabels(),
-            (QStringList{u"TV en directe · 4"_s, u"Pel·lícules · 2"_s, u"Sèries · 0"_s}));
-        QTRY_COMPARE(m_ui.findAll(u"listChannelCard"_s).size(), 4);
-
-        // A search that matches nothing.
-        m_ui.type(u"listSearch"_s, u"cap canal així"_s);
-        QTRY_COMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"listEmptyState"_s)), u"Cap resultat"_s);
-        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"listEmptyState"_s)),
-            u"Prova una altra cerca o tipus de contingut."_s);
-
-        // Narrowed to one channel, "Selecciona els resultats" takes only that one.
-        const QString kept = m_model->channels().at(2).name();
-        m_ui.type(u"listSearch"_s, kept);
-        QTRY_COMPARE(m_ui.texts(u"cardName"_s), QStringList{kept});
-        m_ui.click(u"selectionModeButton"_s);
-        QCOMPARE(m_ui.text(u"selectionModeButton"_s), u"Acaba la selecció"_s);
-        m_ui.click(u"selectListResults"_s);
-        QCOMPARE(m_ui.text(u"chosenCount"_s), u"1 seleccionats"_s);
-        QVERIFY(m_ui.item(u"addChosenToList"_s)->isEnabled());
-        QVERIFY(m_ui.saveScreenshot(u"list-selection"_s));
-
-        // Another kind forgets the choice and the search.
-        m_ui.click(u"segment_movies"_s);
-        QCOMPARE(browser()->kindName(), u"movies"_s);
-        QCOMPARE(m_ui.text(u"chosenCount"_s), u"0 seleccionats"_s);
-        QCOMPARE(m_ui.item(u"listSearch"_s)->property("text").toString(), QString());
-        QCOMPARE(m_ui.text(u"listSubtitle"_s),
-            u"Les teves agrupacions de pel·lícules · Obre una carpeta per veure’n el catàleg"_s);
-        QTRY_COMPARE(m_ui.findAll(u"listGroupCard"_s).size(), 2);
-        QVERIFY(m_ui.saveScreenshot(u"list-groups"_s));
-        // "Treu de la llista" on every chosen group.
-        m_ui.click(u"selectListResults"_s);
-        m_ui.click(u"removeChosen"_s);
-        QTRY_VERIFY(store().list(m_listID)->categories().isEmpty());
-        QCOMPARE(store().list(m_listID)->entries().size(), 4);
-
-        // The kind is remembered for the next time the list opens.
-        m_model->selectSection(u"live"_s);
-        openList();
-        QCOMPARE(browser()->kindName(), u"movies"_s);
-    }
-
     // A linked live group whose removed member stays hidden across a refresh; linked groups the
-    // provider cannot check, listed and retried; a channel opened from a list, and the way back.
-    void groupsChecksAndTheWayBack()
+    // provider cannot check, listed and retried; a channel opened from a list, and the way back; a
+    // list's search, selection and kinds.
+    void contentChecksAndTheWayBack()
     {
         PersonalList live(m_listID, u"Grup viu"_s);
         live.link(liveGroup(0));
@@ -197,7 +143,10 @@ private Q_SLOTS:
         checked.link(movieGroup(0));
         checked.link(PersonalCategory(source(), PersonalContentKind::movies, u"999999"_s, u"Retirada"_s));
         const PersonalList back(QUuid::createUuid(), u"Tornada"_s);
-        QVERIFY(start({live, checked, back}));
+        PersonalList mixed(QUuid::createUuid(), u"Barreja"_s);
+        mixed.link(movieGroup(0));
+        mixed.link(movieGroup(1));
+        QVERIFY(start({live, checked, back, mixed}));
         openList();
         int members = 0;
         for (int index = 0; index < catalog().liveChannelCount(); ++index)
@@ -247,6 +196,55 @@ private Q_SLOTS:
         m_ui.click(u"returnButton"_s);
         QTRY_COMPARE(m_model->selectedPersonalListID(), std::optional<QUuid>(back.id()));
         QTRY_VERIFY(m_ui.isShown(u"personalListBrowser"_s));
+
+        // Channels and groups in one list: its search, its selection and its kinds.
+        // Channels by name through the store, as the add sheet adds them.
+        QList<PersonalEntry> entries;
+        for (int index = 0; index < 4; ++index)
+            entries.append(PersonalEntry(source(), m_model->channels().at(index)));
+        store().add(entries, {}, mixed.id());
+        openList(mixed.id());
+        QCOMPARE(browser()->kindName(), u"live"_s);
+        QCOMPARE(browser()->kindLabels(),
+            (QStringList{u"TV en directe · 4"_s, u"Pel·lícules · 2"_s, u"Sèries · 0"_s}));
+        QTRY_COMPARE(m_ui.findAll(u"listChannelCard"_s).size(), 4);
+
+        // A search that matches nothing.
+        m_ui.type(u"listSearch"_s, u"cap canal així"_s);
+        QTRY_COMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"listEmptyState"_s)), u"Cap resultat"_s);
+        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"listEmptyState"_s)),
+            u"Prova una altra cerca o tipus de contingut."_s);
+
+        // Narrowed to one channel, "Selecciona els resultats" takes only that one.
+        const QString kept = m_model->channels().at(2).name();
+        m_ui.type(u"listSearch"_s, kept);
+        QTRY_COMPARE(m_ui.texts(u"cardName"_s), QStringList{kept});
+        m_ui.click(u"selectionModeButton"_s);
+        QCOMPARE(m_ui.text(u"selectionModeButton"_s), u"Acaba la selecció"_s);
+        m_ui.click(u"selectListResults"_s);
+        QCOMPARE(m_ui.text(u"chosenCount"_s), u"1 seleccionats"_s);
+        QVERIFY(m_ui.item(u"addChosenToList"_s)->isEnabled());
+        QVERIFY(m_ui.saveScreenshot(u"list-selection"_s));
+
+        // Another kind forgets the choice and the search.
+        m_ui.click(u"segment_movies"_s);
+        QCOMPARE(browser()->kindName(), u"movies"_s);
+        QCOMPARE(m_ui.text(u"chosenCount"_s), u"0 seleccionats"_s);
+        QCOMPARE(m_ui.item(u"listSearch"_s)->property("text").toString(), QString());
+        QCOMPARE(m_ui.text(u"listSubtitle"_s),
+            u"Les teves agrupacions de pel·lícules · Obre una carpeta per veure’n el catàleg"_s);
+        QTRY_COMPARE(m_ui.findAll(u"listGroupCard"_s).size(), 2);
+        QVERIFY(m_ui.saveScreenshot(u"list-groups"_s));
+        // "Treu de la llista" on every chosen group.
+        m_ui.click(u"selectListResults"_s);
+        m_ui.click(u"removeChosen"_s);
+        QTRY_VERIFY(store().list(mixed.id())->categories().isEmpty());
+        QCOMPARE(store().list(mixed.id())->entries().size(), 4);
+
+        // The kind is remembered for the next time the list opens.
+        m_model->selectSection(u"live"_s);
+        openList(mixed.id());
+        QCOMPARE(browser()->kindName(), u"movies"_s);
     }
 };
 
