@@ -190,6 +190,8 @@ private Q_SLOTS:
         m_model = nullptr;
     }
 
+    // The pane idle, playing with its schedule, controls and state, waiting for a stream that does
+    // not start, and offering a retry for one that fails.
     void idleTextsUntilAChannelPlays()
     {
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
@@ -262,10 +264,8 @@ private Q_SLOTS:
         QVERIFY(click(paneItem(u"stopButton"_s)));
         QCOMPARE(m_model->currentChannel(), std::nullopt);
         QTRY_VERIFY(paneItem(u"idleView"_s)->isVisible());
-    }
 
-    void aStreamThatDoesNotStartWaitsOrOffersARetry()
-    {
+        // A stream that does not start shows the waiting indicator.
         m_model->play(liveChannel(ProviderCatalog::LiveKind::stalled), false);
         QVERIFY(m_model->waiting());
         QVERIFY(paneItem(u"waitingIndicator"_s)->isVisible());
