@@ -5,7 +5,6 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QImageReader>
 #include <QImageWriter>
 #include <QPainter>
 #include <QQmlComponent>
@@ -79,343 +78,311 @@ class TestCatalogArtwork : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    void sameAddressIsDownloadedOnce_data();
-    void sameAddressIsDownloadedOnce();
-    void cacheKeepsTheMostRecentPictures_data();
-    void cacheKeepsTheMostRecentPictures();
-    void picturesArriveAsThumbnails_data();
-    void picturesArriveAsThumbnails();
-    void failuresKeepThePlaceholder_data();
-    void failuresKeepThePlaceholder();
-    void requestWithdrawnWhileQueuedIsNeverDownloaded();
-    void engineClosedWhileDownloading();
-    void postersOnScreen();
-
 private:
-    bool startServer(int imageDelayMs = 0);
-    QUrl picture(const QString &name, int variant = -1) const;
-    QQuickItem *show(const QUrl &url, QPointF position = {});
-    static QObject *imageOf(QQuickItem *poster) { return poster->findChild<QObject *>(u"posterImage"_s); }
-    static bool hasArtwork(QQuickItem *poster) { return poster->property("hasArtwork").toBool(); }
-    int requestsFor(const QUrl &url) const
-    {
-        return m_server->imageRequestsByAddress().value(url.toString(QUrl::RemoveScheme | QUrl::RemoveAuthority));
-    }
-    // Shows `url`, waits for its picture and takes the poster away again.
-    bool showUntilReady(const QUrl &url);
-
     QHash<QString, QByteArray> m_pictures;
     std::unique_ptr<ProviderServer> m_server;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQmlComponent> m_poster;
     std::unique_ptr<QQuickWindow> m_window;
     std::vector<std::unique_ptr<QQuickItem>> m_shown;
-    QStringList m_warnings;
     ArtworkLoader *m_loader = nullptr;
-};
 
-void TestCatalogArtwork::initTestCase()
-{
-    m_pictures.insert(u"small.jpg"_s, encoded(halves(QSize(60, 90)), "jpg"));
-    m_pictures.insert(u"poster.jpg"_s, encoded(halves(QSize(300, 450)), "jpg"));
-    m_pictures.insert(u"wide.png"_s, encoded(halves(QSize(1200, 800)), "png"));
-    m_pictures.insert(u"tall.jpg"_s, encoded(halves(QSize(500, 1500)), "jpg"));
-    m_pictures.insert(u"turned.jpg"_s, sidewaysJpeg(halves(QSize(400, 200))));
-    m_pictures.insert(
-        u"turned-large.jpg"_s, sidewaysJpeg(halves(QSize(1600, 800))));
-    m_pictures.insert(u"broken.jpg"_s, QByteArrayLiteral("<html>this is not a picture</html>"));
-    for (const QString &name : {u"turned.jpg"_s, u"turned-large.jpg"_s}) {
-        QBuffer buffer(&m_pictures[name]);
-        buffer.open(QIODevice::ReadOnly);
-        QCOMPARE(QImageReader(&buffer).transformation(), QImageIOHandler::TransformationRotate90);
-    }
-    m_loader = ArtworkLoader::instance();
-}
-
-void TestCatalogArtwork::init()
-{
-    m_loader->clearCache();
-    m_loader->resetCounters();
-    m_warnings.clear();
-    m_engine = std::make_unique<QQmlEngine>();
-    // As the application's engine: the module's qmldir lies at qrc:/Quenvo/ (Qt 6.4).
-    m_engine->addImportPath(u"qrc:/"_s);
-    CatalogArtwork::install(*m_engine);
-    connect(m_engine.get(), &QQmlEngine::warnings, this, [this](const QList<QQmlError> &warnings) {
-        for (const QQmlError &warning : warnings)
-            m_warnings += warning.toString();
-    });
-    m_poster = std::make_unique<QQmlComponent>(m_engine.get());
-    m_poster->setData("import Quenvo\nCatalogPoster { width: 100; height: 150; title: \"Pòster\" }",
-        QUrl(u"qrc:/Quenvo/views/TestPoster.qml"_s));
-    QVERIFY2(m_poster->isReady(), qPrintable(m_poster->errorString()));
-    m_window = std::make_unique<QQuickWindow>();
-    m_window->resize(640, 400);
-    m_window->setColor(Qt::black);
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-}
-
-void TestCatalogArtwork::cleanup()
-{
-    m_shown.clear();
-    // Every request answered and every response handed back to the engine before it goes.
-    QTRY_VERIFY_WITH_TIMEOUT(m_loader->isIdle(), 30000);
-    QTRY_COMPARE(ArtworkResponse::liveResponses(), 0);
-    m_window.reset();
-    m_poster.reset();
-    m_engine.reset();
-    m_server.reset();
-}
-
-bool TestCatalogArtwork::startServer(int imageDelayMs)
-{
-    ProviderOptions options;
-    options.generateMedia = false;
-    options.imageDelayMs = imageDelayMs;
-    options.extraImages = m_pictures;
-    m_server = std::make_unique<ProviderServer>(options);
-    return m_server->start();
-}
-
-// "/images/<name>", with "?n=<variant>" to make another address of the same picture.
-QUrl TestCatalogArtwork::picture(const QString &name, int variant) const
-{
-    return m_server->url(u"/images/"_s + name + (variant >= 0 ? u"?n="_s + QString::number(variant) : QString()));
-}
-
-QQuickItem *TestCatalogArtwork::show(const QUrl &url, QPointF position)
-{
-    std::unique_ptr<QObject> object(m_poster->createWithInitialProperties({{u"url"_s, url.toString()}}));
-    auto *poster = qobject_cast<QQuickItem *>(object.get());
-    if (!poster)
-        return nullptr;
-    object.release();
-    poster->setParentItem(m_window->contentItem());
-    poster->setPosition(position);
-    m_shown.emplace_back(poster);
-    return poster;
-}
-
-bool TestCatalogArtwork::showUntilReady(const QUrl &url)
-{
-    QQuickItem *poster = show(url);
-    if (!poster || !QTest::qWaitFor([&] { return hasArtwork(poster); }, 10000))
-        return false;
-    m_shown.pop_back();
-    return true;
-}
-
-void TestCatalogArtwork::sameAddressIsDownloadedOnce_data()
-{
-    QTest::addColumn<int>("together");
-    QTest::addColumn<int>("later");
-    QTest::newRow("two posters at once") << 2 << 0;
-    QTest::newRow("one, then another once it shows") << 1 << 1;
-    QTest::newRow("three at once, two later") << 3 << 2;
-}
-
-void TestCatalogArtwork::sameAddressIsDownloadedOnce()
-{
-    QFETCH(int, together);
-    QFETCH(int, later);
-    QVERIFY(startServer(200));
-    const QUrl url = picture(u"poster.jpg"_s);
-
-    QList<QQuickItem *> posters;
-    for (int index = 0; index < together; ++index)
-        posters.append(show(url, QPointF(110 * index, 0)));
-    for (QQuickItem *poster : std::as_const(posters))
-        QTRY_VERIFY(hasArtwork(poster));
-    for (int index = 0; index < later; ++index) {
-        QQuickItem *poster = show(url, QPointF(110 * index, 200));
-        QTRY_VERIFY(hasArtwork(poster));
-    }
-    QCOMPARE(requestsFor(url), 1);
-    QCOMPARE(m_server->imageRequestCount(), 1);
-    QCOMPARE(m_loader->downloadsStarted(), 1);
-}
-
-void TestCatalogArtwork::cacheKeepsTheMostRecentPictures_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("distinct");
-    QTest::addColumn<bool>("firstEvicted");
-    // 60 × 90 pixels cost 21,600 bytes: 160 of them are well within 64 MiB.
-    QTest::newRow("160 small pictures") << u"small.jpg"_s << 160 << false;
-    QTest::newRow("161 small pictures") << u"small.jpg"_s << 161 << true;
-    // 600 × 400 thumbnails cost 960,000 bytes: 69 fit in 64 MiB, not 70.
-    QTest::newRow("69 large pictures") << u"wide.png"_s << 69 << false;
-    QTest::newRow("70 large pictures") << u"wide.png"_s << 70 << true;
-}
-
-void TestCatalogArtwork::cacheKeepsTheMostRecentPictures()
-{
-    QFETCH(QString, name);
-    QFETCH(int, distinct);
-    QFETCH(bool, firstEvicted);
-    QVERIFY(startServer());
-
-    for (int variant = 0; variant < distinct; ++variant)
-        QVERIFY2(showUntilReady(picture(name, variant)), qPrintable(QString::number(variant)));
-    QVERIFY(m_loader->cachedPictures() <= ArtworkLoader::maximumCachedPictures);
-    QVERIFY(m_loader->cachedCost() <= ArtworkLoader::maximumCacheCost);
-    QCOMPARE(m_server->imageRequestCount(), distinct);
-
-    // The last one is still there; the first one only if nothing had to go.
-    QVERIFY(showUntilReady(picture(name, distinct - 1)));
-    QCOMPARE(requestsFor(picture(name, distinct - 1)), 1);
-    QVERIFY(showUntilReady(picture(name, 0)));
-    QCOMPARE(requestsFor(picture(name, 0)), firstEvicted ? 2 : 1);
-    QCOMPARE(m_server->imageRequestCount(), distinct + (firstEvicted ? 1 : 0));
-}
-
-void TestCatalogArtwork::picturesArriveAsThumbnails_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<bool>("redOnTop"); // else red on the left
-    QTest::newRow("small, as it is") << u"small.jpg"_s << QSize(60, 90) << false;
-    QTest::newRow("wide, scaled to 600") << u"wide.png"_s << QSize(600, 400) << false;
-    QTest::newRow("tall, scaled to 600") << u"tall.jpg"_s << QSize(200, 600) << false;
-    QTest::newRow("turned and scaled") << u"turned-large.jpg"_s << QSize(300, 600) << true;
-}
-
-void TestCatalogArtwork::picturesArriveAsThumbnails()
-{
-    QFETCH(QString, name);
-    QFETCH(QSize, size);
-    QFETCH(bool, redOnTop);
-    QVERIFY(startServer());
-    const QUrl url = picture(name);
-
-    QQuickItem *poster = show(url);
-    QTRY_VERIFY(hasArtwork(poster));
-    QObject *image = imageOf(poster);
-    QCOMPARE(QSize(image->property("implicitWidth").toInt(), image->property("implicitHeight").toInt()), size);
-
-    const QImage cached = m_loader->cached(url);
-    QCOMPARE(cached.size(), size);
-    const QRgb first = redOnTop ? cached.pixel(size.width() / 2, size.height() / 8)
-                                : cached.pixel(size.width() / 8, size.height() / 2);
-    const QRgb second = redOnTop ? cached.pixel(size.width() / 2, size.height() * 7 / 8)
-                                 : cached.pixel(size.width() * 7 / 8, size.height() / 2);
-    QVERIFY2(isReddish(first), qPrintable(QColor(first).name()));
-    QVERIFY2(isBluish(second), qPrintable(QColor(second).name()));
-}
-
-void TestCatalogArtwork::failuresKeepThePlaceholder_data()
-{
-    QTest::addColumn<QString>("address"); // "%1" is the provider's base address
-    QTest::newRow("404") << u"%1/posters/none.jpg"_s;
-    QTest::newRow("not a picture") << u"%1/images/broken.jpg"_s;
-    QTest::newRow("nobody listening") << u"http://127.0.0.1:%2/poster.jpg"_s;
-    QTest::newRow("not an HTTP address") << u"ftp://127.0.0.1/poster.jpg"_s;
-    QTest::newRow("not an address") << u"pòster"_s;
-}
-
-void TestCatalogArtwork::failuresKeepThePlaceholder()
-{
-    QFETCH(QString, address);
-    QVERIFY(startServer());
-    quint16 closedPort = 0;
+    static QObject *imageOf(QQuickItem *poster) { return poster->findChild<QObject *>(u"posterImage"_s); }
+    static bool hasArtwork(QQuickItem *poster) { return poster->property("hasArtwork").toBool(); }
+    int requestsFor(const QUrl &url) const
     {
-        QTcpServer taken;
-        QVERIFY(taken.listen(QHostAddress::LocalHost));
-        closedPort = taken.serverPort();
+        return m_server->imageRequestsByAddress().value(url.toString(QUrl::RemoveScheme | QUrl::RemoveAuthority));
     }
-    const QString url = address.contains(u"%2"_s) ? address.arg(closedPort)
-                                                  : address.contains(u"%1"_s) ? address.arg(m_server->baseURL().toString())
-                                                                              : address;
-    QQuickItem *poster = show(QUrl(url));
-    QTRY_COMPARE(imageOf(poster)->property("status").toInt(), imageError);
-    QVERIFY(!hasArtwork(poster));
-    QVERIFY(m_loader->cached(QUrl(url)).isNull());
-    // Shown again: asked again (failures are not remembered), and still the placeholder.
-    QQuickItem *again = show(QUrl(url), QPointF(110, 0));
-    QTRY_COMPARE(imageOf(again)->property("status").toInt(), imageError);
-    QVERIFY(!hasArtwork(again));
-}
 
-void TestCatalogArtwork::requestWithdrawnWhileQueuedIsNeverDownloaded()
-{
-    QVERIFY(startServer(400));
-    constexpr int queued = 4;
-    constexpr int total = ArtworkLoader::maximumDownloads + queued;
-    // The engine hands over pending pictures in an order of its own: the first ones are in flight
-    // before the others are shown.
-    for (int variant = 0; variant < ArtworkLoader::maximumDownloads; ++variant)
-        show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
-    QTRY_COMPARE(m_loader->downloadsInFlight(), ArtworkLoader::maximumDownloads);
-    for (int variant = ArtworkLoader::maximumDownloads; variant < total; ++variant)
-        show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
-    QTRY_COMPARE(m_loader->queuedDownloads(), queued);
-    QCOMPARE(m_loader->downloadsInFlight(), ArtworkLoader::maximumDownloads);
-    // The last posters go away (scrolled out of sight) before their turn.
-    m_shown.resize(ArtworkLoader::maximumDownloads);
-    QTRY_COMPARE(m_loader->queuedDownloads(), 0);
-    QCOMPARE(m_loader->downloadsInFlight(), ArtworkLoader::maximumDownloads);
-    for (const auto &poster : m_shown)
-        QTRY_VERIFY(hasArtwork(poster.get()));
-    QTRY_VERIFY(m_loader->isIdle());
+    bool startServer(int imageDelayMs = 0)
+    {
+        ProviderOptions options;
+        options.generateMedia = false;
+        options.imageDelayMs = imageDelayMs;
+        options.extraImages = m_pictures;
+        m_server = std::make_unique<ProviderServer>(options);
+        return m_server->start();
+    }
 
-    QCOMPARE(m_loader->downloadsStarted(), ArtworkLoader::maximumDownloads);
-    QCOMPARE(m_server->imageRequestCount(), ArtworkLoader::maximumDownloads);
-    for (int variant = ArtworkLoader::maximumDownloads; variant < total; ++variant)
-        QCOMPARE(requestsFor(picture(u"poster.jpg"_s, variant)), 0);
-}
+    // "/images/<name>", with "?n=<variant>" to make another address of the same picture.
+    QUrl picture(const QString &name, int variant = -1) const
+    {
+        return m_server->url(u"/images/"_s + name + (variant >= 0 ? u"?n="_s + QString::number(variant) : QString()));
+    }
 
-// As when the window closes: posters, window and engine go at once, pictures still on their way.
-void TestCatalogArtwork::engineClosedWhileDownloading()
-{
-    QVERIFY(startServer(1000));
-    constexpr int queued = 2;
-    for (int variant = 0; variant < ArtworkLoader::maximumDownloads + queued; ++variant)
-        show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
-    QTRY_COMPARE(m_loader->queuedDownloads(), queued);
-    QTRY_COMPARE(m_server->imageAnswersInProgress(), ArtworkLoader::maximumDownloads);
-    m_shown.clear();
-    m_window.reset();
-    m_poster.reset();
-    m_engine.reset();
-    // Every download withdrawn, nothing kept, and (in cleanup) every response deleted.
-    QTRY_VERIFY(m_loader->isIdle());
-    QCOMPARE(m_loader->cachedPictures(), 0);
-    QCOMPARE(m_loader->downloadsStarted(), ArtworkLoader::maximumDownloads);
-}
+    QQuickItem *show(const QUrl &url, QPointF position = {})
+    {
+        std::unique_ptr<QObject> object(m_poster->createWithInitialProperties({{u"url"_s, url.toString()}}));
+        auto *poster = qobject_cast<QQuickItem *>(object.get());
+        if (!poster)
+            return nullptr;
+        object.release();
+        poster->setParentItem(m_window->contentItem());
+        poster->setPosition(position);
+        m_shown.emplace_back(poster);
+        return poster;
+    }
 
-void TestCatalogArtwork::postersOnScreen()
-{
-    QVERIFY(startServer());
-    const QList<QUrl> urls = {picture(u"poster.jpg"_s), picture(u"turned.jpg"_s), picture(u"broken.jpg"_s),
-        picture(u"wide.png"_s)};
-    QList<QQuickItem *> posters;
-    for (const QUrl &url : urls)
-        posters.append(show(url, QPointF(20 + 150 * posters.size(), 20)));
-    for (QQuickItem *poster : std::as_const(posters))
-        QTRY_VERIFY(imageOf(poster)->property("status").toInt() == imageReady
-            || imageOf(poster)->property("status").toInt() == imageError);
-    QCOMPARE(hasArtwork(posters[2]), false);
+    // Shows `url`, waits for its picture and takes the poster away again.
+    bool showUntilReady(const QUrl &url)
+    {
+        QQuickItem *poster = show(url);
+        if (!poster || !QTest::qWaitFor([&] { return hasArtwork(poster); }, 10000))
+            return false;
+        m_shown.pop_back();
+        return true;
+    }
 
-    const QImage grabbed = m_window->grabWindow();
-    const QString folder = QCoreApplication::applicationDirPath() + u"/screenshots"_s;
-    QDir().mkpath(folder);
-    QVERIFY(grabbed.save(folder + u"/catalog-artwork.png"_s));
-    // Each poster is 100 × 150 at (20 + 150 n, 20); the pictures fill it, cropped.
-    const auto at = [&](int index, qreal x, qreal y) {
-        return grabbed.pixel(int((20 + 150 * index + 100 * x) * grabbed.devicePixelRatio()),
-            int((20 + 150 * y) * grabbed.devicePixelRatio()));
-    };
-    QVERIFY(isReddish(at(0, 0.25, 0.5)) && isBluish(at(0, 0.75, 0.5)));
-    QVERIFY(isReddish(at(1, 0.5, 0.25)) && isBluish(at(1, 0.5, 0.75))); // turned upright
-    QVERIFY(!isReddish(at(2, 0.25, 0.5)) && !isBluish(at(2, 0.75, 0.5))); // the placeholder
-    QVERIFY(isReddish(at(3, 0.4, 0.5)) && isBluish(at(3, 0.6, 0.5)));
-}
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_pictures.insert(u"small.jpg"_s, encoded(halves(QSize(60, 90)), "jpg"));
+        m_pictures.insert(u"poster.jpg"_s, encoded(halves(QSize(300, 450)), "jpg"));
+        m_pictures.insert(u"wide.png"_s, encoded(halves(QSize(1200, 800)), "png"));
+        m_pictures.insert(u"tall.jpg"_s, encoded(halves(QSize(500, 1500)), "jpg"));
+        m_pictures.insert(u"turned.jpg"_s, sidewaysJpeg(halves(QSize(400, 200))));
+        m_pictures.insert(u"turned-large.jpg"_s, sidewaysJpeg(halves(QSize(1600, 800))));
+        m_pictures.insert(u"broken.jpg"_s, QByteArrayLiteral("<html>this is not a picture</html>"));
+        m_loader = ArtworkLoader::instance();
+    }
+
+    void init()
+    {
+        m_loader->clearCache();
+        m_loader->resetCounters();
+        m_engine = std::make_unique<QQmlEngine>();
+        // As the application's engine: the module's qmldir lies at qrc:/Quenvo/ (Qt 6.4).
+        m_engine->addImportPath(u"qrc:/"_s);
+        CatalogArtwork::install(*m_engine);
+        m_poster = std::make_unique<QQmlComponent>(m_engine.get());
+        m_poster->setData("import Quenvo\nCatalogPoster { width: 100; height: 150; title: \"Pòster\" }",
+            QUrl(u"qrc:/Quenvo/views/TestPoster.qml"_s));
+        QVERIFY2(m_poster->isReady(), qPrintable(m_poster->errorString()));
+        m_window = std::make_unique<QQuickWindow>();
+        m_window->resize(640, 400);
+        m_window->setColor(Qt::black);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    }
+
+    void cleanup()
+    {
+        m_shown.clear();
+        // Every request answered and every response handed back to the engine before it goes.
+        QTRY_VERIFY_WITH_TIMEOUT(m_loader->isIdle(), 30000);
+        QTRY_COMPARE(ArtworkResponse::liveResponses(), 0);
+        m_window.reset();
+        m_poster.reset();
+        m_engine.reset();
+        m_server.reset();
+    }
+
+    void sameAddressIsDownloadedOnce_data()
+    {
+        QTest::addColumn<int>("together");
+        QTest::addColumn<int>("later");
+        QTest::newRow("two posters at once") << 2 << 0;
+        QTest::newRow("one, then another once it shows") << 1 << 1;
+        QTest::newRow("three at once, two later") << 3 << 2;
+    }
+
+    void sameAddressIsDownloadedOnce()
+    {
+        QFETCH(int, together);
+        QFETCH(int, later);
+        QVERIFY(startServer(200));
+        const QUrl url = picture(u"poster.jpg"_s);
+
+        QList<QQuickItem *> posters;
+        for (int index = 0; index < together; ++index)
+            posters.append(show(url, QPointF(110 * index, 0)));
+        for (QQuickItem *poster : std::as_const(posters))
+            QTRY_VERIFY(hasArtwork(poster));
+        for (int index = 0; index < later; ++index) {
+            QQuickItem *poster = show(url, QPointF(110 * index, 200));
+            QTRY_VERIFY(hasArtwork(poster));
+        }
+        QCOMPARE(requestsFor(url), 1);
+        QCOMPARE(m_server->imageRequestCount(), 1);
+        QCOMPARE(m_loader->downloadsStarted(), 1);
+    }
+
+    void cacheKeepsTheMostRecentPictures_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("distinct");
+        QTest::addColumn<bool>("firstEvicted");
+        // 60 × 90 pixels cost 21,600 bytes: 160 of them are well within 64 MiB.
+        QTest::newRow("160 small pictures") << u"small.jpg"_s << 160 << false;
+        QTest::newRow("161 small pictures") << u"small.jpg"_s << 161 << true;
+        // 600 × 400 thumbnails cost 960,000 bytes: 69 fit in 64 MiB, not 70.
+        QTest::newRow("69 large pictures") << u"wide.png"_s << 69 << false;
+        QTest::newRow("70 large pictures") << u"wide.png"_s << 70 << true;
+    }
+
+    void cacheKeepsTheMostRecentPictures()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, distinct);
+        QFETCH(bool, firstEvicted);
+        QVERIFY(startServer());
+
+        for (int variant = 0; variant < distinct; ++variant)
+            QVERIFY2(showUntilReady(picture(name, variant)), qPrintable(QString::number(variant)));
+        QVERIFY(m_loader->cachedPictures() <= ArtworkLoader::maximumCachedPictures);
+        QVERIFY(m_loader->cachedCost() <= ArtworkLoader::maximumCacheCost);
+        QCOMPARE(m_server->imageRequestCount(), distinct);
+
+        // The last one is still there; the first one only if nothing had to go.
+        QVERIFY(showUntilReady(picture(name, distinct - 1)));
+        QCOMPARE(requestsFor(picture(name, distinct - 1)), 1);
+        QVERIFY(showUntilReady(picture(name, 0)));
+        QCOMPARE(requestsFor(picture(name, 0)), firstEvicted ? 2 : 1);
+        QCOMPARE(m_server->imageRequestCount(), distinct + (firstEvicted ? 1 : 0));
+    }
+
+    void picturesArriveAsThumbnails_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<bool>("redOnTop"); // else red on the left
+        QTest::newRow("small, as it is") << u"small.jpg"_s << QSize(60, 90) << false;
+        QTest::newRow("wide, scaled to 600") << u"wide.png"_s << QSize(600, 400) << false;
+        QTest::newRow("tall, scaled to 600") << u"tall.jpg"_s << QSize(200, 600) << false;
+        QTest::newRow("turned and scaled") << u"turned-large.jpg"_s << QSize(300, 600) << true;
+    }
+
+    void picturesArriveAsThumbnails()
+    {
+        QFETCH(QString, name);
+        QFETCH(QSize, size);
+        QFETCH(bool, redOnTop);
+        QVERIFY(startServer());
+        const QUrl url = picture(name);
+
+        QQuickItem *poster = show(url);
+        QTRY_VERIFY(hasArtwork(poster));
+        QObject *image = imageOf(poster);
+        QCOMPARE(QSize(image->property("implicitWidth").toInt(), image->property("implicitHeight").toInt()), size);
+
+        const QImage cached = m_loader->cached(url);
+        QCOMPARE(cached.size(), size);
+        const QRgb first = redOnTop ? cached.pixel(size.width() / 2, size.height() / 8)
+                                    : cached.pixel(size.width() / 8, size.height() / 2);
+        const QRgb second = redOnTop ? cached.pixel(size.width() / 2, size.height() * 7 / 8)
+                                     : cached.pixel(size.width() * 7 / 8, size.height() / 2);
+        QVERIFY2(isReddish(first), qPrintable(QColor(first).name()));
+        QVERIFY2(isBluish(second), qPrintable(QColor(second).name()));
+    }
+
+    void failuresKeepThePlaceholder_data()
+    {
+        QTest::addColumn<QString>("address"); // "%1" is the provider's base address
+        QTest::newRow("404") << u"%1/posters/none.jpg"_s;
+        QTest::newRow("not a picture") << u"%1/images/broken.jpg"_s;
+        QTest::newRow("nobody listening") << u"http://127.0.0.1:%2/poster.jpg"_s;
+        QTest::newRow("not an HTTP address") << u"ftp://127.0.0.1/poster.jpg"_s;
+        QTest::newRow("not an address") << u"pòster"_s;
+    }
+
+    void failuresKeepThePlaceholder()
+    {
+        QFETCH(QString, address);
+        QVERIFY(startServer());
+        quint16 closedPort = 0;
+        {
+            QTcpServer taken;
+            QVERIFY(taken.listen(QHostAddress::LocalHost));
+            closedPort = taken.serverPort();
+        }
+        const QString url = address.contains(u"%2"_s) ? address.arg(closedPort)
+                                                      : address.contains(u"%1"_s) ? address.arg(m_server->baseURL().toString())
+                                                                                  : address;
+        QQuickItem *poster = show(QUrl(url));
+        QTRY_COMPARE(imageOf(poster)->property("status").toInt(), imageError);
+        QVERIFY(!hasArtwork(poster));
+        QVERIFY(m_loader->cached(QUrl(url)).isNull());
+        // Shown again: asked again (failures are not remembered), and still the placeholder.
+        QQuickItem *again = show(QUrl(url), QPointF(110, 0));
+        QTRY_COMPARE(imageOf(again)->property("status").toInt(), imageError);
+        QVERIFY(!hasArtwork(again));
+    }
+
+    void requestWithdrawnWhileQueuedIsNeverDownloaded()
+    {
+        QVERIFY(startServer(400));
+        constexpr int queued = 4;
+        constexpr int total = ArtworkLoader::maximumDownloads + queued;
+        // The engine hands over pending pictures in an order of its own: the first ones are in flight
+        // before the others are shown.
+        for (int variant = 0; variant < ArtworkLoader::maximumDownloads; ++variant)
+            show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
+        QTRY_COMPARE(m_loader->downloadsInFlight(), ArtworkLoader::maximumDownloads);
+        for (int variant = ArtworkLoader::maximumDownloads; variant < total; ++variant)
+            show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
+        QTRY_COMPARE(m_loader->queuedDownloads(), queued);
+        QCOMPARE(m_loader->downloadsInFlight(), ArtworkLoader::maximumDownloads);
+        // The last posters go away (scrolled out of sight) before their turn.
+        m_shown.resize(ArtworkLoader::maximumDownloads);
+        QTRY_COMPARE(m_loader->queuedDownloads(), 0);
+        QCOMPARE(m_loader->downloadsInFlight(), ArtworkLoader::maximumDownloads);
+        for (const auto &poster : m_shown)
+            QTRY_VERIFY(hasArtwork(poster.get()));
+        QTRY_VERIFY(m_loader->isIdle());
+
+        QCOMPARE(m_loader->downloadsStarted(), ArtworkLoader::maximumDownloads);
+        QCOMPARE(m_server->imageRequestCount(), ArtworkLoader::maximumDownloads);
+        for (int variant = ArtworkLoader::maximumDownloads; variant < total; ++variant)
+            QCOMPARE(requestsFor(picture(u"poster.jpg"_s, variant)), 0);
+    }
+
+    // As when the window closes: posters, window and engine go at once, pictures still on their way.
+    void engineClosedWhileDownloading()
+    {
+        QVERIFY(startServer(1000));
+        constexpr int queued = 2;
+        for (int variant = 0; variant < ArtworkLoader::maximumDownloads + queued; ++variant)
+            show(picture(u"poster.jpg"_s, variant), QPointF(30 * variant, 0));
+        QTRY_COMPARE(m_loader->queuedDownloads(), queued);
+        QTRY_COMPARE(m_server->imageAnswersInProgress(), ArtworkLoader::maximumDownloads);
+        m_shown.clear();
+        m_window.reset();
+        m_poster.reset();
+        m_engine.reset();
+        // Every download withdrawn, nothing kept, and (in cleanup) every response deleted.
+        QTRY_VERIFY(m_loader->isIdle());
+        QCOMPARE(m_loader->cachedPictures(), 0);
+        QCOMPARE(m_loader->downloadsStarted(), ArtworkLoader::maximumDownloads);
+    }
+
+    void postersOnScreen()
+    {
+        QVERIFY(startServer());
+        const QList<QUrl> urls = {picture(u"poster.jpg"_s), picture(u"turned.jpg"_s), picture(u"broken.jpg"_s),
+            picture(u"wide.png"_s)};
+        QList<QQuickItem *> posters;
+        for (const QUrl &url : urls)
+            posters.append(show(url, QPointF(20 + 150 * posters.size(), 20)));
+        for (QQuickItem *poster : std::as_const(posters))
+            QTRY_VERIFY(imageOf(poster)->property("status").toInt() == imageReady
+                || imageOf(poster)->property("status").toInt() == imageError);
+        QCOMPARE(hasArtwork(posters[2]), false);
+
+        const QImage grabbed = m_window->grabWindow();
+        const QString folder = QCoreApplication::applicationDirPath() + u"/screenshots"_s;
+        QDir().mkpath(folder);
+        QVERIFY(grabbed.save(folder + u"/catalog-artwork.png"_s));
+        // Each poster is 100 × 150 at (20 + 150 n, 20); the pictures fill it, cropped.
+        const auto at = [&](int index, qreal x, qreal y) {
+            return grabbed.pixel(int((20 + 150 * index + 100 * x) * grabbed.devicePixelRatio()),
+                int((20 + 150 * y) * grabbed.devicePixelRatio()));
+        };
+        QVERIFY(isReddish(at(0, 0.25, 0.5)) && isBluish(at(0, 0.75, 0.5)));
+        QVERIFY(isReddish(at(1, 0.5, 0.25)) && isBluish(at(1, 0.5, 0.75))); // turned upright
+        QVERIFY(!isReddish(at(2, 0.25, 0.5)) && !isBluish(at(2, 0.75, 0.5))); // the placeholder
+        QVERIFY(isReddish(at(3, 0.4, 0.5)) && isBluish(at(3, 0.6, 0.5)));
+    }
+};
 
 QTEST_MAIN(TestCatalogArtwork)
 #include "tst_catalog_artwork.moc"

@@ -47,19 +47,11 @@ private:
             names.append(provider().movieName(index));
         return names;
     }
-    // The first movie category holding `count` titles (−1 when there is none).
-    int movieCategoryWith(qsizetype count) const
+    // The first movie category with no title, or with several (−1 when there is none).
+    int movieCategory(bool several) const
     {
         for (int category = 0; category < provider().vodCategoryCount(); ++category) {
-            if (movieNames(category).size() == count)
-                return category;
-        }
-        return -1;
-    }
-    int movieCategoryWithSeveral() const
-    {
-        for (int category = 0; category < provider().vodCategoryCount(); ++category) {
-            if (movieNames(category).size() >= 3)
+            if (several ? movieNames(category).size() >= 3 : movieNames(category).isEmpty())
                 return category;
         }
         return -1;
@@ -86,7 +78,8 @@ private:
         m_model->selectSection(section);
         return true;
     }
-    bool openDemo(const QString &section) { return openOn(m_demo.provider.account(), section); }
+    // The same with the demo account, once the first category's titles are listed.
+    bool openDemo(const QString &section) { return openOn(m_demo.provider.account(), section) && waitForTitles(); }
 
     // Waits for the selected category's titles to be listed.
     bool waitForTitles()
@@ -131,15 +124,8 @@ private:
     }
     void openTitle(const QString &name)
     {
-        QQuickItem *card = nullptr;
-        QTRY_VERIFY((card = [&]() -> QQuickItem * {
-            for (QQuickItem *each : cards()) {
-                if (each->property("name").toString() == name)
-                    return each;
-            }
-            return nullptr;
-        }()));
-        m_ui.click(card);
+        QTRY_VERIFY(cardNames().contains(name));
+        m_ui.click(cards().at(cardNames().indexOf(name)));
         QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
         QTRY_VERIFY(catalog()->detail().has_value());
     }
@@ -216,8 +202,8 @@ private Q_SLOTS:
         options.movies = 9;
         options.series = 6;
         QVERIFY2(m_demo.startProvider(options), qPrintable(m_demo.provider.server().errorString()));
-        QVERIFY2(movieCategoryWith(0) >= 0, "the catalogue needs an empty movie category");
-        QVERIFY2(movieCategoryWithSeveral() >= 0, "the catalogue needs a category with several movies");
+        QVERIFY2(movieCategory(false) >= 0, "the catalogue needs an empty movie category");
+        QVERIFY2(movieCategory(true) >= 0, "the catalogue needs a category with several movies");
         QVERIFY2(seriesWithSpecials() >= 0, "the catalogue needs a series with specials");
     }
 
@@ -225,9 +211,7 @@ private Q_SLOTS:
     {
         if (m_model)
             m_model->stop();
-        // The browser's components must load and bind without a warning.
-        const QStringList warnings = m_demo.finish();
-        QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
+        m_demo.finish();
     }
 
     // Flinging through 20,000 titles asks only for the posters of cards that were laid out, never
@@ -294,7 +278,6 @@ private Q_SLOTS:
         grid->setProperty("contentY", 0);
         QVERIFY(m_ui.settle());
         openTitle(cards().constFirst()->property("name").toString());
-        QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
         QTRY_VERIFY(!catalog()->loadingDetail());
         QVERIFY(m_ui.settle());
         QTRY_VERIFY(artwork->isIdle());
@@ -304,27 +287,22 @@ private Q_SLOTS:
         m_model.reset();
     }
 
-    void anM3UConnectionShowsOnlyTheXtreamHint_data()
-    {
-        QTest::addColumn<QString>("section");
-        QTest::newRow("movies") << u"movies"_s;
-        QTest::newRow("series") << u"series"_s;
-    }
     void anM3UConnectionShowsOnlyTheXtreamHint()
     {
-        QFETCH(QString, section);
         const PlaylistSource playlist{QUuid::createUuid(), u"Llista"_s,
             m_demo.provider.server().url(u"/playlist.m3u"_s).toString(), QString(), QString(), PlaylistSource::Kind::m3u};
-        QVERIFY(openOn(playlist, section));
-
-        QTRY_VERIFY(m_ui.isShown(u"noCatalog"_s));
-        QCOMPARE(emptyStateTitle(u"noCatalog"_s), u"Connecta un servidor Xtream"_s);
-        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"noCatalog"_s)),
-            u"Les pel·lícules, les sèries i els episodis es carreguen amb una connexió Xtream Codes. Les llistes "
-            "M3U es mostren a TV en directe."_s);
-        QVERIFY(!m_ui.isShown(u"catalogContent"_s));
-        QVERIFY(!m_ui.isShown(u"liveView"_s));
-        QVERIFY(m_ui.saveScreenshot(u"catalog-m3u-"_s + section));
+        QVERIFY(openOn(playlist, u"movies"_s));
+        for (const QString &section : {u"movies"_s, u"series"_s}) {
+            m_model->selectSection(section);
+            QTRY_VERIFY(m_ui.isShown(u"noCatalog"_s));
+            QCOMPARE(emptyStateTitle(u"noCatalog"_s), u"Connecta un servidor Xtream"_s);
+            QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"noCatalog"_s)),
+                u"Les pel·lícules, les sèries i els episodis es carreguen amb una connexió Xtream Codes. Les llistes "
+                "M3U es mostren a TV en directe."_s);
+            QVERIFY(!m_ui.isShown(u"catalogContent"_s));
+            QVERIFY(!m_ui.isShown(u"liveView"_s));
+            QVERIFY(m_ui.saveScreenshot(u"catalog-m3u-"_s + section));
+        }
     }
 
     void browsesTheCatalogue_data()
@@ -338,7 +316,6 @@ private Q_SLOTS:
         QFETCH(QString, section);
         const bool movies = section == u"movies"_s;
         QVERIFY(openDemo(section));
-        QVERIFY(waitForTitles());
 
         const int categories = movies ? provider().vodCategoryCount() : provider().seriesCategoryCount();
         const QString first = movies ? provider().vodCategoryName(0) : provider().seriesCategoryName(0);
@@ -366,51 +343,33 @@ private Q_SLOTS:
         QVERIFY(m_ui.saveScreenshot(u"catalog-grid-"_s + section));
     }
 
-    // An empty category, without a search: nothing to clear.
-    void anEmptyCategorySaysSo()
+    // A category's titles newest first, then by title; searched for one title and for none; then an
+    // empty category, and a category search that matches nothing. The order and what matches are the
+    // model's rules (tst_catalog_model): here, that the controls reach them and the grid shows them.
+    void aMovieCategoryIsSortedSearchedAndEmpty()
     {
+        const int category = movieCategory(true);
         QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
-        chooseCategory(provider().vodCategoryName(movieCategoryWith(0)));
-        QTRY_COMPARE(m_ui.text(u"titleCount"_s), u"0 títols en aquesta categoria"_s);
-        QVERIFY(m_ui.isShown(u"noTitles"_s));
-        QCOMPARE(emptyStateTitle(u"noTitles"_s), u"Sense títols"_s);
-        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"noTitles"_s)),
-            u"Tria una altra categoria. El contingut disponible depèn del teu proveïdor."_s);
-        QVERIFY(!m_ui.isShown(u"emptyStateAction"_s, m_ui.item(u"noTitles"_s)));
-        QVERIFY(m_ui.saveScreenshot(u"catalog-empty-category"_s));
-    }
-
-    // What matches is the model's rule (tst_catalog_model): here, that the field reaches it and an
-    // empty column says so.
-    void theCategorySearchFiltersTheColumn()
-    {
-        QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
         QVERIFY(!m_ui.isShown(u"noCategoryMatch"_s));
-
-        m_ui.type(u"categorySearchField"_s, u"western"_s);
-        QTRY_COMPARE(m_ui.findAll(u"categoryRow"_s).size(), 0);
-        QVERIFY(m_ui.isShown(u"noCategoryMatch"_s));
-        QCOMPARE(m_ui.text(u"noCategoryMatch"_s), u"Cap categoria coincideix amb la cerca."_s);
-        // The count line counts every category of the provider.
-        QCOMPARE(m_ui.text(u"categoryCount"_s),
-            QString::number(provider().vodCategoryCount()) + u" categories del teu proveïdor"_s);
-    }
-
-    void aTitleSearchWithoutMatchOffersToClearIt()
-    {
-        const int category = movieCategoryWithSeveral();
-        QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
         chooseCategory(provider().vodCategoryName(category));
-        const QStringList names = movieNames(category);
-        QTRY_COMPARE(cardNames(), names);
+        const QStringList newestFirst = movieNames(category);
+        QTRY_COMPARE(cardNames(), newestFirst);
+        QCOMPARE(m_ui.item(u"sortPicker"_s)->property("currentText").toString(), u"Afegits recentment"_s);
+        QCOMPARE(m_ui.item(u"sortPicker"_s)->width(), 180);
 
-        m_ui.type(u"titleSearchField"_s, names.constFirst());
-        QTRY_COMPARE(cardNames(), QStringList{names.constFirst()});
+        pick(u"sortPicker"_s, u"Títol A–Z"_s);
+        QVERIFY(catalog()->sortByTitle());
+        QStringList byTitle;
+        for (const CatalogItem &title : catalog()->filteredItems()->visibleItems())
+            byTitle.append(title.name);
+        QVERIFY2(byTitle != newestFirst, "the category's titles must not already be in name order");
+        QTRY_COMPARE(cardNames(), byTitle);
+        pick(u"sortPicker"_s, u"Afegits recentment"_s);
+        QTRY_COMPARE(cardNames(), newestFirst);
+
+        m_ui.type(u"titleSearchField"_s, newestFirst.constFirst());
+        QTRY_COMPARE(cardNames(), QStringList{newestFirst.constFirst()});
         QCOMPARE(m_ui.text(u"titleCount"_s), u"1 títol en aquesta categoria"_s);
-
         m_ui.type(u"titleSearchField"_s, u"zzzz"_s);
         QTRY_VERIFY(m_ui.isShown(u"noTitles"_s));
         QVERIFY(!m_ui.isShown(u"titleGrid"_s));
@@ -421,99 +380,71 @@ private Q_SLOTS:
         QQuickItem *clear = m_ui.item(u"emptyStateAction"_s, m_ui.item(u"noTitles"_s));
         QCOMPARE(clear->property("text").toString(), u"Neteja la cerca"_s);
         QVERIFY(m_ui.saveScreenshot(u"catalog-no-match"_s));
-
         m_ui.click(clear);
-        QTRY_COMPARE(cardNames(), names);
+        QTRY_COMPARE(cardNames(), newestFirst);
         QCOMPARE(catalog()->search(), QString());
         QCOMPARE(m_ui.text(u"titleSearchField"_s), QString());
         QVERIFY(!m_ui.isShown(u"noTitles"_s));
+
+        // Without a search, nothing to clear.
+        chooseCategory(provider().vodCategoryName(movieCategory(false)));
+        QTRY_COMPARE(m_ui.text(u"titleCount"_s), u"0 títols en aquesta categoria"_s);
+        QVERIFY(m_ui.isShown(u"noTitles"_s));
+        QCOMPARE(emptyStateTitle(u"noTitles"_s), u"Sense títols"_s);
+        QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"noTitles"_s)),
+            u"Tria una altra categoria. El contingut disponible depèn del teu proveïdor."_s);
+        QVERIFY(!m_ui.isShown(u"emptyStateAction"_s, m_ui.item(u"noTitles"_s)));
+        QVERIFY(m_ui.saveScreenshot(u"catalog-empty-category"_s));
+
+        m_ui.type(u"categorySearchField"_s, u"western"_s);
+        QTRY_COMPARE(m_ui.findAll(u"categoryRow"_s).size(), 0);
+        QVERIFY(m_ui.isShown(u"noCategoryMatch"_s));
+        QCOMPARE(m_ui.text(u"noCategoryMatch"_s), u"Cap categoria coincideix amb la cerca."_s);
+        // The count line counts every category of the provider.
+        QCOMPARE(m_ui.text(u"categoryCount"_s),
+            QString::number(provider().vodCategoryCount()) + u" categories del teu proveïdor"_s);
     }
 
-    void theOrderPickerSortsByTitle()
+    // A movie's page as its progress changes, marked watched and unwatched, then played and left.
+    void aMovieShowsItsProgressAndPlays()
     {
-        const int category = movieCategoryWithSeveral();
-        QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
-        chooseCategory(provider().vodCategoryName(category));
-        const QStringList newestFirst = movieNames(category);
-        QTRY_COMPARE(cardNames(), newestFirst);
-        QCOMPARE(m_ui.item(u"sortPicker"_s)->property("currentText").toString(), u"Afegits recentment"_s);
-        QCOMPARE(m_ui.item(u"sortPicker"_s)->width(), 180);
-
-        // The order itself is the model's (tst_catalog_model): the grid shows it.
-        pick(u"sortPicker"_s, u"Títol A–Z"_s);
-        QVERIFY(catalog()->sortByTitle());
-        QStringList byTitle;
-        for (const CatalogItem &title : catalog()->filteredItems()->visibleItems())
-            byTitle.append(title.name);
-        QVERIFY2(byTitle != newestFirst, "the category's titles must not already be in name order");
-        QTRY_COMPARE(cardNames(), byTitle);
-
-        pick(u"sortPicker"_s, u"Afegits recentment"_s);
-        QTRY_COMPARE(cardNames(), newestFirst);
-    }
-
-    void aMovieShowsItsProgress_data()
-    {
-        QTest::addColumn<double>("seconds");
-        QTest::addColumn<double>("duration");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("progress");
-        QTest::newRow("9 seconds") << 9.0 << 5400.0 << u"Reprodueix la pel·lícula"_s << QString();
-        QTest::newRow("10 seconds") << 10.0 << 5400.0 << u"Continua la pel·lícula"_s << u"En curs · 0:10 de 90 min"_s;
-        QTest::newRow("ten minutes") << 600.0 << 1800.0 << u"Continua la pel·lícula"_s << u"En curs · 10:00 de 30 min"_s;
-        QTest::newRow("seconds truncated") << 725.9 << 5759.9 << u"Continua la pel·lícula"_s
-                                           << u"En curs · 12:05 de 95 min"_s;
-    }
-    void aMovieShowsItsProgress()
-    {
-        QFETCH(double, seconds);
-        QFETCH(double, duration);
-        QFETCH(QString, button);
-        QFETCH(QString, progress);
-        const int category = movieCategoryWithSeveral();
+        const int category = movieCategory(true);
         const QString name = movieNames(category).constFirst();
         QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
         chooseCategory(provider().vodCategoryName(category));
         openTitle(name);
-
         QCOMPARE(m_ui.text(u"detailName"_s), name);
         QCOMPARE(m_ui.text(u"detailKind"_s), u"Pel·lícules"_s);
         QVERIFY(m_ui.text(u"detailPlot"_s).contains(name));
-        QCOMPARE(m_ui.text(u"playMovieButton"_s), u"Reprodueix la pel·lícula"_s);
+        QCOMPARE(playMovieText(), u"Reprodueix la pel·lícula"_s);
         QVERIFY(!m_ui.isShown(u"movieProgress"_s));
 
-        m_model->history()->update(movieKey(name), seconds, duration);
-        QTRY_COMPARE(playMovieText(), button);
-        QCOMPARE(movieProgressText(), progress);
-        QCOMPARE(m_ui.isShown(u"progressBar"_s, m_ui.item(u"movieProgress"_s)), !progress.isEmpty());
-        if (!progress.isEmpty())
-            QVERIFY(m_ui.item(u"progressBar"_s, m_ui.item(u"movieProgress"_s))->width() <= 220);
-        if (qstrcmp(QTest::currentDataTag(), "ten minutes") == 0)
-            QVERIFY(m_ui.saveScreenshot(u"catalog-movie-progress"_s));
-
-        m_ui.click(u"backToTitles"_s);
-        QTRY_VERIFY(m_ui.isShown(u"titleGrid"_s));
-        QVERIFY(!catalog()->selectedItem().has_value());
-    }
-
-    void aMovieIsMarkedWatchedAndUnwatched()
-    {
-        const int category = movieCategoryWithSeveral();
-        const QString name = movieNames(category).constFirst();
-        QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
-        chooseCategory(provider().vodCategoryName(category));
-        openTitle(name);
-        m_model->history()->update(movieKey(name), 600, 1800);
+        const struct {
+            double seconds;
+            double duration;
+            QString button;
+            QString progress;
+        } steps[] = {
+            {10, 5400, u"Continua la pel·lícula"_s, u"En curs · 0:10 de 90 min"_s},
+            {9, 5400, u"Reprodueix la pel·lícula"_s, QString()},
+            {725.9, 5759.9, u"Continua la pel·lícula"_s, u"En curs · 12:05 de 95 min"_s},
+            {600, 1800, u"Continua la pel·lícula"_s, u"En curs · 10:00 de 30 min"_s},
+        };
+        for (const auto &step : steps) {
+            m_model->history()->update(movieKey(name), step.seconds, step.duration);
+            QTRY_COMPARE(playMovieText(), step.button);
+            QTRY_COMPARE(movieProgressText(), step.progress);
+            QCOMPARE(m_ui.isShown(u"progressBar"_s, m_ui.item(u"movieProgress"_s)), !step.progress.isEmpty());
+            if (!step.progress.isEmpty())
+                QVERIFY(m_ui.item(u"progressBar"_s, m_ui.item(u"movieProgress"_s))->width() <= 220);
+        }
+        QVERIFY(m_ui.saveScreenshot(u"catalog-movie-progress"_s));
 
         QQuickItem *button = m_ui.item(u"movieWatchedButton"_s);
-        QTRY_COMPARE(button->property("text").toString(), u"Marca com a vist"_s);
+        QCOMPARE(button->property("text").toString(), u"Marca com a vist"_s);
         QCOMPARE(WindowDriver::accessibleName(button), u"Marca com a vist: "_s + name);
         QCOMPARE(button->property("helpText").toString(), u"Marca com a vist sense reproduir"_s);
         QVERIFY(!m_ui.isShown(u"watchedLabel"_s, m_ui.item(u"movieProgress"_s)));
-
         click(button);
         QTRY_COMPARE(button->property("text").toString(), u"Marca no vist"_s);
         QCOMPARE(WindowDriver::accessibleName(button), u"Marca com a no vist: "_s + name);
@@ -523,14 +454,14 @@ private Q_SLOTS:
         QCOMPARE(playMovieText(), u"Reprodueix la pel·lícula"_s);
         QVERIFY(m_model->history()->record(movieKey(name))->watched);
 
-        // The grid's card carries the badge.
+        // The grid's card carries the badge; back on the page, the mark comes off again.
         m_ui.click(u"backToTitles"_s);
         QTRY_VERIFY(m_ui.isShown(u"titleGrid"_s));
+        QVERIFY(!catalog()->selectedItem().has_value());
         QQuickItem *card = cards().constFirst();
         QCOMPARE(card->property("name").toString(), name);
         QVERIFY(m_ui.isShown(u"watchedBadge"_s, card));
         QVERIFY(!m_ui.isShown(u"watchedBadge"_s, cards().at(1)));
-
         openTitle(name);
         click(u"movieWatchedButton"_s);
         QTRY_COMPARE(m_ui.text(u"movieWatchedButton"_s), u"Marca com a vist"_s);
@@ -538,19 +469,10 @@ private Q_SLOTS:
         m_ui.click(u"backToTitles"_s);
         QTRY_VERIFY(m_ui.isShown(u"titleGrid"_s));
         QTRY_VERIFY(!m_ui.isShown(u"watchedBadge"_s, cards().constFirst()));
-    }
 
-    void playingAMovieShowsThePlayerAndReturns()
-    {
         if (!m_demo.provider.mediaProblem().isEmpty())
             QSKIP(qPrintable(m_demo.provider.mediaProblem()));
-        const int category = movieCategoryWithSeveral();
-        const QString name = movieNames(category).constFirst();
-        QVERIFY(openDemo(u"movies"_s));
-        QVERIFY(waitForTitles());
-        chooseCategory(provider().vodCategoryName(category));
         openTitle(name);
-
         click(u"playMovieButton"_s);
         QTRY_VERIFY(m_model->showsCatalogPlayer());
         QVERIFY(m_model->currentChannel().has_value());
@@ -577,12 +499,12 @@ private Q_SLOTS:
         QVERIFY(m_ui.item(u"liveView"_s)->isAncestorOf(pane) && pane->isVisible());
     }
 
+    // A series' seasons and episodes, each episode marked from its row, and the continue button.
     void aSeriesListsItsSeasonsAndEpisodes()
     {
         const int series = seriesWithSpecials();
         const QString name = provider().seriesName(series);
         QVERIFY(openDemo(u"series"_s));
-        QVERIFY(waitForTitles());
         chooseCategory(provider().seriesCategoryName(provider().seriesCategory(series)));
         openTitle(name);
         QCOMPARE(m_ui.text(u"detailKind"_s), u"Sèries"_s);
@@ -640,34 +562,20 @@ private Q_SLOTS:
             u"Continua · T"_s + QString::number(last) + u" E"_s
                 + QString::number(provider().episodeCount(series, last)));
         QVERIFY(!m_ui.isShown(u"allWatched"_s));
-    }
 
-    void theContinueButtonPlaysTheNextEpisode()
-    {
+        // From another season, the continue button plays that episode and its season is shown.
         if (!m_demo.provider.mediaProblem().isEmpty())
             QSKIP(qPrintable(m_demo.provider.mediaProblem()));
-        const int series = seriesWithSpecials();
-        QVERIFY(openDemo(u"series"_s));
-        QVERIFY(waitForTitles());
-        chooseCategory(provider().seriesCategoryName(provider().seriesCategory(series)));
-        openTitle(provider().seriesName(series));
-        // The specials are watched: next is the first episode of season 1.
-        for (int number = 1; number <= provider().episodeCount(series, 0); ++number)
-            m_model->history()->toggle(
-                catalog()->watchKey(u"series"_s, QString::number(provider().episodeID(series, 0, number))));
-        QTRY_COMPARE(m_ui.text(u"continueButton"_s), u"Continua · T1 E1"_s);
-        QCOMPARE(m_ui.item(u"seasonPicker"_s)->property("currentText").toString(), u"Especials"_s);
-
+        pick(u"seasonPicker"_s, u"Especials"_s);
         click(u"continueButton"_s);
         QTRY_VERIFY(m_model->showsCatalogPlayer());
-        QCOMPARE(catalog()->selectedSeason(), std::optional<qint64>(1));
-        QCOMPARE(m_model->currentChannel()->id(),
-            catalog()->episode(QString::number(provider().episodeID(series, 1, 1)))->channel.id());
+        QCOMPARE(catalog()->selectedSeason(), std::optional<qint64>(last));
+        const qint64 lastEpisode = provider().episodeID(series, last, provider().episodeCount(series, last));
+        QCOMPARE(m_model->currentChannel()->id(), catalog()->episode(QString::number(lastEpisode))->channel.id());
         QTRY_VERIFY(m_ui.isShown(u"catalogPlayer"_s));
-
         m_ui.click(u"backToCatalog"_s);
         QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
-        QCOMPARE(m_ui.item(u"seasonPicker"_s)->property("currentText").toString(), u"Temporada 1"_s);
+        QCOMPARE(m_ui.item(u"seasonPicker"_s)->property("currentText").toString(), u"Temporada "_s + QString::number(last));
     }
 };
 

@@ -128,15 +128,6 @@ private:
 
     QTemporaryDir m_guideCache;
 
-    // A subtitle file of one line, shown for the first ten minutes.
-    static QUrl writeCaptions(const QTemporaryDir &scratch)
-    {
-        QFile file(scratch.filePath(u"captions.srt"_s));
-        if (!file.open(QIODevice::WriteOnly) || file.write("1\n00:00:00,000 --> 00:10:00,000\nBon dia\n") < 0)
-            qWarning("cannot write %s", qPrintable(file.fileName()));
-        return QUrl::fromLocalFile(file.fileName());
-    }
-
     void save(QQuickWindow *window, const QString &name)
     {
         const QImage image = window->grabWindow();
@@ -144,13 +135,13 @@ private:
         QVERIFY(image.save(QDir(QCoreApplication::applicationDirPath()).filePath(name + u".png"_s)));
     }
 
-    void playAndWaitForPicture(ProviderCatalog::LiveKind kind = ProviderCatalog::LiveKind::regular)
+    // Plays the regular live channel: false when its picture does not show in the pane.
+    bool playAndWaitForPicture()
     {
-        m_model->play(liveChannel(kind), false);
+        m_model->play(liveChannel(ProviderCatalog::LiveKind::regular), false);
         auto *surface = paneItem<VideoSurface>(u"videoSurface"_s);
-        QVERIFY(surface);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->waiting() && m_model->isPlaying(), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(showsPicture(m_window.get(), surface), 10000);
+        return surface && QTest::qWaitFor([&] { return !m_model->waiting() && m_model->isPlaying(); }, 20000)
+            && QTest::qWaitFor([&] { return showsPicture(m_window.get(), surface); }, 10000);
     }
 
 private Q_SLOTS:
@@ -199,20 +190,46 @@ private Q_SLOTS:
         m_model = nullptr;
     }
 
+    // The pane idle, playing with its schedule, controls and state, waiting for a stream that does
+    // not start, and offering a retry for one that fails.
     void idleTextsUntilAChannelPlays()
     {
+        QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
         QVERIFY(paneItem(u"idleView"_s)->isVisible());
         QVERIFY(!paneItem(u"videoStage"_s)->isVisible());
         save(m_window.get(), u"playback-pane-idle"_s);
 
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
+        QVERIFY(playAndWaitForPicture());
         QVERIFY(!paneItem(u"idleView"_s)->isVisible());
         QVERIFY(paneItem(u"videoStage"_s)->isVisible());
         QVERIFY(!paneItem(u"waitingIndicator"_s)->isVisible());
         QVERIFY(!paneItem(u"playbackErrorOverlay"_s)->isVisible());
         save(m_window.get(), u"playback-pane-playing"_s);
+
+        // The schedule of the channel playing.
+        const ProviderCatalog &catalog = m_play.provider.server().catalog();
+        const QString onNow = ProviderGuide(catalog)
+                                  .programmeAt(catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular),
+                                      QDateTime::currentSecsSinceEpoch())
+                                  .title;
+        auto *schedule = paneItem(u"programmeSchedule"_s);
+        QVERIFY(schedule);
+        QTRY_VERIFY(schedule->isVisible());
+        // The delegates hang from the list's visual tree, not its object tree.
+        const auto titles = [schedule] {
+            QStringList found;
+            QList<QQuickItem *> pending{schedule};
+            while (!pending.isEmpty()) {
+                QQuickItem *item = pending.takeFirst();
+                if (item->objectName() == u"programmeTitle"_s)
+                    found.append(item->property("text").toString());
+                pending.append(item->childItems());
+            }
+            return found;
+        };
+        QTRY_VERIFY(!titles().isEmpty());
+        QVERIFY2(titles().contains(onNow), qPrintable(titles().join(u", "_s)));
+        save(m_window.get(), u"programme-schedule"_s);
 
         // The play/pause button and a click on the picture both pause and resume.
         QQuickItem *playPause = paneItem(u"playPauseButton"_s);
@@ -247,41 +264,8 @@ private Q_SLOTS:
         QVERIFY(click(paneItem(u"stopButton"_s)));
         QCOMPARE(m_model->currentChannel(), std::nullopt);
         QTRY_VERIFY(paneItem(u"idleView"_s)->isVisible());
-    }
 
-    void theScheduleOfTheChannelPlaying()
-    {
-        QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
-        const ProviderCatalog &catalog = m_play.provider.server().catalog();
-        const QString onNow = ProviderGuide(catalog)
-                                  .programmeAt(catalog.liveChannelIndex(ProviderCatalog::LiveKind::regular),
-                                      QDateTime::currentSecsSinceEpoch())
-                                  .title;
-        auto *schedule = paneItem(u"programmeSchedule"_s);
-        QVERIFY(schedule);
-        QTRY_VERIFY(schedule->isVisible());
-        // The delegates hang from the list's visual tree, not its object tree.
-        const auto titles = [schedule] {
-            QStringList found;
-            QList<QQuickItem *> pending{schedule};
-            while (!pending.isEmpty()) {
-                QQuickItem *item = pending.takeFirst();
-                if (item->objectName() == u"programmeTitle"_s)
-                    found.append(item->property("text").toString());
-                pending.append(item->childItems());
-            }
-            return found;
-        };
-        QTRY_VERIFY(!titles().isEmpty());
-        QVERIFY2(titles().contains(onNow), qPrintable(titles().join(u", "_s)));
-        save(m_window.get(), u"programme-schedule"_s);
-    }
-
-    void aStreamThatDoesNotStartShowsTheWaitingIndicator()
-    {
+        // A stream that does not start shows the waiting indicator.
         m_model->play(liveChannel(ProviderCatalog::LiveKind::stalled), false);
         QVERIFY(m_model->waiting());
         QVERIFY(paneItem(u"waitingIndicator"_s)->isVisible());
@@ -290,10 +274,8 @@ private Q_SLOTS:
         save(m_window.get(), u"playback-pane-waiting"_s);
         m_model->stop();
         QVERIFY(!paneItem(u"waitingIndicator"_s)->isVisible());
-    }
 
-    void aFailedChannelOffersARetry()
-    {
+        // A channel that fails offers a retry.
         m_model->play(liveChannel(ProviderCatalog::LiveKind::missing), false);
         QQuickItem *overlay = paneItem(u"playbackErrorOverlay"_s);
         QTRY_VERIFY_WITH_TIMEOUT(overlay->isVisible(), 10000);
@@ -321,9 +303,7 @@ private Q_SLOTS:
     void fullScreenShowsTheVideoAloneUntilLeft()
     {
         QFETCH(QString, way);
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
+        QVERIFY(playAndWaitForPicture());
         QCOMPARE(fullScreenWindow(), nullptr);
 
         QVERIFY(click(paneItem(u"fullScreenButton"_s)));
@@ -338,14 +318,6 @@ private Q_SLOTS:
         QCOMPARE(surface->player(), m_model->player());
         QCOMPARE(paneItem<VideoSurface>(u"videoSurface"_s)->player(), nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(showsPicture(window, surface, false), 10000);
-        auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
-        QVERIFY(controls);
-        QVERIFY(controls->isVisible());
-        // The panel: centred, 24 above the bottom edge, at most 780 wide, 124 high for live TV.
-        QCOMPARE(controls->width(), std::min(780.0, window->width() - 48.0));
-        QCOMPARE(controls->height(), 124.0);
-        QCOMPARE(controls->x(), (window->width() - controls->width()) / 2);
-        QCOMPARE(controls->y() + controls->height(), window->height() - 24.0);
         save(window, u"full-screen-"_s + QString(way).replace(u'+', u'-').replace(u' ', u'-'));
 
         QTRY_VERIFY(QGuiApplication::focusWindow() == window);
@@ -370,11 +342,10 @@ private Q_SLOTS:
         }
     }
 
-    void keysAndClicksInFullScreen()
+    // Keys and clicks in full screen; then the panel, which hides unless something keeps it.
+    void keysClicksAndThePanelInFullScreen()
     {
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
+        QVERIFY(playAndWaitForPicture());
         m_model->setVideoFullScreen(true);
         QQuickWindow *window = fullScreenWindow();
         QVERIFY(window);
@@ -408,7 +379,8 @@ private Q_SLOTS:
         QTest::qWait(1500); // several playback ticks
         QVERIFY(m_model->isPlaying());
 
-        // The panel keeps 24 on each side up to 780 wide, centred.
+        // The panel: 124 high for live TV, 24 above the bottom edge and on each side, up to 780 wide,
+        // centred.
         window->resize(100, 400);
         QTRY_COMPARE(controls->width(), 52.0);
         QCOMPARE(controls->x(), 24.0);
@@ -416,24 +388,19 @@ private Q_SLOTS:
         QTRY_COMPARE(controls->width(), 780.0);
         QCOMPARE(controls->x(), 610.0);
         QCOMPARE(controls->y(), 900.0 - 24 - 124);
-    }
+        QTest::keyClick(window, Qt::Key_Escape);
+        QTRY_VERIFY(!m_model->videoFullScreen());
 
-    void thePanelHidesUnlessSomethingKeepsIt()
-    {
+        // With a short hide delay: going full screen closes a track panel that was open in the window.
         pane()->setProperty("fullScreenHideDelay", 250);
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
-
-        // Going full screen closes a track panel that was open in the window.
         QVERIFY(click(paneItem(u"subtitleControls"_s)));
         QVERIFY(m_model->subtitleControlsOpen());
         m_model->setVideoFullScreen(true);
         QVERIFY(!m_model->subtitleControlsOpen());
-        QQuickWindow *window = fullScreenWindow();
+        window = fullScreenWindow();
         QVERIFY(window);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        auto *controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
+        controls = window->findChild<QQuickItem *>(u"fullScreenControls"_s);
         QVERIFY(controls->isVisible());
 
         // Playing, pointer away: it hides; a movement brings it back.
@@ -493,49 +460,6 @@ private Q_SLOTS:
         QVERIFY(controls->isVisible());
     }
 
-    void theDelayButtonsShiftSubtitles()
-    {
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
-        QVERIFY(click(paneItem(u"subtitleControls"_s)));
-        QVERIFY(m_model->subtitleControlsOpen());
-        auto *later = paneItem(u"subtitleLaterButton"_s);
-        auto *earlier = paneItem(u"subtitleEarlierButton"_s);
-        auto *reset = paneItem(u"subtitleResetButton"_s);
-        auto *text = paneItem(u"subtitleDelayText"_s);
-        QTRY_VERIFY(later->isVisible());
-        // No subtitle track chosen: nothing to shift.
-        QCOMPARE(m_model->selectedSubtitle(), -1);
-        QVERIFY(!later->isEnabled());
-        QCOMPARE(text->property("text").toString(), u"+0.0 s"_s);
-        save(m_window.get(), u"subtitle-panel-empty"_s);
-
-        // A subtitle file becomes the current track.
-        QTemporaryDir scratch;
-        m_model->loadSubtitleFile(writeCaptions(scratch));
-        QTRY_VERIFY_WITH_TIMEOUT(m_model->selectedSubtitle() != -1, 10000);
-        QTRY_VERIFY(later->isEnabled());
-
-        QVERIFY(click(later));
-        QCOMPARE(m_model->subtitleDelay(), 0.5);
-        QCOMPARE(m_model->player()->subtitleDelay(), 500'000);
-        QCOMPARE(text->property("text").toString(), u"+0.5 s"_s);
-        QVERIFY(click(earlier));
-        QVERIFY(click(earlier));
-        QVERIFY(click(earlier));
-        QCOMPARE(m_model->subtitleDelay(), -1.0);
-        QCOMPARE(text->property("text").toString(), u"-1.0 s"_s);
-        save(m_window.get(), u"subtitle-panel-delay"_s);
-        QVERIFY(click(reset));
-        QCOMPARE(m_model->subtitleDelay(), 0.0);
-        QCOMPARE(m_model->player()->subtitleDelay(), 0);
-
-        // The button closes the panel again.
-        QVERIFY(click(paneItem(u"subtitleControls"_s)));
-        QVERIFY(!m_model->subtitleControlsOpen());
-    }
-
     void theTimelineSeeksWhenTheDragEnds()
     {
         QVERIFY(m_play.openFirstMovie());
@@ -576,15 +500,28 @@ private Q_SLOTS:
         save(m_window.get(), u"audio-panel"_s);
     }
 
-    void aChosenSubtitleFileGoesToTheStreamItWasChosenFor()
+    // A subtitle file goes to the stream it was chosen for; the delay buttons shift it.
+    void subtitleFilesAndTheirDelay()
     {
-        playAndWaitForPicture();
-        if (QTest::currentTestFailed())
-            return;
+        QVERIFY(playAndWaitForPicture());
         QTemporaryDir scratch;
-        const QUrl address = writeCaptions(scratch);
+        QFile file(scratch.filePath(u"captions.srt"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("1\n00:00:00,000 --> 00:10:00,000\nBon dia\n") > 0);
+        file.close();
+        const QUrl address = QUrl::fromLocalFile(file.fileName());
 
         QVERIFY(click(paneItem(u"subtitleControls"_s)));
+        QVERIFY(m_model->subtitleControlsOpen());
+        auto *later = paneItem(u"subtitleLaterButton"_s);
+        auto *earlier = paneItem(u"subtitleEarlierButton"_s);
+        auto *text = paneItem(u"subtitleDelayText"_s);
+        QTRY_VERIFY(later->isVisible());
+        // No subtitle track chosen: nothing to shift.
+        QCOMPARE(m_model->selectedSubtitle(), -1);
+        QVERIFY(!later->isEnabled());
+        QCOMPARE(text->property("text").toString(), u"+0.0 s"_s);
+        save(m_window.get(), u"subtitle-panel-empty"_s);
+
         QObject *dialog = m_window->findChild<QObject *>(u"subtitleFileDialog"_s);
         QVERIFY(dialog);
         QCOMPARE(dialog->property("title").toString(), u"Carrega subtítols"_s);
@@ -623,6 +560,25 @@ private Q_SLOTS:
         QVERIFY(QMetaObject::invokeMethod(dialog, "accept"));
         QTRY_VERIFY_WITH_TIMEOUT(m_model->selectedSubtitle() != -1, 10000);
         QCOMPARE(m_model->subtitleTracks().size(), 1);
+        QTRY_VERIFY(later->isEnabled());
+
+        QVERIFY(click(later));
+        QCOMPARE(m_model->subtitleDelay(), 0.5);
+        QCOMPARE(m_model->player()->subtitleDelay(), 500'000);
+        QCOMPARE(text->property("text").toString(), u"+0.5 s"_s);
+        QVERIFY(click(earlier));
+        QVERIFY(click(earlier));
+        QVERIFY(click(earlier));
+        QCOMPARE(m_model->subtitleDelay(), -1.0);
+        QCOMPARE(text->property("text").toString(), u"-1.0 s"_s);
+        save(m_window.get(), u"subtitle-panel-delay"_s);
+        QVERIFY(click(paneItem(u"subtitleResetButton"_s)));
+        QCOMPARE(m_model->subtitleDelay(), 0.0);
+        QCOMPARE(m_model->player()->subtitleDelay(), 0);
+
+        // The button closes the panel again.
+        QVERIFY(click(paneItem(u"subtitleControls"_s)));
+        QVERIFY(!m_model->subtitleControlsOpen());
     }
 };
 

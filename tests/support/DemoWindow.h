@@ -37,8 +37,16 @@ public:
         preferences = std::make_unique<StoreTest::Preferences>();
         for (auto value = stored.cbegin(); value != stored.cend(); ++value)
             preferences->settings().setValue(value.key(), value.value());
-        model = WindowDriver::startModel(preferences->settings(), keychainService);
-        return model && ui.open(model.get());
+        return start(keychainService);
+    }
+
+    // The model and the window closed, then started again on the same preferences, as at the next run.
+    bool restart(const QString &keychainService)
+    {
+        m_warnings += ui.finish();
+        model.reset();
+        preferences->restart();
+        return start(keychainService);
     }
 
     // The demo account loaded for the session: true once its channels are listed.
@@ -49,12 +57,23 @@ public:
             && model->activeID() == provider.account().id;
     }
 
-    // Closes the window: what the engine warned about the application's own components meanwhile.
-    QStringList finish()
+    // Closes the window. The application's own components must have loaded and bound without a
+    // warning meanwhile: the test fails with the warnings otherwise.
+    void finish()
     {
-        const QStringList warnings = ui.finish();
+        const QStringList warnings = m_warnings + ui.finish();
+        m_warnings.clear();
         model.reset();
         preferences.reset();
-        return warnings;
+        QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     }
+
+private:
+    bool start(const QString &keychainService)
+    {
+        model = WindowDriver::startModel(preferences->settings(), keychainService);
+        return model && ui.open(model.get());
+    }
+
+    QStringList m_warnings; // of the windows closed by restart()
 };

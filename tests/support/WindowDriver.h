@@ -88,8 +88,6 @@ public:
 
     QQuickWindow *window() const { return m_window; }
     QQmlApplicationEngine *engine() const { return m_engine.get(); }
-    // What the engine warned about since open().
-    const QList<QQmlError> &warnings() const { return m_warnings; }
     // The warnings about the application's own components (those under qrc:/Quenvo/). A picture
     // that cannot be had is not one: the poster or logo keeps its placeholder on purpose, and Qt
     // reports the failed image load all the same.
@@ -134,6 +132,15 @@ public:
     {
         QList<QQuickItem *> found;
         collect(under ? under : m_window->contentItem(), name, found);
+        return found;
+    }
+
+    // The texts of every visible item of that name, in tree order.
+    QStringList texts(const QString &name) const
+    {
+        QStringList found;
+        for (QQuickItem *each : findAll(name))
+            found.append(each->property("text").toString());
         return found;
     }
 
