@@ -3,6 +3,7 @@
 // once the user has moved on (answers are held back at the transport and released late), the category
 // it selects, the season a series opens on, the errors it shows, and the filtered and sorted lists.
 
+#include "Listed.h"
 #include "LoopbackServer.h"
 #include "ProviderServer.h"
 #include "StoreTestSupport.h"
@@ -110,6 +111,13 @@ void drain()
 // model it exposes runs under QAbstractItemModelTester.
 struct Fixture
 {
+    // Connected to `source` from the start, when there is one.
+    explicit Fixture(const std::optional<PlaylistSource> &source = std::nullopt)
+    {
+        if (source)
+            model.reset(source);
+    }
+
     StoreTest::Preferences preferences;
     WatchHistory history {preferences.settings()};
     Transport transport;
@@ -129,28 +137,10 @@ PlaylistSource xtream(const QString &address, const QString &username = Provider
         QUuid::createUuid(), u"Proveïdor"_s, address, username, password, PlaylistSource::Kind::xtream);
 }
 
-QStringList idsOf(const QList<CatalogItem> &items)
+// An account on a scripted loopback server, which takes any credentials.
+PlaylistSource xtream(const LoopbackServer &server)
 {
-    QStringList ids;
-    for (const CatalogItem &item : items)
-        ids.append(item.id);
-    return ids;
-}
-
-QStringList namesOf(const QList<CatalogItem> &items)
-{
-    QStringList names;
-    for (const CatalogItem &item : items)
-        names.append(item.name);
-    return names;
-}
-
-QStringList namesOf(const QList<CatalogCategory> &categories)
-{
-    QStringList names;
-    for (const CatalogCategory &category : categories)
-        names.append(category.name);
-    return names;
+    return xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s);
 }
 
 // Lists only: these tests never play anything.
@@ -268,8 +258,7 @@ private Q_SLOTS:
     void opensFirstCategory()
     {
         QFETCH(CatalogKind, kind);
-        Fixture fixture;
-        fixture.model.reset(m_source);
+        Fixture fixture {m_source};
         QVERIFY(fixture.model.hasCatalog());
         fixture.model.open(kind, false, std::nullopt, std::nullopt);
         QVERIFY(fixture.model.loading());
@@ -279,7 +268,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.model.kindName(), kind == CatalogKind::movies ? u"movies"_s : u"series"_s);
         QCOMPARE(fixture.model.categories(), expectedCategories(kind));
         QCOMPARE(fixture.model.selectedCategory(), expectedCategories(kind).first());
-        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(kind, 0));
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), expectedIDs(kind, 0));
         QCOMPARE(fixture.model.error(), std::nullopt);
         QCOMPARE(fixture.transport.requests,
             QStringList({categoriesAction(kind), listAction(kind) + categoryID(kind, 0)}));
@@ -287,60 +276,6 @@ private Q_SLOTS:
             QCOMPARE(title.kind, kind);
             QCOMPARE(title.categoryID, categoryID(kind, 0));
         }
-    }
-
-    // Series, then movies, then series again: the second visit to series asks the provider nothing and
-    // comes back to the series category selected last.
-    void cachesPerKind()
-    {
-        Fixture fixture;
-        fixture.model.reset(m_source);
-        openAndWait(fixture, CatalogKind::series);
-        const CatalogCategory second = fixture.model.categories().at(1);
-        selectAndWait(fixture, second);
-        const QList<CatalogItem> secondItems = fixture.model.items();
-        QCOMPARE(idsOf(secondItems), expectedIDs(CatalogKind::series, 1));
-
-        openAndWait(fixture, CatalogKind::movies);
-
-        const QStringList before = fixture.transport.requests;
-        fixture.model.open(CatalogKind::series, false, std::nullopt, std::nullopt);
-        QVERIFY(!fixture.model.loading());
-        QCOMPARE(fixture.model.kind(), CatalogKind::series);
-        QCOMPARE(fixture.model.categories(), expectedCategories(CatalogKind::series));
-        QCOMPARE(fixture.model.selectedCategory(), second);
-        QCOMPARE(fixture.model.items(), secondItems);
-        QCOMPARE(fixture.transport.requests, before);
-        QCOMPARE(fixture.transport.count(u"get_series_categories:"_s), 1);
-        QCOMPARE(fixture.transport.count(u"get_series:"_s + second.id), 1);
-    }
-
-    // Opening the kind already on screen only opens the title asked for: category, titles, searches
-    // and order stay.
-    void openSameKindKeepsState()
-    {
-        Fixture fixture;
-        fixture.model.reset(m_source);
-        openAndWait(fixture, CatalogKind::movies);
-        const CatalogCategory second = fixture.model.categories().at(1);
-        selectAndWait(fixture, second);
-        const QList<CatalogItem> items = fixture.model.items();
-        fixture.model.setSearch(u"a"_s);
-        fixture.model.setCategorySearch(u"e"_s);
-        fixture.model.setSortByTitle(true);
-        const QStringList before = fixture.transport.requests;
-
-        const CatalogItem wanted = items.last();
-        fixture.model.open(CatalogKind::movies, false, wanted, std::nullopt);
-        QCOMPARE(fixture.model.selectedItem(), wanted);
-        QTRY_VERIFY(!fixture.model.loadingDetail());
-
-        QCOMPARE(fixture.model.selectedCategory(), second);
-        QCOMPARE(fixture.model.items(), items);
-        QCOMPARE(fixture.model.search(), u"a"_s);
-        QCOMPARE(fixture.model.categorySearch(), u"e"_s);
-        QVERIFY(fixture.model.sortByTitle());
-        QCOMPARE(fixture.transport.requests, before + QStringList {u"get_vod_info:"_s + wanted.id});
     }
 
     // Category A, then B before either answers: A's late answer, titles or failure, changes nothing,
@@ -371,8 +306,7 @@ private Q_SLOTS:
                     .toUtf8(),
                 "application/json");
         });
-        Fixture fixture;
-        fixture.model.reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+        Fixture fixture {xtream(server)};
         fixture.transport.hold(u"get_vod_streams:5"_s);
         fixture.transport.hold(u"get_vod_streams:6"_s);
         fixture.model.open(CatalogKind::movies, false, std::nullopt, std::nullopt); // selects A
@@ -390,7 +324,7 @@ private Q_SLOTS:
 
         fixture.transport.release(u"get_vod_streams:6"_s);
         QTRY_VERIFY(!fixture.model.loading());
-        QCOMPARE(idsOf(fixture.model.items()), QStringList {u"6"_s});
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), QStringList {u"6"_s});
         fixture.model.select(fixture.model.categories().at(0), false);
         QCOMPARE(fixture.transport.count(u"get_vod_streams:5"_s), 2);
         QTRY_COMPARE(fixture.transport.answered, 4);
@@ -399,8 +333,7 @@ private Q_SLOTS:
     // A detail that arrives after the user opened another title, or closed it, is dropped.
     void lateDetailDropped()
     {
-        Fixture fixture;
-        fixture.model.reset(m_source);
+        Fixture fixture {m_source};
         openAndWait(fixture, CatalogKind::movies);
         const CatalogItem first = fixture.model.items().at(0);
         const CatalogItem second = fixture.model.items().at(1);
@@ -441,8 +374,7 @@ private Q_SLOTS:
     // chose to look at: the kind, the order and the season.
     void resetDropsAnswers()
     {
-        Fixture fixture;
-        fixture.model.reset(m_source);
+        Fixture fixture {m_source};
         fixture.transport.hold(u"get_series_categories:"_s);
         fixture.model.open(CatalogKind::series, false, std::nullopt, std::nullopt);
         fixture.model.setSortByTitle(true);
@@ -484,7 +416,7 @@ private Q_SLOTS:
         Transport transport;
         auto model = std::make_unique<CatalogModel>(history, transport.fetch());
         if (silentServer) {
-            model->reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+            model->reset(xtream(server));
             model->open(CatalogKind::series, false, std::nullopt, std::nullopt);
             model->show(item(u"3"_s, u"Sèrie"_s, 0));
             QCOMPARE(transport.requests, (QStringList {u"get_series_categories:"_s, u"get_vod_info:3"_s}));
@@ -501,17 +433,28 @@ private Q_SLOTS:
         drain();
     }
 
-    // Series with category c1 selected: refresh asks again for the categories and c1's titles, drops
-    // every cached series list, and leaves the movies' caches alone.
-    void refreshDropsKindCaches()
+    // Each kind keeps its lists: series, then movies, then series again asks the provider nothing
+    // and comes back to the series category selected last. Refresh then asks again for the
+    // categories and that category's titles, drops every cached series list, and leaves the movies'.
+    void kindsKeepTheirCachesUntilRefreshed()
     {
-        Fixture fixture;
-        fixture.model.reset(m_source);
-        openAndWait(fixture, CatalogKind::movies);
+        Fixture fixture {m_source};
         openAndWait(fixture, CatalogKind::series);
         const CatalogCategory c0 = fixture.model.categories().at(0);
         const CatalogCategory c1 = fixture.model.categories().at(1);
         selectAndWait(fixture, c1);
+        const QList<CatalogItem> c1Items = fixture.model.items();
+        QCOMPARE(listed(c1Items, &CatalogItem::id), expectedIDs(CatalogKind::series, 1));
+        openAndWait(fixture, CatalogKind::movies);
+
+        QStringList before = fixture.transport.requests;
+        fixture.model.open(CatalogKind::series, false, std::nullopt, std::nullopt);
+        QVERIFY(!fixture.model.loading());
+        QCOMPARE(fixture.model.kind(), CatalogKind::series);
+        QCOMPARE(fixture.model.categories(), expectedCategories(CatalogKind::series));
+        QCOMPARE(fixture.model.selectedCategory(), c1);
+        QCOMPARE(fixture.model.items(), c1Items);
+        QCOMPARE(fixture.transport.requests, before);
         fixture.model.setSearch(u"x"_s);
 
         fixture.model.refresh();
@@ -521,35 +464,50 @@ private Q_SLOTS:
         QCOMPARE(fixture.transport.count(u"get_series_categories:"_s), 2);
         QCOMPARE(fixture.transport.count(u"get_series:"_s + c1.id), 2);
         QCOMPARE(fixture.model.selectedCategory(), c1);
-        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::series, 1));
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::series, 1));
         QCOMPARE(fixture.model.search(), QString());
 
         // c0's titles were cached before the refresh: they are asked for again.
         selectAndWait(fixture, c0);
         QCOMPARE(fixture.transport.count(u"get_series:"_s + c0.id), 2);
 
-        const QStringList before = fixture.transport.requests;
+        before = fixture.transport.requests;
         fixture.model.open(CatalogKind::movies, false, std::nullopt, std::nullopt);
         QVERIFY(!fixture.model.loading());
-        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 0));
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, 0));
         QCOMPARE(fixture.transport.requests, before);
     }
 
-    // A category asked for from outside (a favourite, a personal list) is selected with fresh titles;
-    // one the provider no longer lists is reported.
-    void requestedCategory()
+    // Opening the kind on screen with a title only opens that title: category, titles, searches and
+    // order stay. A category asked for from outside (a favourite, a personal list) is selected with
+    // fresh titles; one the provider no longer lists is reported.
+    void requestedTitleAndCategory()
     {
-        Fixture fixture;
-        fixture.model.reset(m_source);
+        Fixture fixture {m_source};
         openAndWait(fixture, CatalogKind::movies);
         const CatalogCategory c2 = fixture.model.categories().at(2);
         selectAndWait(fixture, c2);
+        const QList<CatalogItem> items = fixture.model.items();
+        fixture.model.setSearch(u"a"_s);
+        fixture.model.setCategorySearch(u"e"_s);
+        fixture.model.setSortByTitle(true);
+        const QStringList before = fixture.transport.requests;
+        fixture.model.open(CatalogKind::movies, false, items.last(), std::nullopt);
+        QCOMPARE(fixture.model.selectedItem(), items.last());
+        QTRY_VERIFY(!fixture.model.loadingDetail());
+        QCOMPARE(fixture.model.selectedCategory(), c2);
+        QCOMPARE(fixture.model.items(), items);
+        QCOMPARE(fixture.model.search(), u"a"_s);
+        QCOMPARE(fixture.model.categorySearch(), u"e"_s);
+        QVERIFY(fixture.model.sortByTitle());
+        QCOMPARE(fixture.transport.requests, before + QStringList {u"get_vod_info:"_s + items.last().id});
+
         openAndWait(fixture, CatalogKind::series);
 
         fixture.model.open(CatalogKind::movies, false, std::nullopt, c2.id);
         QTRY_VERIFY(!fixture.model.loading());
         QCOMPARE(fixture.model.selectedCategory(), c2);
-        QCOMPARE(idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, 2));
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, 2));
         QCOMPARE(fixture.transport.count(u"get_vod_categories:"_s), 2);
         QCOMPARE(fixture.transport.count(u"get_vod_streams:"_s + c2.id), 2);
 
@@ -629,15 +587,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("message");
 
         using Response = LoopbackServer::Response;
-        const QString generic
-            = u"No s’ha pogut carregar la llista. Revisa l’adreça, les credencials i la resposta del servidor."_s;
-        const QString denied = u"Accés denegat. Revisa l’usuari, la contrasenya i els permisos."_s;
         QTest::newRow("categories: refused account")
             << Response::ok(R"({"user_info":{"auth":0}})", "application/json") << false << Texts::invalidCatalogue;
-        QTest::newRow("categories: HTTP 403") << Response::withStatus(403) << false << denied;
-        QTest::newRow("categories: not JSON") << Response::ok("<html>", "text/html") << false << generic;
-        QTest::newRow("titles: HTTP 404")
-            << Response::withStatus(404) << true << u"El servidor ha respost amb l’error HTTP 404."_s;
+        QTest::newRow("categories: HTTP 403") << Response::withStatus(403) << false << Texts::denied;
+        QTest::newRow("categories: not JSON") << Response::ok("<html>", "text/html") << false << Texts::generalFailure;
+        QTest::newRow("titles: HTTP 404") << Response::withStatus(404) << true << Texts::httpError(404);
     }
 
     void errorsAndRetry()
@@ -664,8 +618,7 @@ private Q_SLOTS:
             return LoopbackServer::Response::withStatus(404);
         });
 
-        Fixture fixture;
-        fixture.model.reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+        Fixture fixture {xtream(server)};
         fixture.model.open(CatalogKind::movies, false, std::nullopt, std::nullopt);
         QTRY_VERIFY(!fixture.model.loading());
         QCOMPARE(fixture.model.error(), message);
@@ -679,7 +632,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!fixture.model.loading());
         QCOMPARE(fixture.model.error(), std::nullopt);
         QCOMPARE(fixture.model.selectedCategory(), (CatalogCategory {u"5"_s, u"Comèdia"_s}));
-        QCOMPARE(idsOf(fixture.model.items()), QStringList {u"77"_s});
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), QStringList {u"77"_s});
     }
 
     void detailError()
@@ -689,8 +642,7 @@ private Q_SLOTS:
         server.setFallback([](const LoopbackServer::Request &) {
             return LoopbackServer::Response::ok(R"({"user_info":{"auth":1}})", "application/json");
         });
-        Fixture fixture;
-        fixture.model.reset(xtream(u"http://127.0.0.1:%1"_s.arg(server.port()), u"user"_s, u"pass"_s));
+        Fixture fixture {xtream(server)};
         fixture.model.show(item(u"12"_s, u"Pel·lícula"_s, 0));
         QVERIFY(fixture.model.loadingDetail());
         QTRY_VERIFY(!fixture.model.loadingDetail());
@@ -717,8 +669,7 @@ private Q_SLOTS:
         }
         QVERIFY(series >= 0);
 
-        Fixture fixture;
-        fixture.model.reset(m_source);
+        Fixture fixture {m_source};
         fixture.model.open(CatalogKind::series, false, std::nullopt,
             categoryID(CatalogKind::series, catalog().seriesCategory(series)));
         QTRY_VERIFY(!fixture.model.loading());
@@ -830,11 +781,8 @@ private Q_SLOTS:
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         model.setSortByTitle(sortByTitle);
         model.setItems(items);
-        QCOMPARE(idsOf(model.visibleItems()), expected);
-        QStringList shown;
-        for (int row = 0; row < model.rowCount(); ++row)
-            shown.append(model.index(row).data(CatalogItemListModel::ItemIDRole).toString());
-        QCOMPARE(shown, expected);
+        QCOMPARE(listed(model.visibleItems(), &CatalogItem::id), expected);
+        QCOMPARE(listed(model, CatalogItemListModel::ItemIDRole), expected);
     }
 
     // Containment ignores case and accents; the empty search shows everything; the text is used as typed.
@@ -884,16 +832,15 @@ private Q_SLOTS:
         items.setSearch(search);
         categories.setSearch(search);
 
-        QCOMPARE(namesOf(items.visibleItems()), expected);
-        QCOMPARE(namesOf(categories.visibleCategories()), expected);
+        QCOMPARE(listed(items.visibleItems(), &CatalogItem::name), expected);
+        QCOMPARE(listed(categories.visibleCategories(), &CatalogCategory::name), expected);
         QCOMPARE(categories.rowCount(), int(expected.size()));
     }
 
     // The filtered lists are rebuilt only when their inputs change, and follow the model's searches.
     void filteredListsFollowModel()
     {
-        Fixture fixture;
-        fixture.model.reset(m_source);
+        Fixture fixture {m_source};
         openAndWait(fixture, CatalogKind::movies);
         const QList<CatalogItem> items = fixture.model.items();
         const QString name = items.first().name;
@@ -921,7 +868,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.model.categorySearch(), last.name); // selecting keeps the category search
         QTRY_VERIFY(!fixture.model.loading());
         QCOMPARE(
-            idsOf(fixture.model.items()), expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
+            listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
         fixture.model.selectCategoryAt(99);
         fixture.model.showItemAt(-1);
         QCOMPARE(fixture.model.selectedCategory(), last);
