@@ -4,8 +4,10 @@
 
 #include "../stores/StoreTestSupport.h"
 #include "HeldSecretService.h"
+#include "Listed.h"
 #include "LoopbackServer.h"
 #include "ProviderServer.h"
+#include "Texts.h"
 #include "models/CatalogModel.h"
 #include "models/ChannelCategoriesModel.h"
 #include "models/ChannelListModel.h"
@@ -48,14 +50,6 @@ PlaylistSource m3uSource(const QString &name, const QUrl &url)
     return PlaylistSource(QUuid::createUuid(), name, url.toString(), QString(), QString(), PlaylistSource::Kind::m3u);
 }
 
-QStringList namesOf(const ChannelListModel &model)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(); ++row)
-        names.append(model.data(model.index(row), ChannelListModel::NameRole).toString());
-    return names;
-}
-
 } // namespace
 
 class tst_LibraryModel : public QObject
@@ -83,6 +77,13 @@ private:
                 model->categories(), QAbstractItemModelTester::FailureReportingMode::QtTest);
             return *model;
         }
+        // start(), and its start-up (the keychain read) over.
+        LibraryModel &startedUp()
+        {
+            if (!QSignalSpy(&start(), &LibraryModel::startedUp).wait(10000))
+                qFatal("the library model did not start up");
+            return *model;
+        }
         LibraryModel &restart()
         {
             channelTester.reset();
@@ -102,6 +103,8 @@ private:
         }
     };
 
+    static QStringList shownNames(LibraryModel &model) { return listed(*model.filteredChannels(), ChannelListModel::NameRole); }
+
     // Loads and waits for the outcome.
     static bool loaded(LibraryModel &model, const PlaylistSource &source, bool save = false, bool temporary = false)
     {
@@ -113,6 +116,7 @@ private:
     LoopbackServer m_server;
     QUrl m_news;
     QUrl m_sport;
+    QByteArray m_sportList; // the two sports channels
 
 private Q_SLOTS:
     void initTestCase()
@@ -126,10 +130,9 @@ private Q_SLOTS:
                                                               {u"Cinema"_s, u"cafe"_s, u"/live/3.ts"_s},
                                                               {u"Música"_s, u"a9"_s, u"/live/4.ts"_s}},
                                                              m_server.url())));
-        m_server.route(u"/sport.m3u"_s,
-                       LoopbackServer::Response::ok(playlist({{u"Esport 1"_s, u"Esports"_s, u"/live/1.ts"_s},
-                                                              {u"Esport 2"_s, u"Esports"_s, u"/live/5.ts"_s}},
-                                                             m_server.url())));
+        m_sportList = playlist({{u"Esport 1"_s, u"Esports"_s, u"/live/1.ts"_s}, {u"Esport 2"_s, u"Esports"_s, u"/live/5.ts"_s}},
+                               m_server.url());
+        m_server.route(u"/sport.m3u"_s, LoopbackServer::Response::ok(m_sportList));
         m_server.route(u"/missing.m3u"_s, LoopbackServer::Response::withStatus(404));
     }
 
@@ -151,7 +154,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!model.isLoading());
         QCOMPARE(model.sources(), (QList<PlaylistSource>{news, sport}));
         QCOMPARE(model.canSave(), true);
-        QCOMPARE(namesOf(*model.filteredChannels()), (QStringList{u"Esport 1"_s, u"Esport 2"_s}));
+        QCOMPARE(shownNames(model), (QStringList{u"Esport 1"_s, u"Esport 2"_s}));
         QVERIFY(model.isFavorite(model.channels().at(1)));
         QVERIFY(!model.isFavorite(model.channels().at(0)));
         QCOMPARE(model.notice(), std::nullopt);
@@ -172,8 +175,7 @@ private Q_SLOTS:
         const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
         const PlaylistSource sport = m3uSource(u"Esports"_s, m_sport);
         run.save({news});
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
 
         HeldSecretService held;
@@ -211,8 +213,7 @@ private Q_SLOTS:
         QFETCH(int, firstStatus);
         QFETCH(bool, cancelled);
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
         QVERIFY(loaded(model, news, false, true));
 
@@ -240,7 +241,7 @@ private Q_SLOTS:
                                             : QStringList {u"Esport 1"_s, u"Esport 2"_s};
         QTest::qWait(900);
         QCOMPARE(model.activeID(), std::optional<QUuid>(shown.id));
-        QCOMPARE(namesOf(*model.filteredChannels()), names);
+        QCOMPARE(shownNames(model), names);
         QCOMPARE(model.notice(), std::nullopt);
         QCOMPARE(notices.count(), 0);
         QVERIFY(!model.isLoading());
@@ -251,8 +252,7 @@ private Q_SLOTS:
     void aFailedLoadKeepsThePreviousConnection()
     {
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
         QVERIFY(loaded(model, news, true));
         model.setSearch(u"caf"_s);
@@ -261,10 +261,10 @@ private Q_SLOTS:
         const int before = m_server.requestCount(u"/missing.m3u"_s);
         model.load(missing, true, false);
         QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
-        QCOMPARE(model.notice(), std::optional<QString>(u"El servidor ha respost amb l’error HTTP 404."_s));
+        QCOMPARE(model.notice(), std::optional<QString>(Texts::httpError(404)));
         QCOMPARE(model.activeID(), std::optional<QUuid>(news.id));
         QCOMPARE(model.search(), u"caf"_s);
-        QCOMPARE(namesOf(*model.filteredChannels()), QStringList{u"Café TV"_s});
+        QCOMPARE(shownNames(model), QStringList{u"Café TV"_s});
         QCOMPARE(model.sources(), QList<PlaylistSource>{news});
         QCOMPARE(run.saved(), QList<PlaylistSource>{news});
 
@@ -283,8 +283,7 @@ private Q_SLOTS:
     void removingTheActiveConnectionLoadsTheFirstRemaining()
     {
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
         const PlaylistSource sport = m3uSource(u"Esports"_s, m_sport);
         const PlaylistSource session = m3uSource(u"Sessió"_s, m_news);
@@ -341,8 +340,7 @@ private Q_SLOTS:
     void favouritesBelongToTheirConnection()
     {
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         const Channel stray(u"Cap"_s, QString(), m_server.url(u"/live/1.ts"_s), false);
         model.toggleFavorite(stray); // no active connection: ignored
         QCOMPARE(model.favorites(), QSet<QString>());
@@ -354,11 +352,17 @@ private Q_SLOTS:
         model.toggleFavoriteAt(0);
         QVERIFY(model.isFavoriteAt(0));
         model.showFavorites();
-        QCOMPARE(namesOf(*model.filteredChannels()), QStringList{u"Café TV"_s});
+        QCOMPARE(shownNames(model), QStringList{u"Café TV"_s});
+        model.setSearch(u"x"_s);
+        model.setCategory(u"a10"_s);
 
+        // Another connection: favourites view, search and category start afresh.
         model.selectSource(second);
         QVERIFY(!model.favoritesOnly());
         QTRY_COMPARE_WITH_TIMEOUT(model.activeID(), std::optional<QUuid>(second.id), 10000);
+        QCOMPARE(model.search(), QString());
+        QCOMPARE(model.category(), std::nullopt);
+        QCOMPARE(model.filteredChannels()->count(), 4);
         QVERIFY(!model.isFavorite(cafe));
         model.showFavorites();
         QCOMPARE(model.filteredChannels()->count(), 0);
@@ -371,27 +375,10 @@ private Q_SLOTS:
                  QStringList{cafe.favoriteID(first.id)});
     }
 
-    // What a search or a category shows is the channel list's rule (tst_channel_list_model), and the
-    // window's picker sets the category: here, that a new load resets both.
-    void aNewLoadResetsSearchAndCategory()
-    {
-        Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
-        QVERIFY(loaded(model, m3uSource(u"Notícies"_s, m_news)));
-        model.setSearch(u"x"_s);
-        model.setCategory(u"a10"_s);
-        QVERIFY(loaded(model, m3uSource(u"Esports"_s, m_sport)));
-        QCOMPARE(model.search(), QString());
-        QCOMPARE(model.category(), std::nullopt);
-        QCOMPARE(model.filteredChannels()->count(), 2);
-    }
-
     void sectionsStopPlaybackOnlyWhenTheyChange()
     {
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         QVERIFY(loaded(model, m3uSource(u"Notícies"_s, m_news)));
         model.playAt(0);
         QCOMPARE(model.currentChannel(), std::optional<Channel>(model.channels().at(0)));
@@ -428,14 +415,9 @@ private Q_SLOTS:
     void personalEntriesOpenTheirConnectionFirst()
     {
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         const PlaylistSource news = m3uSource(u"Notícies"_s, m_news);
-        m_server.route(u"/sport-slow.m3u"_s,
-                       LoopbackServer::Response::ok(playlist({{u"Esport 1"_s, u"Esports"_s, u"/live/1.ts"_s},
-                                                              {u"Esport 2"_s, u"Esports"_s, u"/live/5.ts"_s}},
-                                                             m_server.url()))
-                           .delayedBy(300ms));
+        m_server.route(u"/sport-slow.m3u"_s, LoopbackServer::Response::ok(m_sportList).delayedBy(300ms));
         const PlaylistSource sport = m3uSource(u"Esports"_s, m_server.url(u"/sport-slow.m3u"_s));
         QVERIFY(loaded(model, sport, false, true));
         const Channel second = model.channels().at(1);
@@ -496,8 +478,7 @@ private Q_SLOTS:
         ProviderServer provider(options);
         QVERIFY2(provider.start(), qPrintable(provider.errorString()));
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         const PlaylistSource account(QUuid::createUuid(), u"Demo"_s, provider.baseURL().toString(),
                                      ProviderCatalog::demoUsername(), ProviderCatalog::demoPassword(),
                                      PlaylistSource::Kind::xtream);
@@ -542,12 +523,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("username");
         QTest::addColumn<QString>("message");
         const QString news = m_news.toString();
-        QTest::newRow("not http") << u"m3u"_s << u"Llista"_s << u"ftp://example.org/a.m3u"_s << QString()
-                                  << u"Cal una URL HTTP o HTTPS vàlida. Escriu l’usuari i la contrasenya als camps "
-                                     u"corresponents."_s;
+        const QString notHTTP
+            = u"Cal una URL HTTP o HTTPS vàlida. Escriu l’usuari i la contrasenya als camps corresponents."_s;
+        QTest::newRow("not http") << u"m3u"_s << u"Llista"_s << u"ftp://example.org/a.m3u"_s << QString() << notHTTP;
         QTest::newRow("credentials in the address")
-            << u"m3u"_s << u"Llista"_s << u"http://user:pw@127.0.0.1/a.m3u"_s << QString()
-            << u"Cal una URL HTTP o HTTPS vàlida. Escriu l’usuari i la contrasenya als camps corresponents."_s;
+            << u"m3u"_s << u"Llista"_s << u"http://user:pw@127.0.0.1/a.m3u"_s << QString() << notHTTP;
         QTest::newRow("xtream with an action")
             << u"xtream"_s << u"Servidor"_s << u"http://127.0.0.1:8080/player_api.php"_s << u"u"_s
             << u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s;
@@ -563,8 +543,7 @@ private Q_SLOTS:
         QFETCH(QString, username);
         QFETCH(QString, message);
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         model.addSource();
         QVERIFY(model.editingSource().has_value());
         QCOMPARE(model.editingSource()->kind, PlaylistSource::Kind::m3u);
@@ -600,8 +579,7 @@ private Q_SLOTS:
     void theModelMayGoAwayWhileLoading()
     {
         Run run;
-        LibraryModel &model = run.start();
-        QVERIFY(QSignalSpy(&model, &LibraryModel::startedUp).wait(10000));
+        LibraryModel &model = run.startedUp();
         m_server.route(u"/slow-gone.m3u"_s,
                        LoopbackServer::Response::ok(playlist({{u"Lent"_s, u"x"_s, u"/slow.ts"_s}}, m_server.url()))
                            .delayedBy(300ms));
