@@ -98,7 +98,7 @@ private Q_SLOTS:
         m_play.finish();
     }
 
-    void whoThePlayerIs()
+    void whoThePlayerIsWithNothingPlaying()
     {
         QCOMPARE(get(root, u"Identity"_s), QVariant(u"Quenvo"_s));
         QCOMPARE(get(root, u"DesktopEntry"_s), QVariant(u"app.quenvo.Quenvo"_s));
@@ -115,10 +115,8 @@ private Q_SLOTS:
         QCOMPARE(quit.size(), 0);
         BusTest::call(m_remote, BusTest::method(Mpris::serviceName, Mpris::objectPath, root, u"Quit"_s));
         QCOMPARE(quit.size(), 1);
-    }
 
-    void nothingPlaying()
-    {
+        // Nothing playing yet.
         QCOMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
         QCOMPARE(metadata().value(u"mpris:trackid"_s).value<QDBusObjectPath>().path(), noTrack);
         QCOMPARE(metadata().size(), 1);
@@ -133,7 +131,7 @@ private Q_SLOTS:
         QCOMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
     }
 
-    void aLiveChannelPlaysPausesAndStops()
+    void aLiveChannelPlaysPausesStopsAndFails()
     {
         const Channel channel = liveChannel(ProviderCatalog::LiveKind::regular);
         m_model->play(channel, false);
@@ -177,10 +175,8 @@ private Q_SLOTS:
                 statuses.append(change.value(u"PlaybackStatus"_s).toString());
         }
         QCOMPARE(statuses.join(u" "_s), u"Playing Paused Playing Stopped"_s);
-    }
 
-    void aChannelThatFailsReadsStopped()
-    {
+        // A channel that fails reads stopped.
         m_model->play(liveChannel(ProviderCatalog::LiveKind::missing), false);
         QTRY_VERIFY_WITH_TIMEOUT(m_model->playbackError().has_value(), 15000);
         QTRY_COMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
