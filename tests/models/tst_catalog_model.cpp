@@ -775,10 +775,8 @@ private Q_SLOTS:
         QFETCH(bool, sortByTitle);
         QFETCH(QStringList, expected);
 
-        StoreTest::Preferences preferences;
-        WatchHistory history(preferences.settings());
-        CatalogItemListModel model(history);
-        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const Fixture fixture; // the filtered titles on their own
+        CatalogItemListModel &model = *fixture.model.filteredItems();
         model.setSortByTitle(sortByTitle);
         model.setItems(items);
         QCOMPARE(listed(model.visibleItems(), &CatalogItem::id), expected);
@@ -813,13 +811,9 @@ private Q_SLOTS:
         QFETCH(QString, search);
         QFETCH(QStringList, expected);
 
-        StoreTest::Preferences preferences;
-        WatchHistory history(preferences.settings());
-        CatalogItemListModel items(history);
-        QAbstractItemModelTester itemsTester(&items, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        CatalogCategoryListModel categories;
-        QAbstractItemModelTester categoriesTester(
-            &categories, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const Fixture fixture; // the filtered lists on their own
+        CatalogItemListModel &items = *fixture.model.filteredItems();
+        CatalogCategoryListModel &categories = *fixture.model.filteredCategories();
         QList<CatalogItem> titles;
         QList<CatalogCategory> groups;
         for (qsizetype index = 0; index < names.size(); ++index) {
