@@ -523,11 +523,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("username");
         QTest::addColumn<QString>("message");
         const QString news = m_news.toString();
-        const QString notHTTP
-            = u"Cal una URL HTTP o HTTPS vàlida. Escriu l’usuari i la contrasenya als camps corresponents."_s;
-        QTest::newRow("not http") << u"m3u"_s << u"Llista"_s << u"ftp://example.org/a.m3u"_s << QString() << notHTTP;
-        QTest::newRow("credentials in the address")
-            << u"m3u"_s << u"Llista"_s << u"http://user:pw@127.0.0.1/a.m3u"_s << QString() << notHTTP;
         QTest::newRow("xtream with an action")
             << u"xtream"_s << u"Servidor"_s << u"http://127.0.0.1:8080/player_api.php"_s << u"u"_s
             << u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s;
