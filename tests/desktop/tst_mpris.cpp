@@ -98,7 +98,8 @@ private Q_SLOTS:
         m_play.finish();
     }
 
-    void whoThePlayerIsWithNothingPlaying()
+    // Who the player is, what it offers with nothing playing, and its volume set from either side.
+    void beforeAnythingPlays()
     {
         QCOMPARE(get(root, u"Identity"_s), QVariant(u"Quenvo"_s));
         QCOMPARE(get(root, u"DesktopEntry"_s), QVariant(u"app.quenvo.Quenvo"_s));
@@ -129,6 +130,18 @@ private Q_SLOTS:
         command(u"PlayPause"_s);
         QCOMPARE(m_model->currentChannel(), std::optional<Channel>());
         QCOMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
+
+        QVERIFY(BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 0.25));
+        QCOMPARE(m_model->volume(), 25.0);
+        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.25));
+        m_model->setVolume(60);
+        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.6));
+        QCOMPARE(player(u"Volume"_s), QVariant(0.6));
+        // Out of range: held to the model's 0–100.
+        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 1.5);
+        QCOMPARE(m_model->volume(), 100.0);
+        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, -1.0);
+        QCOMPARE(m_model->volume(), 0.0);
     }
 
     void aLiveChannelPlaysPausesStopsAndFails()
@@ -182,21 +195,6 @@ private Q_SLOTS:
         QTRY_COMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
         QCOMPARE(player(u"CanPause"_s), QVariant(false));
         QCOMPARE(player(u"CanPlay"_s), QVariant(true)); // Play tries the channel again
-    }
-
-    void volume()
-    {
-        QVERIFY(BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 0.25));
-        QCOMPARE(m_model->volume(), 25.0);
-        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.25));
-        m_model->setVolume(60);
-        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.6));
-        QCOMPARE(player(u"Volume"_s), QVariant(0.6));
-        // Out of range: held to the model's 0–100.
-        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 1.5);
-        QCOMPARE(m_model->volume(), 100.0);
-        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, -1.0);
-        QCOMPARE(m_model->volume(), 0.0);
     }
 
     void aMovieHasALengthAPosterAndSeeks()
