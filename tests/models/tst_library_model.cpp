@@ -348,7 +348,7 @@ private Q_SLOTS:
         QCOMPARE(run.saved(), QList<PlaylistSource>());
     }
 
-    void favouritesBelongToTheirConnection()
+    void favouritesAndSectionsOfAConnection()
     {
         Run run;
         LibraryModel &model = run.startedUp();
@@ -360,8 +360,15 @@ private Q_SLOTS:
         const PlaylistSource second = m3uSource(u"Segona"_s, m_news);
         QVERIFY(loaded(model, first, false, true));
         const Channel cafe = model.channels().at(0);
+        // Marking a favourite, or choosing the live section again, leaves the channel playing.
+        model.playAt(0);
+        QCOMPARE(model.currentChannel(), std::optional<Channel>(cafe));
+        const MediaPlayer *player = model.player();
         model.toggleFavoriteAt(0);
         QVERIFY(model.isFavoriteAt(0));
+        QCOMPARE(model.player(), player);
+        model.selectSection(LibraryModel::Section::live);
+        QCOMPARE(model.currentChannel(), std::optional<Channel>(cafe));
         model.showFavorites();
         QCOMPARE(shownNames(model), QStringList{u"Café TV"_s});
         model.setSearch(u"x"_s);
@@ -384,23 +391,9 @@ private Q_SLOTS:
         QCOMPARE(model.favorites(), QSet<QString>{cafe.favoriteID(first.id)});
         QCOMPARE(run.preferences.settings().value(u"favorites"_s).toStringList(),
                  QStringList{cafe.favoriteID(first.id)});
-    }
 
-    void sectionsStopPlaybackOnlyWhenTheyChange()
-    {
-        Run run;
-        LibraryModel &model = run.startedUp();
-        QVERIFY(loaded(model, m3uSource(u"Notícies"_s, m_news)));
-        model.playAt(0);
-        QCOMPARE(model.currentChannel(), std::optional<Channel>(model.channels().at(0)));
-        // Marking favourites leaves playback alone.
-        const MediaPlayer *player = model.player();
-        model.toggleFavoriteAt(0);
-        model.toggleFavoriteAt(1);
-        QCOMPARE(model.player(), player);
-        QVERIFY(model.currentChannel().has_value());
-        model.selectSection(LibraryModel::Section::live);
-        QVERIFY(model.currentChannel().has_value());
+        // Another section stops the channel.
+        model.play(cafe, false);
         model.selectSection(u"series"_s);
         QCOMPARE(model.section(), LibraryModel::Section::series);
         QCOMPARE(model.currentChannel(), std::nullopt);
