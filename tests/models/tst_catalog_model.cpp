@@ -24,7 +24,6 @@
 #include <QThreadPool>
 #include <QUrlQuery>
 
-#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -670,16 +669,8 @@ private Q_SLOTS:
         QVERIFY(series >= 0);
 
         Fixture fixture {m_source};
-        fixture.model.open(CatalogKind::series, false, std::nullopt,
-            categoryID(CatalogKind::series, catalog().seriesCategory(series)));
-        QTRY_VERIFY(!fixture.model.loading());
-        const QList<CatalogItem> items = fixture.model.items();
-        const auto found = std::find_if(items.cbegin(), items.cend(), [&](const CatalogItem &title) {
-            return title.id == QString::number(catalog().seriesID(series));
-        });
-        QVERIFY(found != items.cend());
-        const CatalogItem title = *found;
-
+        CatalogItem title = item(QString::number(catalog().seriesID(series)), catalog().seriesName(series), 0);
+        title.kind = CatalogKind::series;
         fixture.model.show(title);
         QTRY_VERIFY(!fixture.model.loadingDetail());
         QVERIFY(fixture.model.detail());
