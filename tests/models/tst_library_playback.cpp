@@ -92,11 +92,10 @@ private Q_SLOTS:
         QFETCH(int, kind);
         QFETCH(bool, video);
         LibraryModel &model = *m_model;
-        MediaPlayer *player = model.player();
         model.play(liveChannel(ProviderCatalog::LiveKind(kind)), false);
         QCOMPARE(model.retiringPlayerCount(), 0); // nothing was playing: no player to wait for
         QVERIFY(model.player()->hasMedia());
-        player = model.player();
+        const MediaPlayer *player = model.player();
         QVERIFY(model.waiting());
         QVERIFY(tickUntil([&] { return !model.waiting(); }));
         QCOMPARE(model.playbackError(), std::nullopt);
