@@ -431,8 +431,9 @@ private Q_SLOTS:
 
     // Each kind keeps its lists: series, then movies, then series again asks the provider nothing
     // and comes back to the series category selected last. Refresh then asks again for the
-    // categories and that category's titles, drops every cached series list, and leaves the movies'.
-    void kindsKeepTheirCachesUntilRefreshed()
+    // categories and that category's titles, drops every cached series list, and leaves the movies',
+    // which are then searched and filtered.
+    void kindsKeepTheirListsUntilRefreshed()
     {
         Fixture fixture {m_source};
         openAndWait(fixture, CatalogKind::series);
@@ -472,6 +473,45 @@ private Q_SLOTS:
         QVERIFY(!fixture.model.loading());
         QCOMPARE(listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, 0));
         QCOMPARE(fixture.transport.requests, before);
+
+        // The filtered lists are rebuilt only when their inputs change, and follow the model's searches.
+        const QList<CatalogItem> items = fixture.model.items();
+        const QString name = items.first().name;
+
+        QSignalSpy itemResets(fixture.model.filteredItems(), &QAbstractItemModel::modelReset);
+        QSignalSpy categoryResets(fixture.model.filteredCategories(), &QAbstractItemModel::modelReset);
+        QSignalSpy searchChanged(&fixture.model, &CatalogModel::searchChanged);
+        fixture.model.setSearch(name);
+        QCOMPARE(searchChanged.size(), 1);
+        QCOMPARE(itemResets.size(), 1);
+        QVERIFY(fixture.model.filteredItems()->visibleItems().contains(items.first()));
+        QVERIFY(fixture.model.filteredItems()->count() < items.size());
+        fixture.model.setSearch(name);
+        QCOMPARE(searchChanged.size(), 1);
+        QCOMPARE(itemResets.size(), 1);
+        QCOMPARE(categoryResets.size(), 0);
+
+        fixture.model.setSearch(QString());
+
+        const CatalogCategory last = fixture.model.categories().last();
+        fixture.model.setCategorySearch(last.name);
+        QVERIFY(fixture.model.filteredCategories()->visibleCategories().contains(last));
+        fixture.model.selectCategoryAt(fixture.model.filteredCategories()->visibleCategories().indexOf(last));
+        QCOMPARE(fixture.model.selectedCategory(), last);
+        QCOMPARE(fixture.model.categorySearch(), last.name); // selecting keeps the category search
+        QTRY_VERIFY(!fixture.model.loading());
+        QCOMPARE(
+            listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
+        fixture.model.selectCategoryAt(99);
+        fixture.model.showItemAt(-1);
+        QCOMPARE(fixture.model.selectedCategory(), last);
+        QCOMPARE(fixture.model.selectedItem(), std::nullopt);
+
+        // A query that folds to nothing (a lone combining accent) finds nothing, in both searches.
+        fixture.model.setSearch(u"\u0301"_s);
+        fixture.model.setCategorySearch(u"\u0301"_s);
+        QCOMPARE(fixture.model.filteredItems()->count(), 0);
+        QCOMPARE(fixture.model.filteredCategories()->count(), 0);
     }
 
     // Opening the kind on screen with a title only opens that title: category, titles, searches and
@@ -810,50 +850,6 @@ private Q_SLOTS:
         QCOMPARE(listed(items.visibleItems(), &CatalogItem::name), expected);
         QCOMPARE(listed(categories.visibleCategories(), &CatalogCategory::name), expected);
         QCOMPARE(categories.rowCount(), int(expected.size()));
-    }
-
-    // The filtered lists are rebuilt only when their inputs change, and follow the model's searches.
-    void filteredListsFollowModel()
-    {
-        Fixture fixture {m_source};
-        openAndWait(fixture, CatalogKind::movies);
-        const QList<CatalogItem> items = fixture.model.items();
-        const QString name = items.first().name;
-
-        QSignalSpy itemResets(fixture.model.filteredItems(), &QAbstractItemModel::modelReset);
-        QSignalSpy categoryResets(fixture.model.filteredCategories(), &QAbstractItemModel::modelReset);
-        QSignalSpy searchChanged(&fixture.model, &CatalogModel::searchChanged);
-        fixture.model.setSearch(name);
-        QCOMPARE(searchChanged.size(), 1);
-        QCOMPARE(itemResets.size(), 1);
-        QVERIFY(fixture.model.filteredItems()->visibleItems().contains(items.first()));
-        QVERIFY(fixture.model.filteredItems()->count() < items.size());
-        fixture.model.setSearch(name);
-        QCOMPARE(searchChanged.size(), 1);
-        QCOMPARE(itemResets.size(), 1);
-        QCOMPARE(categoryResets.size(), 0);
-
-        fixture.model.setSearch(QString());
-
-        const CatalogCategory last = fixture.model.categories().last();
-        fixture.model.setCategorySearch(last.name);
-        QVERIFY(fixture.model.filteredCategories()->visibleCategories().contains(last));
-        fixture.model.selectCategoryAt(fixture.model.filteredCategories()->visibleCategories().indexOf(last));
-        QCOMPARE(fixture.model.selectedCategory(), last);
-        QCOMPARE(fixture.model.categorySearch(), last.name); // selecting keeps the category search
-        QTRY_VERIFY(!fixture.model.loading());
-        QCOMPARE(
-            listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
-        fixture.model.selectCategoryAt(99);
-        fixture.model.showItemAt(-1);
-        QCOMPARE(fixture.model.selectedCategory(), last);
-        QCOMPARE(fixture.model.selectedItem(), std::nullopt);
-
-        // A query that folds to nothing (a lone combining accent) finds nothing, in both searches.
-        fixture.model.setSearch(u"\u0301"_s);
-        fixture.model.setCategorySearch(u"\u0301"_s);
-        QCOMPARE(fixture.model.filteredItems()->count(), 0);
-        QCOMPARE(fixture.model.filteredCategories()->count(), 0);
     }
 };
 
