@@ -14,8 +14,6 @@
 #include <QTest>
 #include <QVariantMap>
 
-#include <algorithm>
-
 namespace BusTest {
 
 // A second connection to the session bus: what another program would see.
@@ -100,13 +98,6 @@ public:
                 return change->value(name);
         }
         return QVariant();
-    }
-
-    // How many announcements carried `name`.
-    int count(const QString &name) const
-    {
-        return int(std::count_if(changes.cbegin(), changes.cend(),
-                                 [&name](const QVariantMap &change) { return change.contains(name); }));
     }
 
 private Q_SLOTS:

@@ -98,7 +98,8 @@ private Q_SLOTS:
         m_play.finish();
     }
 
-    void whoThePlayerIs()
+    // Who the player is, what it offers with nothing playing, and its volume set from either side.
+    void beforeAnythingPlays()
     {
         QCOMPARE(get(root, u"Identity"_s), QVariant(u"Quenvo"_s));
         QCOMPARE(get(root, u"DesktopEntry"_s), QVariant(u"app.quenvo.Quenvo"_s));
@@ -115,10 +116,8 @@ private Q_SLOTS:
         QCOMPARE(quit.size(), 0);
         BusTest::call(m_remote, BusTest::method(Mpris::serviceName, Mpris::objectPath, root, u"Quit"_s));
         QCOMPARE(quit.size(), 1);
-    }
 
-    void nothingPlaying()
-    {
+        // Nothing playing yet.
         QCOMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
         QCOMPARE(metadata().value(u"mpris:trackid"_s).value<QDBusObjectPath>().path(), noTrack);
         QCOMPARE(metadata().size(), 1);
@@ -131,9 +130,21 @@ private Q_SLOTS:
         command(u"PlayPause"_s);
         QCOMPARE(m_model->currentChannel(), std::optional<Channel>());
         QCOMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
+
+        QVERIFY(BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 0.25));
+        QCOMPARE(m_model->volume(), 25.0);
+        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.25));
+        m_model->setVolume(60);
+        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.6));
+        QCOMPARE(player(u"Volume"_s), QVariant(0.6));
+        // Out of range: held to the model's 0–100.
+        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 1.5);
+        QCOMPARE(m_model->volume(), 100.0);
+        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, -1.0);
+        QCOMPARE(m_model->volume(), 0.0);
     }
 
-    void aLiveChannelPlaysPausesAndStops()
+    void aLiveChannelPlaysPausesStopsAndFails()
     {
         const Channel channel = liveChannel(ProviderCatalog::LiveKind::regular);
         m_model->play(channel, false);
@@ -177,30 +188,13 @@ private Q_SLOTS:
                 statuses.append(change.value(u"PlaybackStatus"_s).toString());
         }
         QCOMPARE(statuses.join(u" "_s), u"Playing Paused Playing Stopped"_s);
-    }
 
-    void aChannelThatFailsReadsStopped()
-    {
+        // A channel that fails reads stopped.
         m_model->play(liveChannel(ProviderCatalog::LiveKind::missing), false);
         QTRY_VERIFY_WITH_TIMEOUT(m_model->playbackError().has_value(), 15000);
         QTRY_COMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
         QCOMPARE(player(u"CanPause"_s), QVariant(false));
         QCOMPARE(player(u"CanPlay"_s), QVariant(true)); // Play tries the channel again
-    }
-
-    void volume()
-    {
-        QVERIFY(BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 0.25));
-        QCOMPARE(m_model->volume(), 25.0);
-        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.25));
-        m_model->setVolume(60);
-        QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.6));
-        QCOMPARE(player(u"Volume"_s), QVariant(0.6));
-        // Out of range: held to the model's 0–100.
-        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 1.5);
-        QCOMPARE(m_model->volume(), 100.0);
-        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, -1.0);
-        QCOMPARE(m_model->volume(), 0.0);
     }
 
     void aMovieHasALengthAPosterAndSeeks()

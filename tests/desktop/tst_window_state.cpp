@@ -52,12 +52,6 @@ private Q_SLOTS:
         QCOMPARE(WindowState::clamped(saved, screens, QSize(1000, 650)), expected);
     }
 
-    void nothingStoredLeavesTheDefaults()
-    {
-        StoreTest::Preferences preferences;
-        QVERIFY(WindowState(preferences.settings()).initialProperties().isEmpty());
-    }
-
     void storedAndReadBack_data()
     {
         QTest::addColumn<int>("state");
@@ -72,6 +66,7 @@ private Q_SLOTS:
         QFETCH(int, state);
         QFETCH(QString, stored);
         StoreTest::Preferences preferences;
+        QVERIFY(WindowState(preferences.settings()).initialProperties().isEmpty()); // nothing stored yet
         const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
         const QRect normal(available.topLeft() + QPoint(20, 30), QSize(500, 400));
         {

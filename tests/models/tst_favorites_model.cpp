@@ -3,6 +3,7 @@
 // API for the poster lookups, with a preferences file of its own and a throw-away Secret Service.
 
 #include "../stores/StoreTestSupport.h"
+#include "Listed.h"
 #include "LoopbackServer.h"
 #include "MediaPlayer.h"
 #include "ProviderServer.h"
@@ -20,6 +21,7 @@
 #include <QTest>
 
 #include <memory>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -40,22 +42,6 @@ CatalogItem title(CatalogKind kind, const QString &id, const QString &name)
     return item;
 }
 
-QStringList channelNames(const FavoriteChannelListModel &model)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(); ++row)
-        names.append(model.data(model.index(row), FavoriteChannelListModel::NameRole).toString());
-    return names;
-}
-
-QStringList titleNames(const FavoriteTitleListModel &model)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(); ++row)
-        names.append(model.data(model.index(row), FavoriteTitleListModel::NameRole).toString());
-    return names;
-}
-
 } // namespace
 
 class tst_FavoritesModel : public QObject
@@ -73,6 +59,8 @@ private:
     PlaylistSource m_other = m3uSource(u"Una altra"_s, {});
 
     FavoritesModel &favorites() const { return *m_model->favoritesBrowser(); }
+    QStringList channelNames() const { return listed(*favorites().channels(), FavoriteChannelListModel::NameRole); }
+    QStringList titleNames() const { return listed(*favorites().titles(), FavoriteTitleListModel::NameRole); }
 
     QTemporaryDir m_guideCache;
 
@@ -151,10 +139,11 @@ private Q_SLOTS:
         m_preferences.reset();
     }
 
-    void countsAreThoseOfTheActiveConnection()
+    // No connection, then one whose favourites are listed as a person reads names and searched per
+    // section, then another with the same channels: each time only the active connection's own.
+    void listsAndCountsAreThoseOfTheActiveConnection()
     {
         startWithFavorites();
-        // No connection: nothing is counted, whatever is stored.
         for (const QString &section : {u"live"_s, u"movies"_s, u"series"_s})
             QCOMPARE(favorites().count(section), 0);
         QCOMPARE(favorites().channels()->count(), 0);
@@ -163,79 +152,46 @@ private Q_SLOTS:
         QCOMPARE(favorites().count(u"live"_s), 3);
         QCOMPARE(favorites().count(u"movies"_s), 2);
         QCOMPARE(favorites().count(u"series"_s), 1);
+        // The search ignores case and accents and leaves the counts alone; the live section shows
+        // series among the titles, so only the kind picked for the tiles matters.
+        using Section = LibraryModel::Section;
+        const QList<std::tuple<Section, QString, QStringList>> searches {
+            {Section::live, QString(), {u"Café TV"_s, u"Canal 2"_s, u"Canal 10"_s}},
+            {Section::live, u"CAFE"_s, {u"Café TV"_s}},
+            {Section::live, u"canal"_s, {u"Canal 2"_s, u"Canal 10"_s}},
+            {Section::movies, QString(), {u"Pel·lícula 9"_s, u"Pel·lícula 10"_s}},
+            {Section::series, QString(), {u"Sèrie del cafè"_s}},
+            {Section::movies, u"cafe"_s, {}},
+            {Section::series, u"cafe"_s, {u"Sèrie del cafè"_s}},
+        };
+        for (const auto &[section, search, shown] : searches) {
+            m_model->setFavoriteSection(section);
+            favorites().setSearch(search);
+            QCOMPARE(section == Section::live ? channelNames() : titleNames(), shown);
+            QCOMPARE(favorites().liveCount(), 3);
+            QCOMPARE(favorites().movieCount(), 2);
+        }
+        // Showing the favourites again starts with an empty search.
+        m_model->selectSection(Section::live);
+        m_model->showFavorites();
+        QCOMPARE(favorites().search(), QString());
 
-        // The other connection has the same channels: only its own favourites count.
         QVERIFY(loaded(m_other));
         QCOMPARE(favorites().liveCount(), 1);
         QCOMPARE(favorites().movieCount(), 1);
         QCOMPARE(favorites().seriesCount(), 0);
-        QCOMPARE(channelNames(*favorites().channels()), QStringList{u"Esports"_s});
-    }
+        QCOMPARE(channelNames(), QStringList{u"Esports"_s});
 
-    void listsAreSortedAsAPersonReadsNames()
-    {
-        startWithFavorites();
-        QVERIFY(loaded(m_tv));
-        QCOMPARE(channelNames(*favorites().channels()), (QStringList{u"Café TV"_s, u"Canal 2"_s, u"Canal 10"_s}));
-        m_model->setFavoriteSection(LibraryModel::Section::movies);
-        QCOMPARE(titleNames(*favorites().titles()), (QStringList{u"Pel·lícula 9"_s, u"Pel·lícula 10"_s}));
-        // Live shows series among the titles: only the picked kind matters for the tiles.
-        m_model->setFavoriteSection(LibraryModel::Section::series);
-        QCOMPARE(titleNames(*favorites().titles()), QStringList{u"Sèrie del cafè"_s});
-    }
-
-    void searchFiltersTheChosenSection_data()
-    {
-        QTest::addColumn<LibraryModel::Section>("section");
-        QTest::addColumn<QString>("search");
-        QTest::addColumn<QStringList>("shown");
-        QTest::newRow("channels, accents ignored") << LibraryModel::Section::live << u"CAFE"_s << QStringList{u"Café TV"_s};
-        QTest::newRow("channels, by name") << LibraryModel::Section::live << u"canal"_s
-                                          << QStringList{u"Canal 2"_s, u"Canal 10"_s};
-        QTest::newRow("series, accents ignored") << LibraryModel::Section::series << u"cafe"_s
-                                                 << QStringList{u"Sèrie del cafè"_s};
-        // Channels and series match, movies do not: "Cap resultat" for movies only.
-        QTest::newRow("movies, nothing matches") << LibraryModel::Section::movies << u"cafe"_s << QStringList{};
-        QTest::newRow("movies, empty search") << LibraryModel::Section::movies << QString()
-                                              << QStringList{u"Pel·lícula 9"_s, u"Pel·lícula 10"_s};
-    }
-
-    void searchFiltersTheChosenSection()
-    {
-        QFETCH(LibraryModel::Section, section);
-        QFETCH(QString, search);
-        QFETCH(QStringList, shown);
-        startWithFavorites();
-        QVERIFY(loaded(m_tv));
-        m_model->setFavoriteSection(section);
-        favorites().setSearch(search);
-        const QStringList names = section == LibraryModel::Section::live ? channelNames(*favorites().channels())
-                                                                         : titleNames(*favorites().titles());
-        QCOMPARE(names, shown);
-        // Counts ignore the search.
-        QCOMPARE(favorites().liveCount(), 3);
-        QCOMPARE(favorites().movieCount(), 2);
-
-        // Showing the favourites again starts with an empty search.
-        m_model->selectSection(LibraryModel::Section::live);
-        m_model->showFavorites();
-        QCOMPARE(favorites().search(), QString());
-    }
-
-    void removingTheLastChannelEmptiesTheList()
-    {
-        start({channelKey(u"Canal 2"_s, u"/c2.ts"_s, m_tv)});
-        QVERIFY(loaded(m_tv));
-        QCOMPARE(favorites().channels()->count(), 1);
+        // Its only channel removed: gone from the list, the count and the stored keys. A star set from
+        // the channel list shows up at once.
+        const QString esports = channelKey(u"Esports"_s, u"/esports.ts"_s, m_other);
         favorites().removeChannel(0);
         QCOMPARE(favorites().channels()->count(), 0);
         QCOMPARE(favorites().liveCount(), 0);
-        QVERIFY(m_model->favorites().isEmpty());
-        QCOMPARE(m_preferences->settings().value(LibraryModel::favoritesKey()).toStringList(), QStringList());
-
-        // A star set from the channel list shows up at once.
+        QVERIFY(!m_model->favorites().contains(esports));
+        QVERIFY(!m_preferences->settings().value(LibraryModel::favoritesKey()).toStringList().contains(esports));
         m_model->toggleFavorite(m_model->channels().at(0));
-        QCOMPARE(channelNames(*favorites().channels()), QStringList{u"Canal 10"_s});
+        QCOMPARE(channelNames(), QStringList{u"Canal 10"_s});
     }
 
     void postersAreLookedUpOncePerTitle()
@@ -274,7 +230,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(store.poster(firstID), std::optional<QUrl>(expected), 10000);
         QCOMPARE(favorites().posterLookupCount(), 0);
         QCOMPARE(m_provider->requestCount() - before, 1);
-        const int row = titleNames(*favorites().titles()).indexOf(catalog.movieName(0));
+        const int row = titleNames().indexOf(catalog.movieName(0));
         QCOMPARE(favorites().titles()->data(favorites().titles()->index(row), FavoriteTitleListModel::PosterRole)
                      .toString(),
                  expected.toString());

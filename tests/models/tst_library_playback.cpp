@@ -42,13 +42,15 @@ private:
 
     bool receivedMedia() const { return !m_model->waiting() && !m_model->diagnostics().isEmpty(); }
 
-    // The first movie's detail open, with `seconds` of it remembered, and playing.
-    QString playFirstMovieFrom(double seconds)
+    // The first movie's detail open, with `seconds` of it remembered (and marked watched), and playing.
+    QString playFirstMovieFrom(double seconds, bool watched = false)
     {
         if (!m_play.openFirstMovie())
             return QString();
         const QString key = m_play.openTitleKey();
         m_model->history()->update(key, seconds, 100);
+        if (watched)
+            m_model->history()->toggle(key);
         m_model->playMovie();
         return key;
     }
@@ -90,11 +92,10 @@ private Q_SLOTS:
         QFETCH(int, kind);
         QFETCH(bool, video);
         LibraryModel &model = *m_model;
-        MediaPlayer *player = model.player();
         model.play(liveChannel(ProviderCatalog::LiveKind(kind)), false);
         QCOMPARE(model.retiringPlayerCount(), 0); // nothing was playing: no player to wait for
         QVERIFY(model.player()->hasMedia());
-        player = model.player();
+        const MediaPlayer *player = model.player();
         QVERIFY(model.waiting());
         QVERIFY(tickUntil([&] { return !model.waiting(); }));
         QCOMPARE(model.playbackError(), std::nullopt);
@@ -144,11 +145,8 @@ private Q_SLOTS:
         QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 20s));
         QCOMPARE(model.playbackError(),
                  std::optional<QString>(u"L’emissió s’ha acabat. Pots tornar a obrir el canal."_s));
-    }
 
-    void aStalledStreamTimesOut()
-    {
-        LibraryModel &model = *m_model;
+        // A stream that never starts: 35 seconds of waiting, on the model's clock.
         model.play(liveChannel(ProviderCatalog::LiveKind::stalled), false);
         QVERIFY(!tickUntil([&] { return !model.waiting(); }, 1500ms));
         skip(30s);
@@ -196,17 +194,6 @@ private Q_SLOTS:
         QCOMPARE(model.currentChannel(), std::optional<Channel>(regular));
     }
 
-    void volumeIsAppliedTruncated()
-    {
-        LibraryModel &model = *m_model;
-        model.play(liveChannel(ProviderCatalog::LiveKind::radio), false);
-        QCOMPARE(model.player()->volume(), 80);
-        model.setVolume(57.9);
-        QCOMPARE(model.player()->volume(), 57);
-        model.play(liveChannel(ProviderCatalog::LiveKind::radio), false);
-        QCOMPARE(model.player()->volume(), 57);
-    }
-
     // A title resumes from ten seconds on, unless it was watched.
     void theResumePointStartsAtTenSeconds_data()
     {
@@ -223,12 +210,7 @@ private Q_SLOTS:
         QFETCH(double, seconds);
         QFETCH(bool, watched);
         QFETCH(double, resume);
-        QVERIFY(m_play.openFirstMovie());
-        const QString key = m_play.openTitleKey();
-        m_model->history()->update(key, seconds, 100);
-        if (watched)
-            m_model->history()->toggle(key);
-        m_model->playMovie();
+        QVERIFY(!playFirstMovieFrom(seconds, watched).isEmpty());
         QCOMPARE(m_model->pendingResume(), resume);
     }
 
@@ -434,13 +416,19 @@ private Q_SLOTS:
         QCOMPARE(model.nextEpisode(), std::nullopt);
     }
 
-    // The video stage exists only for a channel or title: full screen waits for one, and ends with it.
-    void fullScreenNeedsSomethingPlaying()
+    // The video stage exists only for a channel or title: full screen waits for one, and ends with
+    // it. The volume reaches every player truncated to a whole number.
+    void fullScreenAndVolumeFollowThePlayer()
     {
         LibraryModel &model = *m_model;
         model.setVideoFullScreen(true);
         QVERIFY(!model.videoFullScreen());
+        model.play(liveChannel(ProviderCatalog::LiveKind::radio), false);
+        QCOMPARE(model.player()->volume(), 80);
+        model.setVolume(57.9);
+        QCOMPARE(model.player()->volume(), 57);
         model.play(liveChannel(ProviderCatalog::LiveKind::regular), false);
+        QCOMPARE(model.player()->volume(), 57);
         model.setVideoFullScreen(true);
         QVERIFY(model.videoFullScreen());
         model.stop();
