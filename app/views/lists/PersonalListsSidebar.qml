@@ -30,7 +30,9 @@ ColumnLayout {
         boundsBehavior: Flickable.StopAtBounds
         visible: count > 0
         Layout.fillWidth: true
+        // Every row when there is room: the spacer below shares only what the rows leave.
         Layout.fillHeight: true
+        Layout.preferredHeight: contentHeight
         Layout.maximumHeight: contentHeight
         ScrollBar.vertical: ScrollBar {}
 
