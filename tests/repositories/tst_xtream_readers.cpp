@@ -111,7 +111,7 @@ QStringList read(const QString &reader, const QByteArray &body, const Cancellati
             lines.append(describe(channel));
     } else if (reader == u"catalogCategories") {
         for (const CatalogCategory &category : XtreamReaders::catalogCategories(body, cancellation))
-            lines.append(category.id + u' ' + category.name);
+            lines.append(category.id + u'=' + category.name);
     } else if (reader.endsWith(u"Items")) {
         for (const CatalogItem &item : XtreamReaders::catalogItems(body, kind, u"1"_s, cancellation))
             lines.append(item.id + u' ' + item.name + u" year="_s + item.year + u" rating="_s + item.rating
@@ -147,14 +147,16 @@ class TestXtreamReaders : public QObject
 
 private Q_SLOTS:
     // ---------------------------------------------------------------------------------------------
-    // The account answer.
-    void account_data();
-    void account();
+    // What the account, category and title readers make of an answer, one record per line
+    // (readThrough()), or the text of the refusal. Numbers at the edges, read as text where an id, a
+    // season or a name belongs; valid JSON numbers beyond 64 bits or beyond a double: the answer is
+    // read, each such number counts as its text where text is read, and as no string where only
+    // strings count.
+    void reads_data();
+    void reads();
 
     // ---------------------------------------------------------------------------------------------
-    // Live categories and live streams.
-    void liveCategories_data();
-    void liveCategories();
+    // Live streams.
     void liveStreams_data();
     void liveStreams();
 
@@ -162,11 +164,6 @@ private Q_SLOTS:
     // slashes, then the credentials with every byte but A–Z a–z 0–9 - . _ ~ percent-encoded.
     void liveStreamAddress_data();
     void liveStreamAddress();
-
-    // ---------------------------------------------------------------------------------------------
-    // Movie and series categories.
-    void catalogCategories_data();
-    void catalogCategories();
 
     // ---------------------------------------------------------------------------------------------
     // The titles of a category.
@@ -203,137 +200,10 @@ private Q_SLOTS:
     void hostile_data();
     void hostile();
 
-    // Numbers at the edges, read as text where an id, a season or a name belongs; valid JSON numbers
-    // beyond 64 bits or beyond a double: the answer is read, each such number counts as its text where
-    // text is read, and as no string where only strings count.
-    void outOfRangeNumbers_data();
-    void outOfRangeNumbers();
-
     // A raised cancellation stops every list reader.
     void cancelledReadersStop_data();
     void cancelledReadersStop();
-
 };
-
-void TestXtreamReaders::account_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("extension");
-    QTest::addColumn<QString>("failure");
-
-    const auto row
-        = [](const char *name, const char *body, const QString &extension, const QString &failure) {
-              QTest::newRow(name) << QByteArray(body) << extension << failure;
-          };
-    const QString ok;
-    // auth reads as text and must be exactly "1"
-    row("auth 1", R"({"user_info":{"auth":1}})", u"m3u8"_s, ok);
-    row("auth \"1\"", R"({"user_info":{"auth":"1"}})", u"m3u8"_s, ok);
-    row("auth true", R"({"user_info":{"auth":true}})", u"m3u8"_s, ok);
-    row("auth 1.0", R"({"user_info":{"auth":1.0}})", u"m3u8"_s, ok);
-    row("auth 0", R"({"user_info":{"auth":0}})", ok, refused);
-    row("auth missing", R"({"user_info":{"status":"Active"}})", ok, refused);
-    row("auth 2", R"({"user_info":{"auth":2}})", ok, refused);
-    row("auth \" 1\"", R"({"user_info":{"auth":" 1"}})", ok, refused);
-    row("auth \"01\"", R"({"user_info":{"auth":"01"}})", ok, refused);
-    row("auth [1]", R"({"user_info":{"auth":[1]}})", ok, refused);
-    row("no user_info", R"({"server_info":{"url":"x"}})", ok, refused);
-    row("user_info an array", R"({"user_info":[{"auth":1}]})", ok, refused);
-    row("account fields at the top level", R"({"auth":1,"status":"Active"})", ok, refused);
-    // status: only a string that is not "active" in any case refuses
-    row("status Active", R"({"user_info":{"auth":1,"status":"Active"}})", u"m3u8"_s, ok);
-    row("status ACTIVE", R"({"user_info":{"auth":1,"status":"ACTIVE"}})", u"m3u8"_s, ok);
-    row("status Expired", R"({"user_info":{"auth":1,"status":"Expired"}})", ok, inactive);
-    row("status empty", R"({"user_info":{"auth":1,"status":""}})", ok, inactive);
-    row("status with blanks", R"({"user_info":{"auth":1,"status":" Active"}})", ok, inactive);
-    row("status a number", R"({"user_info":{"auth":1,"status":0}})", u"m3u8"_s, ok);
-    row("status an array", R"({"user_info":{"auth":1,"status":["Expired"]}})", u"m3u8"_s, ok);
-    row("refusal before status", R"({"user_info":{"auth":0,"status":"Expired"}})", ok, refused);
-    row("status before formats",
-        R"({"user_info":{"auth":1,"status":"Disabled","allowed_output_formats":["rtmp"]}})", ok, inactive);
-    // allowed_output_formats
-    row("m3u8 ts rtmp", R"({"user_info":{"auth":1,"allowed_output_formats":["m3u8","ts","rtmp"]}})",
-        u"m3u8"_s, ok);
-    row("ts then m3u8", R"({"user_info":{"auth":1,"allowed_output_formats":["ts","m3u8"]}})", u"m3u8"_s, ok);
-    row("ts only", R"({"user_info":{"auth":1,"allowed_output_formats":["ts"]}})", u"ts"_s, ok);
-    row("rtmp only", R"({"user_info":{"auth":1,"allowed_output_formats":["rtmp"]}})", ok, noFormat);
-    row("no format listed", R"({"user_info":{"auth":1,"allowed_output_formats":[]}})", ok, noFormat);
-    row("upper-case formats", R"({"user_info":{"auth":1,"allowed_output_formats":["M3U8","TS"]}})", ok,
-        noFormat);
-    row("format with a blank", R"({"user_info":{"auth":1,"allowed_output_formats":["m3u8 "]}})", ok,
-        noFormat);
-    row("formats with a number", R"({"user_info":{"auth":1,"allowed_output_formats":["ts",1]}})", u"m3u8"_s,
-        ok);
-    row("formats a string", R"({"user_info":{"auth":1,"allowed_output_formats":"ts"}})", u"m3u8"_s, ok);
-    row("formats beside user_info", R"({"user_info":{"auth":1},"allowed_output_formats":["rtmp"]})",
-        u"m3u8"_s, ok);
-    // not an object
-    row("an array", R"([{"user_info":{"auth":1}}])", ok, notAnAccount);
-    row("a number", "1", ok, notAnAccount);
-    // not JSON
-    row("empty body", "", ok, jsonError);
-    row("html", "<html><body>Forbidden</body></html>", ok, jsonError);
-    row("truncated", "{\"user_info\":{\"auth\":1,\"status\":\"Act", ok, jsonError);
-    row("two documents", R"({"user_info":{"auth":1}} {})", ok, jsonError);
-    row("invalid UTF-8 in a value", "{\"user_info\":{\"auth\":1,\"message\":\"caf\xe9\"}}", ok, jsonError);
-    row("number out of range", R"({"user_info":{"auth":1,"exp_date":1e400}})", u"m3u8"_s, ok);
-    row("number out of range and a bad number", R"({"user_info":{"auth":1,"exp_date":1e400,"x":01}})", ok, jsonError);
-}
-
-void TestXtreamReaders::account()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(QString, extension);
-    QFETCH(QString, failure);
-
-    QString result;
-    QCOMPARE(attempt(result, [&] { return XtreamReaders::accountStreamExtension(body); }), failure);
-    QCOMPARE(result, extension);
-}
-
-void TestXtreamReaders::liveCategories_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QStringList>("categories"); // "id=name", sorted
-    QTest::addColumn<QString>("failure");
-
-    const auto row
-        = [](const char *name, const QByteArray &body, const QStringList &categories,
-              const QString &failure = QString()) { QTest::newRow(name) << body << categories << failure; };
-    row("strings",
-        R"([{"category_id":"1","category_name":"Esports"},{"category_id":"2","category_name":"Notícies"}])",
-        {u"1=Esports"_s, u"2=Notícies"_s});
-    row("id a number", R"([{"category_id":7,"category_name":"Cinema"}])", {u"7=Cinema"_s});
-    row("id 7.5", R"([{"category_id":7.5,"category_name":"Cinema"}])", {u"7.5=Cinema"_s});
-    row("id not digits kept", R"([{"category_id":"esp","category_name":"Esports"}])", {u"esp=Esports"_s});
-    row("id null", R"([{"category_id":null,"category_name":"Sense id"}])", {u"=Sense id"_s});
-    row("id missing", R"([{"category_name":"Sense id"}])", {u"=Sense id"_s});
-    row("name a number", R"([{"category_id":"1","category_name":5}])", {u"1=Directe"_s});
-    row("name missing", R"([{"category_id":"1"}])", {u"1=Directe"_s});
-    row("name empty", R"([{"category_id":"1","category_name":""}])", {u"1="_s});
-    row("name untrimmed", R"([{"category_id":"1","category_name":"  Esports "}])", {u"1=  Esports "_s});
-    row("name escaped", R"([{"category_id":"1","category_name":"Pel\u00b7l\u00edcules \/ \uD83D\uDD1E"}])",
-        {u"1=Pel·lícules / 🔞"_s});
-    row("later rows replace earlier",
-        R"([{"category_id":"1","category_name":"A"},{"category_id":1,"category_name":"B"},{"category_id":"2","category_name":"C"}])",
-        {u"1=B"_s, u"2=C"_s});
-    row("no rows", "[]", {});
-    row("rows without keys", "[{},{}]", {u"=Directe"_s});
-    row("an object", R"({"1":"Esports"})", {}, badLiveCatalogue);
-    row("a number in the array", R"([{"category_id":"1","category_name":"A"},1])", {}, badLiveCatalogue);
-    row("truncated", R"([{"category_id":"1","category_name":"A"},{"category_id")", {}, jsonError);
-}
-
-void TestXtreamReaders::liveCategories()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(QStringList, categories);
-    QFETCH(QString, failure);
-
-    QHash<QString, QString> result;
-    QCOMPARE(attempt(result, [&] { return XtreamReaders::liveCategories(body); }), failure);
-    QCOMPARE(pairsOf(result), categories);
-}
 
 void TestXtreamReaders::liveStreams_data()
 {
@@ -498,60 +368,6 @@ void TestXtreamReaders::liveStreamAddress()
         QByteArray(expected).replace("/live/", "/series/").replace("/7.m3u8", "/31.mp4"));
 }
 
-void TestXtreamReaders::catalogCategories_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QStringList>("categories"); // "id=name", in order
-    QTest::addColumn<QString>("failure");
-
-    const auto row
-        = [](const char *name, const QByteArray &body, const QStringList &categories,
-              const QString &failure = QString()) { QTest::newRow(name) << body << categories << failure; };
-    row("ids as strings and numbers",
-        R"([{"category_id":"10","category_name":"Acció"},{"category_id":11,"category_name":"Comèdia"}])",
-        {u"10=Acció"_s, u"11=Comèdia"_s});
-    row("answer order kept",
-        R"([{"category_id":"3","category_name":"C"},{"category_id":"1","category_name":"A"}])",
-        {u"3=C"_s, u"1=A"_s});
-    row("name a number", R"([{"category_id":"1","category_name":2024}])", {u"1=2024"_s});
-    row("name null", R"([{"category_id":"1","category_name":null}])", {u"1=Sense categoria"_s});
-    row("name empty", R"([{"category_id":"1","category_name":""}])", {u"1=Sense categoria"_s});
-    row("name untrimmed", R"([{"category_id":"1","category_name":" A "}])", {u"1= A "_s});
-    row("unusable ids skipped",
-        R"([{"category_id":"","category_name":"a"},{"category_id":null,"category_name":"b"},)"
-        R"({"category_id":"1a","category_name":"c"},{"category_id":1.5,"category_name":"d"},)"
-        R"({"category_id":-1,"category_name":"e"},{"category_id":" 1","category_name":"f"},)"
-        R"({"category_name":"g"},{"category_id":"١","category_name":"h"},{"category_id":[1],"category_name":"i"},)"
-        R"({"category_id":"8","category_name":"Bo"}])",
-        {u"8=Bo"_s});
-    row("first of repeated ids wins",
-        R"([{"category_id":"1","category_name":"Primer"},{"category_id":1,"category_name":"Segon"}])",
-        {u"1=Primer"_s});
-    row("no rows", "[]", {});
-    row("an empty object means no rows", "{}", {});
-    row("rows without ids", "[{},{}]", {});
-    row("a non-empty object", R"({"1":{"category_id":"1"}})", {}, badCatalogue);
-    row("a number in the array", R"([{"category_id":"1","category_name":"A"},1])", {}, badCatalogue);
-    // The top level of a catalogue answer is an object or an array; anything else is malformed JSON.
-    row("a string", R"("")", {}, jsonError);
-    row("a number", "12", {}, jsonError);
-    row("truncated", R"([{"category_id":"1")", {}, jsonError);
-}
-
-void TestXtreamReaders::catalogCategories()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(QStringList, categories);
-    QFETCH(QString, failure);
-
-    QList<CatalogCategory> result;
-    QCOMPARE(attempt(result, [&] { return XtreamReaders::catalogCategories(body); }), failure);
-    QStringList described;
-    for (const CatalogCategory &category : std::as_const(result))
-        described.append(category.id + u'=' + category.name);
-    QCOMPARE(described, categories);
-}
-
 void TestXtreamReaders::catalogItemRows_data()
 {
     QTest::addColumn<CatalogKind>("kind");
@@ -714,13 +530,16 @@ void TestXtreamReaders::manyDifferentFieldsStayApart()
     // Prefixes of one another first ("mk", "mkv"…), then 1,200 others; 40 poster hosts.
     const QStringList firstExtensions = {u"mk"_s, u"mkv"_s, u"m"_s, u"mkv2"_s};
     const auto extensionOf = [&](int i) { return i < 4 ? firstExtensions.at(i) : u"e%1"_s.arg(i); };
-    const auto posterOf = [](int i) { return u"http://h%1.img.test:8080/p/%2.jpg?w=%2"_s.arg(i % 40).arg(i); };
+    const auto posterOf
+        = [](int i) { return u"http://h%1.img.test:8080/p/%2.jpg?w=%2"_s.arg(i % 40).arg(i); };
     const auto ratingOf = [](int i) { return i % 2 ? u"7"_s : u"7.%1"_s.arg(i); };
     QByteArray body = "[";
     for (int i = 0; i < 1200; ++i) {
         body += u"%1{\"stream_id\":%2,\"name\":\"T\",\"container_extension\":\"%3\",\"cover\":\"%4\","
-                "\"rating\":\"%5\"}"_s.arg(i ? u","_s : QString()).arg(i + 1).arg(extensionOf(i), posterOf(i),
-                    ratingOf(i)).toUtf8();
+                "\"rating\":\"%5\"}"_s.arg(i ? u","_s : QString())
+                    .arg(i + 1)
+                    .arg(extensionOf(i), posterOf(i), ratingOf(i))
+                    .toUtf8();
     }
     body += ']';
 
@@ -961,44 +780,35 @@ void TestXtreamReaders::seriesEpisodes()
 void TestXtreamReaders::episodeInfo_data()
 {
     QTest::addColumn<QByteArray>("info");
-    QTest::addColumn<QString>("plot");
-    QTest::addColumn<QString>("duration");
-    QTest::addColumn<QString>("image");
+    QTest::addColumn<QString>("expected"); // "plot | duration | image"
 
-    QTest::newRow("all") << QByteArray(
-        R"({"plot":"Comença.","duration":"00:45:00","movie_image":"http://img.test/e1.jpg"})")
-                         << u"Comença."_s << u"00:45:00"_s << u"http://img.test/e1.jpg"_s;
-    QTest::newRow("numbers") << QByteArray(R"({"plot":1,"duration":2700,"movie_image":3})") << u"1"_s
-                             << u"2700"_s << none;
-    QTest::newRow("image not http") << QByteArray(R"({"movie_image":"file:///etc/passwd"})") << QString()
-                                    << QString() << none;
-    QTest::newRow("image escaped") << QByteArray(
-        R"({"movie_image":"https:\/\/image.test\/t\/p\/w400\/a.jpg"})")
-                                   << QString() << QString() << u"https://image.test/t/p/w400/a.jpg"_s;
-    QTest::newRow("cover ignored") << QByteArray(
-        R"({"cover_big":"http://img.test/big.jpg","cover":"http://img.test/c.jpg"})")
-                                   << QString() << QString() << none;
-    QTest::newRow("description ignored")
-        << QByteArray(R"({"description":"x"})") << QString() << QString() << none;
-    QTest::newRow("empty") << QByteArray("{}") << QString() << QString() << none;
-    QTest::newRow("an array") << QByteArray(R"([{"plot":"x"}])") << QString() << QString() << none;
+    const auto row = [](const char *name, const char *info, const QString &expected) {
+        QTest::newRow(name) << QByteArray(info) << expected;
+    };
+    row("all", R"({"plot":"Comença.","duration":"00:45:00","movie_image":"http://img.test/e1.jpg"})",
+        u"Comença. | 00:45:00 | http://img.test/e1.jpg"_s);
+    row("numbers", R"({"plot":1,"duration":2700,"movie_image":3})", u"1 | 2700 | <none>"_s);
+    row("image not http", R"({"movie_image":"file:///etc/passwd"})", u" |  | <none>"_s);
+    row("image escaped", R"({"movie_image":"https:\/\/image.test\/t\/p\/w400\/a.jpg"})",
+        u" |  | https://image.test/t/p/w400/a.jpg"_s);
+    row("cover ignored", R"({"cover_big":"http://img.test/big.jpg","cover":"http://img.test/c.jpg"})",
+        u" |  | <none>"_s);
+    row("description ignored", R"({"description":"x"})", u" |  | <none>"_s);
+    row("empty", "{}", u" |  | <none>"_s);
+    row("an array", R"([{"plot":"x"}])", u" |  | <none>"_s);
 }
 
 void TestXtreamReaders::episodeInfo()
 {
     QFETCH(QByteArray, info);
-    QFETCH(QString, plot);
-    QFETCH(QString, duration);
-    QFETCH(QString, image);
+    QFETCH(QString, expected);
 
     const QByteArray body
         = R"({"episodes":{"1":[{"id":"1","episode_num":1,"title":"a","info":)" + info + "}]}}";
     const CatalogDetail detail = XtreamReaders::catalogDetail(body, provider(), title(CatalogKind::series));
     QCOMPARE(detail.episodes.size(), qsizetype(1));
     const CatalogEpisode &episode = detail.episodes.front();
-    QCOMPARE(episode.plot, plot);
-    QCOMPARE(episode.duration, duration);
-    QCOMPARE(urlText(episode.image), image);
+    QCOMPARE(episode.plot + u" | "_s + episode.duration + u" | "_s + urlText(episode.image), expected);
 }
 
 void TestXtreamReaders::hostile_data()
@@ -1100,11 +910,132 @@ void TestXtreamReaders::hostile()
     QCOMPARE(attempt(lines, [&] { return read(reader, body); }), failure);
 }
 
-void TestXtreamReaders::outOfRangeNumbers_data()
+void TestXtreamReaders::reads_data()
 {
     QTest::addColumn<QString>("reader");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("expected"); // readThrough()
+
+    const auto rowsOf = [](const QString &reader) {
+        return [reader](const char *name, const QByteArray &body, const QString &expected) {
+            QTest::newRow(qPrintable(reader + u": "_s + QString::fromUtf8(name)))
+                << reader << body << expected;
+        };
+    };
+    const auto account = rowsOf(u"account"_s);
+    // auth reads as text and must be exactly "1"
+    account("auth 1", R"({"user_info":{"auth":1}})", u"m3u8"_s);
+    account("auth \"1\"", R"({"user_info":{"auth":"1"}})", u"m3u8"_s);
+    account("auth true", R"({"user_info":{"auth":true}})", u"m3u8"_s);
+    account("auth 1.0", R"({"user_info":{"auth":1.0}})", u"m3u8"_s);
+    account("auth 0", R"({"user_info":{"auth":0}})", refused);
+    account("auth missing", R"({"user_info":{"status":"Active"}})", refused);
+    account("auth 2", R"({"user_info":{"auth":2}})", refused);
+    account("auth \" 1\"", R"({"user_info":{"auth":" 1"}})", refused);
+    account("auth \"01\"", R"({"user_info":{"auth":"01"}})", refused);
+    account("auth [1]", R"({"user_info":{"auth":[1]}})", refused);
+    account("no user_info", R"({"server_info":{"url":"x"}})", refused);
+    account("user_info an array", R"({"user_info":[{"auth":1}]})", refused);
+    account("account fields at the top level", R"({"auth":1,"status":"Active"})", refused);
+    // status: only a string that is not "active" in any case refuses
+    account("status Active", R"({"user_info":{"auth":1,"status":"Active"}})", u"m3u8"_s);
+    account("status ACTIVE", R"({"user_info":{"auth":1,"status":"ACTIVE"}})", u"m3u8"_s);
+    account("status Expired", R"({"user_info":{"auth":1,"status":"Expired"}})", inactive);
+    account("status empty", R"({"user_info":{"auth":1,"status":""}})", inactive);
+    account("status with blanks", R"({"user_info":{"auth":1,"status":" Active"}})", inactive);
+    account("status a number", R"({"user_info":{"auth":1,"status":0}})", u"m3u8"_s);
+    account("status an array", R"({"user_info":{"auth":1,"status":["Expired"]}})", u"m3u8"_s);
+    account("refusal before status", R"({"user_info":{"auth":0,"status":"Expired"}})", refused);
+    account("status before formats",
+        R"({"user_info":{"auth":1,"status":"Disabled","allowed_output_formats":["rtmp"]}})", inactive);
+    // allowed_output_formats
+    account("m3u8 ts rtmp", R"({"user_info":{"auth":1,"allowed_output_formats":["m3u8","ts","rtmp"]}})",
+        u"m3u8"_s);
+    account("ts then m3u8", R"({"user_info":{"auth":1,"allowed_output_formats":["ts","m3u8"]}})", u"m3u8"_s);
+    account("ts only", R"({"user_info":{"auth":1,"allowed_output_formats":["ts"]}})", u"ts"_s);
+    account("rtmp only", R"({"user_info":{"auth":1,"allowed_output_formats":["rtmp"]}})", noFormat);
+    account("no format listed", R"({"user_info":{"auth":1,"allowed_output_formats":[]}})", noFormat);
+    account(
+        "upper-case formats", R"({"user_info":{"auth":1,"allowed_output_formats":["M3U8","TS"]}})", noFormat);
+    account(
+        "format with a blank", R"({"user_info":{"auth":1,"allowed_output_formats":["m3u8 "]}})", noFormat);
+    account(
+        "formats with a number", R"({"user_info":{"auth":1,"allowed_output_formats":["ts",1]}})", u"m3u8"_s);
+    account("formats a string", R"({"user_info":{"auth":1,"allowed_output_formats":"ts"}})", u"m3u8"_s);
+    account("formats beside user_info", R"({"user_info":{"auth":1},"allowed_output_formats":["rtmp"]})",
+        u"m3u8"_s);
+    // not an object
+    account("an array", R"([{"user_info":{"auth":1}}])", notAnAccount);
+    account("a number", "1", notAnAccount);
+    // not JSON
+    account("empty body", "", jsonError);
+    account("html", "<html><body>Forbidden</body></html>", jsonError);
+    account("truncated", "{\"user_info\":{\"auth\":1,\"status\":\"Act", jsonError);
+    account("two documents", R"({"user_info":{"auth":1}} {})", jsonError);
+    account("invalid UTF-8 in a value", "{\"user_info\":{\"auth\":1,\"message\":\"caf\xe9\"}}", jsonError);
+    account("number out of range", R"({"user_info":{"auth":1,"exp_date":1e400}})", u"m3u8"_s);
+    account("number out of range and a bad number", R"({"user_info":{"auth":1,"exp_date":1e400,"x":01}})",
+        jsonError);
+    // Live categories: "id=name", sorted.
+    const auto liveCategories = rowsOf(u"liveCategories"_s);
+    liveCategories("strings",
+        R"([{"category_id":"1","category_name":"Esports"},{"category_id":"2","category_name":"Notícies"}])",
+        u"1=Esports\n2=Notícies"_s);
+    liveCategories("id a number", R"([{"category_id":7,"category_name":"Cinema"}])", u"7=Cinema"_s);
+    liveCategories("id 7.5", R"([{"category_id":7.5,"category_name":"Cinema"}])", u"7.5=Cinema"_s);
+    liveCategories(
+        "id not digits kept", R"([{"category_id":"esp","category_name":"Esports"}])", u"esp=Esports"_s);
+    liveCategories("id null", R"([{"category_id":null,"category_name":"Sense id"}])", u"=Sense id"_s);
+    liveCategories("id missing", R"([{"category_name":"Sense id"}])", u"=Sense id"_s);
+    liveCategories("name a number", R"([{"category_id":"1","category_name":5}])", u"1=Directe"_s);
+    liveCategories("name missing", R"([{"category_id":"1"}])", u"1=Directe"_s);
+    liveCategories("name empty", R"([{"category_id":"1","category_name":""}])", u"1="_s);
+    liveCategories(
+        "name untrimmed", R"([{"category_id":"1","category_name":"  Esports "}])", u"1=  Esports "_s);
+    liveCategories("name escaped",
+        R"([{"category_id":"1","category_name":"Pel\u00b7l\u00edcules \/ \uD83D\uDD1E"}])",
+        u"1=Pel·lícules / 🔞"_s);
+    liveCategories("later rows replace earlier",
+        R"([{"category_id":"1","category_name":"A"},{"category_id":1,"category_name":"B"},{"category_id":"2","category_name":"C"}])",
+        u"1=B\n2=C"_s);
+    liveCategories("no rows", "[]", QString());
+    liveCategories("rows without keys", "[{},{}]", u"=Directe"_s);
+    liveCategories("an object", R"({"1":"Esports"})", badLiveCatalogue);
+    liveCategories(
+        "a number in the array", R"([{"category_id":"1","category_name":"A"},1])", badLiveCatalogue);
+    liveCategories("truncated", R"([{"category_id":"1","category_name":"A"},{"category_id")", jsonError);
+    // Movie and series categories: "id=name", in order.
+    const auto catalogCategories = rowsOf(u"catalogCategories"_s);
+    catalogCategories("ids as strings and numbers",
+        R"([{"category_id":"10","category_name":"Acció"},{"category_id":11,"category_name":"Comèdia"}])",
+        u"10=Acció\n11=Comèdia"_s);
+    catalogCategories("answer order kept",
+        R"([{"category_id":"3","category_name":"C"},{"category_id":"1","category_name":"A"}])",
+        u"3=C\n1=A"_s);
+    catalogCategories("name a number", R"([{"category_id":"1","category_name":2024}])", u"1=2024"_s);
+    catalogCategories("name null", R"([{"category_id":"1","category_name":null}])", u"1=Sense categoria"_s);
+    catalogCategories("name empty", R"([{"category_id":"1","category_name":""}])", u"1=Sense categoria"_s);
+    catalogCategories("name untrimmed", R"([{"category_id":"1","category_name":" A "}])", u"1= A "_s);
+    catalogCategories("unusable ids skipped",
+        R"([{"category_id":"","category_name":"a"},{"category_id":null,"category_name":"b"},)"
+        R"({"category_id":"1a","category_name":"c"},{"category_id":1.5,"category_name":"d"},)"
+        R"({"category_id":-1,"category_name":"e"},{"category_id":" 1","category_name":"f"},)"
+        R"({"category_name":"g"},{"category_id":"١","category_name":"h"},{"category_id":[1],"category_name":"i"},)"
+        R"({"category_id":"8","category_name":"Bo"}])",
+        u"8=Bo"_s);
+    catalogCategories("first of repeated ids wins",
+        R"([{"category_id":"1","category_name":"Primer"},{"category_id":1,"category_name":"Segon"}])",
+        u"1=Primer"_s);
+    catalogCategories("no rows", "[]", QString());
+    catalogCategories("an empty object means no rows", "{}", QString());
+    catalogCategories("rows without ids", "[{},{}]", QString());
+    catalogCategories("a non-empty object", R"({"1":{"category_id":"1"}})", badCatalogue);
+    catalogCategories(
+        "a number in the array", R"([{"category_id":"1","category_name":"A"},1])", badCatalogue);
+    // The top level of a catalogue answer is an object or an array; anything else is malformed JSON.
+    catalogCategories("a string", R"("")", jsonError);
+    catalogCategories("a number", "12", jsonError);
+    catalogCategories("truncated", R"([{"category_id":"1")", jsonError);
 
     const QString live = providerBase + u"/live/user/pass/"_s;
     const QString series = providerBase + u"/series/user/pass/"_s;
@@ -1126,7 +1057,8 @@ void TestXtreamReaders::outOfRangeNumbers_data()
             + u"Títol · T9223372036854775807 E-9223372036854775808 | "_s + series + u"1.mp4"_s;
     // In fields that are not read.
     QTest::newRow("account: 1e400 in an ignored field")
-        << u"account"_s << QByteArray(R"({"user_info":{"auth":1,"exp_date":1e400},"server_info":{"port":"80"}})")
+        << u"account"_s
+        << QByteArray(R"({"user_info":{"auth":1,"exp_date":1e400},"server_info":{"port":"80"}})")
         << u"m3u8"_s;
     QTest::newRow("account: -1e400 and a 23-digit integer in ignored fields")
         << u"account"_s
@@ -1138,43 +1070,50 @@ void TestXtreamReaders::outOfRangeNumbers_data()
         << u"A | U | "_s + live + u"1.ts"_s;
     QTest::newRow("live streams: 99999999999999999999999 in added")
         << u"liveStreams"_s
-        << QByteArray(R"([{"stream_id":1,"name":"A","added":99999999999999999999999},{"stream_id":2,"name":"B"}])")
+        << QByteArray(
+               R"([{"stream_id":1,"name":"A","added":99999999999999999999999},{"stream_id":2,"name":"B"}])")
         << u"A | Directe | "_s + live + u"1.ts\nB | Directe | "_s + live + u"2.ts"_s;
     // Where text is read, the number as written.
     QTest::newRow("live streams: stream_id beyond 64 bits is an id of digits")
         << u"liveStreams"_s << QByteArray(R"([{"stream_id":99999999999999999999999,"name":"A"}])")
         << u"A | Directe | "_s + live + u"99999999999999999999999.ts"_s;
     QTest::newRow("live streams: stream_id 1e400 is no id")
-        << u"liveStreams"_s << QByteArray(R"([{"stream_id":1e400,"name":"A"},{"stream_id":-1e400},{"stream_id":2,"name":"B"}])")
+        << u"liveStreams"_s
+        << QByteArray(R"([{"stream_id":1e400,"name":"A"},{"stream_id":-1e400},{"stream_id":2,"name":"B"}])")
         << u"B | Directe | "_s + live + u"2.ts"_s;
     QTest::newRow("live streams: category_id beyond 64 bits")
-        << u"liveStreams"_s << QByteArray(R"([{"stream_id":3,"name":"C","category_id":99999999999999999999999}])")
+        << u"liveStreams"_s
+        << QByteArray(R"([{"stream_id":3,"name":"C","category_id":99999999999999999999999}])")
         << u"C | Gran | "_s + live + u"3.ts"_s;
     QTest::newRow("live streams: a name that is a number is no string")
         << u"liveStreams"_s << QByteArray(R"([{"stream_id":4,"name":1e400}])")
         << u"Canal 4 | Directe | "_s + live + u"4.ts"_s;
     QTest::newRow("live categories: ids as written")
         << u"liveCategories"_s
-        << QByteArray(R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
-                      R"({"category_id":-1e400,"category_name":"Exp"},{"category_id":2,"category_name":1e400}])")
+        << QByteArray(
+               R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
+               R"({"category_id":-1e400,"category_name":"Exp"},{"category_id":2,"category_name":1e400}])")
         << u"-1e400=Exp\n2=Directe\n99999999999999999999999=Gran"_s;
     QTest::newRow("catalogue categories: an id beyond 64 bits, a name beyond a double")
         << u"catalogCategories"_s
-        << QByteArray(R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
-                      R"({"category_id":1e400,"category_name":"Exp"},{"category_id":"2","category_name":-1e400}])")
-        << u"99999999999999999999999 Gran\n2 -1e400"_s;
+        << QByteArray(
+               R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
+               R"({"category_id":1e400,"category_name":"Exp"},{"category_id":"2","category_name":-1e400}])")
+        << u"99999999999999999999999=Gran\n2=-1e400"_s;
     QTest::newRow("titles: added beyond a double is unknown, rating as written")
         << u"movieItems"_s
-        << QByteArray(R"([{"stream_id":1,"name":"A","added":1e400,"rating":1E+400,"num":99999999999999999999999},)"
-                      R"({"stream_id":99999999999999999999999,"name":"B","added":"1700000000","year":-1e400}])")
+        << QByteArray(
+               R"([{"stream_id":1,"name":"A","added":1e400,"rating":1E+400,"num":99999999999999999999999},)"
+               R"({"stream_id":99999999999999999999999,"name":"B","added":"1700000000","year":-1e400}])")
         << u"1 A year= rating=1E+400 added=0\n99999999999999999999999 B year=-1e4 rating= added=1700000000"_s;
     QTest::newRow("titles: 1e-400 is 0, only too large numbers are text")
         << u"movieItems"_s << QByteArray(R"([{"stream_id":1,"name":"A","rating":1e-400,"added":1e400}])")
         << u"1 A year= rating=0 added=0"_s;
     QTest::newRow("series detail: episode fields beyond 64 bits")
         << u"seriesDetail"_s
-        << QByteArray(R"({"info":{"duration":1e400},"episodes":{"1":[{"id":"31","episode_num":99999999999999999999999,)"
-                      R"("title":"U","added":1e400}]}})")
+        << QByteArray(
+               R"({"info":{"duration":1e400},"episodes":{"1":[{"id":"31","episode_num":99999999999999999999999,)"
+               R"("title":"U","added":1e400}]}})")
         << u"duration=1e400\nS1 E0 #31 U | Títol · T1 E0 | "_s + providerBase + u"/series/user/pass/31.mp4"_s;
     // Still invalid JSON: a malformed number, or a body that already holds the escape of U+0000 (the
     // numbers are then left out: their keys read as null).
@@ -1184,14 +1123,15 @@ void TestXtreamReaders::outOfRangeNumbers_data()
         << u"catalogCategories"_s
         << QByteArray(R"([{"category_id":"1","category_name":"a\u0000b","x":1e400},)"
                       R"({"category_id":99999999999999999999999,"category_name":"Gran"}])")
-        << u"1 a\u0000b"_s;
+        << u"1=a\u0000b"_s;
     QTest::newRow("numbers inside strings are not touched")
         << u"catalogCategories"_s
-        << QByteArray(R"([{"category_id":"1","category_name":"1e400 \"99999999999999999999999\" -5e999 \\","x":1e400}])")
-        << u"1 1e400 \"99999999999999999999999\" -5e999 \\"_s;
+        << QByteArray(
+               R"([{"category_id":"1","category_name":"1e400 \"99999999999999999999999\" -5e999 \\","x":1e400}])")
+        << u"1=1e400 \"99999999999999999999999\" -5e999 \\"_s;
 }
 
-void TestXtreamReaders::outOfRangeNumbers()
+void TestXtreamReaders::reads()
 {
     QFETCH(QString, reader);
     QFETCH(QByteArray, body);

@@ -20,7 +20,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <tuple>
 
 using namespace Qt::StringLiterals;
 using Response = LoopbackServer::Response;
@@ -181,75 +180,6 @@ QStringList summaryOf(const CatalogDetail &detail)
     return summary;
 }
 
-bool isDigits(const QString &text)
-{
-    return !text.isEmpty()
-        && std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
-}
-
-// The records keep the readers' promises whatever the answer held.
-void checkPromises(const QList<Channel> &channels)
-{
-    QVERIFY(!channels.isEmpty());
-    QSet<QByteArray> addresses;
-    for (const Channel &channel : channels) {
-        QVERIFY2(PlaylistSource::isAcceptedHttpURL(channel.url()), channel.encodedURL().constData());
-        QVERIFY2(!addresses.contains(channel.encodedURL()), channel.encodedURL().constData());
-        addresses.insert(channel.encodedURL());
-        QVERIFY(!channel.group().isEmpty());
-        const QString id = pathOf(channel).section(u'/', -1).section(u'.', 0, 0);
-        QVERIFY2(isDigits(id), qPrintable(pathOf(channel)));
-    }
-}
-
-void checkPromises(const QList<CatalogCategory> &categories)
-{
-    QSet<QString> ids;
-    for (const CatalogCategory &category : categories) {
-        QVERIFY2(isDigits(category.id), qPrintable(category.id));
-        QVERIFY(!ids.contains(category.id));
-        ids.insert(category.id);
-        QVERIFY(!category.name.isEmpty());
-    }
-}
-
-void checkPromises(const QList<CatalogItem> &items)
-{
-    QSet<QString> ids;
-    for (const CatalogItem &item : items) {
-        QVERIFY2(isDigits(item.id), qPrintable(item.id));
-        QVERIFY(!ids.contains(item.id));
-        ids.insert(item.id);
-        QVERIFY(!item.name.isEmpty());
-        QVERIFY(!item.fileExtension.isEmpty());
-        QVERIFY(item.year.size() <= 4);
-        QVERIFY(!item.poster || PlaylistSource::isAcceptedHttpURL(*item.poster));
-    }
-}
-
-void checkPromises(const CatalogDetail &detail, CatalogKind kind)
-{
-    QCOMPARE(detail.movie.has_value(), kind == CatalogKind::movies);
-    QVERIFY(kind == CatalogKind::series || detail.episodes.isEmpty());
-    QSet<QString> ids;
-    for (qsizetype i = 0; i < detail.episodes.size(); ++i) {
-        const CatalogEpisode &episode = detail.episodes[i];
-        QVERIFY2(isDigits(episode.id), qPrintable(episode.id));
-        QVERIFY(!ids.contains(episode.id));
-        ids.insert(episode.id);
-        QVERIFY(PlaylistSource::isAcceptedHttpURL(episode.channel.url()));
-        QVERIFY(!episode.image || PlaylistSource::isAcceptedHttpURL(*episode.image));
-        if (i > 0) {
-            const CatalogEpisode &before = detail.episodes[i - 1];
-            QVERIFY(std::tie(before.season, before.number, before.id)
-                < std::tie(episode.season, episode.number, episode.id));
-        }
-    }
-    QVERIFY(!detail.movie || PlaylistSource::isAcceptedHttpURL(detail.movie->url()));
-    QVERIFY(!detail.poster || PlaylistSource::isAcceptedHttpURL(*detail.poster));
-    QVERIFY(!detail.plot.isEmpty()); // the title's own plot is the last fallback
-}
-
 // A loopback provider answering each action from a file, or with a small answer of its own.
 class Provider
 {
@@ -293,14 +223,11 @@ class TestXtreamRealWorld : public QObject
     Q_OBJECT
 
 private:
-    // A read that succeeded keeps the records' promises and fills `summary`; answers the failure text
-    // ("" when it read).
+    // A read that succeeded fills `summary`; answers the failure text ("" when it read).
     template<typename T> static QString summarised(const Outcome<T> &outcome, QStringList &summary)
     {
-        if (outcome.value) {
-            checkPromises(*outcome.value);
+        if (outcome.value)
             summary = summaryOf(*outcome.value);
-        }
         return outcome.failure;
     }
 
@@ -317,7 +244,6 @@ private:
             return summarised(settle(CatalogRepository().items(source, kind, u"1"_s)), summary);
         const auto outcome = settle(CatalogRepository().detail(source, titleOf(kind)));
         if (outcome.value) {
-            checkPromises(*outcome.value, kind);
             const bool empty = !outcome.value->movie && outcome.value->episodes.isEmpty();
             summary = empty ? QStringList {u"no episodes"_s} : summaryOf(*outcome.value);
         }
