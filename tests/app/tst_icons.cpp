@@ -1,6 +1,7 @@
 #include "icons/IconCatalog.h"
 #include "icons/IconImageProvider.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QIcon>
 #include <QLoggingCategory>
@@ -8,6 +9,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <memory>
@@ -16,55 +18,29 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Every symbol the views draw. A view that starts using another symbol adds it here and to
-// app/icons/icons.json; a symbol no view uses any more leaves both.
-const QStringList viewSymbols = {
-    u"antenna.radiowaves.left.and.right"_s,
-    u"arrow.clockwise"_s,
-    u"arrow.down.right.and.arrow.up.left"_s,
-    u"arrow.up.left.and.arrow.down.right"_s,
-    u"captions.bubble"_s,
-    u"checklist"_s,
-    u"checkmark"_s,
-    u"checkmark.circle.fill"_s,
-    u"chevron.down"_s,
-    u"chevron.left"_s,
-    u"chevron.right"_s,
-    u"circle"_s,
-    u"ellipsis"_s,
-    u"exclamationmark.circle.fill"_s,
-    u"exclamationmark.triangle"_s,
-    u"film"_s,
-    u"folder.badge.plus"_s,
-    u"folder.fill"_s,
-    u"forward.end.fill"_s,
-    u"keyboard"_s,
-    u"link"_s,
-    u"list.bullet.rectangle"_s,
-    u"lock"_s,
-    u"lock.open"_s,
-    u"lock.shield"_s,
-    u"minus.circle"_s,
-    u"pause.fill"_s,
-    u"play.circle"_s,
-    u"play.circle.fill"_s,
-    u"play.fill"_s,
-    u"play.rectangle"_s,
-    u"play.tv"_s,
-    u"play.tv.fill"_s,
-    u"plus"_s,
-    u"plus.circle"_s,
-    u"rectangle.stack"_s,
-    u"rectangle.stack.badge.plus"_s,
-    u"speaker.wave.2"_s,
-    u"star"_s,
-    u"star.fill"_s,
-    u"stop.fill"_s,
-    u"text.badge.plus"_s,
-    u"tv"_s,
-    u"waveform"_s,
-    u"wifi.exclamationmark"_s,
-};
+// The symbols the views write: the lower-case dotted names quoted after `name:`, `iconName:`,
+// `icon:` and `symbol:`, read from the module's own QML files (a value a condition compares
+// with `===` is not a symbol).
+QStringList symbolsInViews()
+{
+    static const QRegularExpression property(u"\\b(?:name|iconName|icon|symbol)\\s*:(.*)$"_s);
+    static const QRegularExpression symbol(u"(?<!== )\"([a-z][a-z0-9]*(?:\\.[a-z0-9]+)*)\""_s);
+    QStringList symbols;
+    QDirIterator files(u":/Quenvo/views"_s, {u"*.qml"_s}, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("cannot read %s", qPrintable(file.fileName()));
+        for (const QString &line : QString::fromUtf8(file.readAll()).split(u'\n')) {
+            const QRegularExpressionMatch value = property.match(line);
+            for (const QRegularExpressionMatch &quoted : symbol.globalMatch(value.captured(1)))
+                symbols.append(quoted.captured(1));
+        }
+    }
+    symbols.sort();
+    symbols.removeDuplicates();
+    return symbols;
+}
 
 // Warnings of the icon category, collected while a test runs.
 QStringList iconWarnings;
@@ -126,9 +102,9 @@ private Q_SLOTS:
 
     void tableCoversExactlyTheViewSymbols()
     {
-        QStringList expected = viewSymbols;
-        expected.sort();
-        QCOMPARE(IconCatalog::names(), expected);
+        const QStringList inViews = symbolsInViews();
+        QVERIFY(inViews.size() > 20); // the views were found and read
+        QCOMPARE(IconCatalog::names(), inViews);
     }
 
     void everyNameRendersInColourAndSize_data()
