@@ -204,6 +204,15 @@ private Q_SLOTS:
             entries.append(PersonalEntry(source(), m_model->channels().at(index)));
         store().add(entries, {}, mixed.id());
         openList(mixed.id());
+        // The sidebar shows every list while it has room, the open one among them.
+        QVERIFY(m_ui.settle());
+        QQuickItem *sidebarLists = m_ui.item(u"personalListsView"_s);
+        const QList<QQuickItem *> rows = m_ui.findAll(u"personalListRow"_s, sidebarLists);
+        QCOMPARE(rows.size(), 4);
+        for (QQuickItem *row : rows) {
+            QVERIFY2(row->mapToItem(sidebarLists, QPointF(0, row->height())).y() <= sidebarLists->height(),
+                qPrintable(row->property("name").toString()));
+        }
         QCOMPARE(browser()->kindName(), u"live"_s);
         QCOMPARE(browser()->kindLabels(),
             (QStringList{u"TV en directe · 4"_s, u"Pel·lícules · 2"_s, u"Sèries · 0"_s}));
