@@ -47,87 +47,72 @@ class TestGuideRepository : public QObject
 
 private slots:
     // Guides as they are served, plain or compressed, from one address or merged from several (one
-    // that fails leaves the others), and cut to the window around a time when one is given.
-    void downloadsGuides_data()
+    // that fails leaves the others), and cut to the window around a time when one is given; or, when
+    // no address gives a guide, what the user reads about the first failure.
+    void loadsGuides_data()
     {
-        QTest::addColumn<QList<Response>>("responses"); // one per address
+        QTest::addColumn<QStringList>("addresses"); // paths on the loopback server, or whole addresses
         QTest::addColumn<QByteArray>("now"); // the window's middle; empty for the whole guide
-        QTest::addColumn<QStringList>("expected");
+        QTest::addColumn<qint64>("maximumBytes");
+        QTest::addColumn<QStringList>("expected"); // "channel:title" in order, or the failure alone
+        const auto row
+            = [](const char *name, const QStringList &addresses, const QStringList &expected,
+                  const QByteArray &now = {}, qint64 maximumBytes = XmltvParser::defaultMaximumBytes) {
+                  QTest::newRow(name) << addresses << now << maximumBytes << expected;
+              };
 
         const QStringList all {u"a:Matí"_s, u"a:Migdia"_s, u"a:Dimarts"_s};
-        const QByteArray gzipped = ProviderGuide::gzip(guideA);
-        QTest::newRow("plain XML") << QList {Response::ok(guideA, "application/xml")} << QByteArray() << all;
-        QTest::newRow("a .gz file") << QList {Response::ok(gzipped, "application/gzip")} << QByteArray()
-                                    << all;
-        QTest::newRow("a .gz file in small chunks")
-            << QList {Response::ok(gzipped, "application/octet-stream").chunked(100)} << QByteArray() << all;
-        QTest::newRow("compressed in transit")
-            << QList {Response::ok(gzipped, "application/xml").withHeader("Content-Encoding", "gzip")}
-            << QByteArray() << all;
-        QTest::newRow("the window around 11:30")
-            << QList {Response::ok(gzipped, "application/gzip")} << QByteArray("20240301113000")
-            << QStringList({u"a:Matí"_s, u"a:Migdia"_s});
-        QTest::newRow("merged") << QList {Response::ok(guideA), Response::ok(guideB)} << QByteArray()
-                                << all + QStringList(u"b:Bon dia"_s);
-        QTest::newRow("merged, the second missing")
-            << QList {Response::ok(guideA), Response::withStatus(404)} << QByteArray() << all;
-        QTest::newRow("merged, the second not a guide")
-            << QList {Response::ok(guideA), Response::ok("<html>Sorry</html>")} << QByteArray() << all;
+        row("plain XML", {u"/a.xml"_s}, all);
+        row("a .gz file", {u"/a.xml.gz"_s}, all);
+        row("a .gz file in small chunks", {u"/chunked.gz"_s}, all);
+        row("compressed in transit", {u"/in-transit.xml"_s}, all);
+        row("the window around 11:30", {u"/a.xml.gz"_s}, {u"a:Matí"_s, u"a:Migdia"_s}, "20240301113000");
+        row("merged", {u"/a.xml"_s, u"/b.xml"_s}, all + QStringList(u"b:Bon dia"_s));
+        row("merged, the second missing", {u"/a.xml"_s, u"/missing.xml"_s}, all);
+        row("merged, the second not a guide", {u"/a.xml"_s, u"/page.html"_s}, all);
+
+        const QString invalid = u"La guia de programació no és vàlida."_s;
+        row("missing", {u"/missing.xml"_s}, {u"El servidor ha respost amb l’error HTTP 404."_s});
+        row("not a guide", {u"/page.html"_s}, {invalid});
+        row("every address fails: the first failure", {u"/page.html"_s, u"/missing.xml"_s}, {invalid});
+        row("too big once inflated", {u"/big.xml.gz"_s},
+            {u"La guia de programació supera el límit de 1 MB."_s}, {}, 1024 * 1024);
+        row("not an http address", {u"ftp://127.0.0.1/epg.xml"_s},
+            {u"L’adreça de la guia de programació no és vàlida."_s});
     }
 
-    void downloadsGuides()
+    void loadsGuides()
     {
-        QFETCH(QList<Response>, responses);
+        QFETCH(QStringList, addresses);
         QFETCH(QByteArray, now);
+        QFETCH(qint64, maximumBytes);
         QFETCH(QStringList, expected);
         LoopbackServer server;
-        QList<QUrl> addresses;
-        for (qsizetype i = 0; i < responses.size(); ++i) {
-            server.route(u"/%1.xml"_s.arg(i), responses.at(i));
-            addresses.append(server.url(u"/%1.xml"_s.arg(i)));
-        }
-        const Loaded outcome = load(
-            addresses, now.isEmpty() ? GuideWindow::everything() : GuideWindow::around(utc(now.constData())));
-        QCOMPARE(outcome.failure, QString());
-        QCOMPARE(titles(*outcome.value), expected);
-        QCOMPARE(outcome.value->displayNames(0), QStringList(u"A"_s));
-        QCOMPARE(server.requestCount(), responses.size());
-        QCOMPARE(server.lastRequest().header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
-    }
-
-    void saysWhyThereIsNoGuide_data()
-    {
-        QTest::addColumn<QList<QUrl>>("paths"); // relative: resolved against the server
-        QTest::addColumn<qint64>("maximumBytes");
-        QTest::addColumn<QString>("failure");
-        const qint64 standard = XmltvParser::defaultMaximumBytes;
-        QTest::newRow("missing") << QList<QUrl> {QUrl(u"/missing.xml"_s)} << standard
-                                 << u"El servidor ha respost amb l’error HTTP 404."_s;
-        QTest::newRow("not a guide") << QList<QUrl> {QUrl(u"/page.html"_s)} << standard
-                                     << u"La guia de programació no és vàlida."_s;
-        QTest::newRow("every address fails: the first failure")
-            << QList<QUrl> {QUrl(u"/page.html"_s), QUrl(u"/missing.xml"_s)} << standard
-            << u"La guia de programació no és vàlida."_s;
-        QTest::newRow("too big once inflated") << QList<QUrl> {QUrl(u"/big.xml.gz"_s)} << qint64(1024 * 1024)
-                                               << u"La guia de programació supera el límit de 1 MB."_s;
-        QTest::newRow("not an http address") << QList<QUrl> {QUrl(u"ftp://127.0.0.1/epg.xml"_s)} << standard
-                                             << u"L’adreça de la guia de programació no és vàlida."_s;
-    }
-
-    void saysWhyThereIsNoGuide()
-    {
-        QFETCH(QList<QUrl>, paths);
-        QFETCH(qint64, maximumBytes);
-        QFETCH(QString, failure);
-        LoopbackServer server;
-        server.route(u"/page.html"_s, Response::ok("<!DOCTYPE html><html><body>Hola</body></html>", "text/html"));
+        const QByteArray gzipped = ProviderGuide::gzip(guideA);
+        server.route(u"/a.xml"_s, Response::ok(guideA, "application/xml"));
+        server.route(u"/a.xml.gz"_s, Response::ok(gzipped, "application/gzip"));
+        server.route(u"/chunked.gz"_s, Response::ok(gzipped, "application/octet-stream").chunked(100));
+        server.route(u"/in-transit.xml"_s,
+            Response::ok(gzipped, "application/xml").withHeader("Content-Encoding", "gzip"));
+        server.route(u"/b.xml"_s, Response::ok(guideB));
+        server.route(
+            u"/page.html"_s, Response::ok("<!DOCTYPE html><html><body>Hola</body></html>", "text/html"));
         server.route(u"/big.xml.gz"_s,
-                     Response::ok(ProviderGuide::gzip(guideA.chopped(6) + QByteArray(2 * 1024 * 1024, ' ') + "</tv>")));
-        QList<QUrl> addresses;
-        for (const QUrl &path : std::as_const(paths))
-            addresses.append(path.scheme().isEmpty() ? server.url(path.path()) : path);
-        const Loaded outcome = load(addresses, GuideWindow::everything(), maximumBytes);
-        QCOMPARE(outcome.failure, failure);
+            Response::ok(
+                ProviderGuide::gzip(guideA.chopped(6) + QByteArray(2 * 1024 * 1024, ' ') + "</tv>")));
+        QList<QUrl> urls;
+        for (const QString &address : std::as_const(addresses))
+            urls.append(address.startsWith(u'/') ? server.url(address) : QUrl(address));
+
+        const Loaded outcome = load(urls,
+            now.isEmpty() ? GuideWindow::everything() : GuideWindow::around(utc(now.constData())),
+            maximumBytes);
+        QCOMPARE(outcome.value ? titles(*outcome.value) : QStringList(outcome.failure), expected);
+        if (!outcome.value)
+            return;
+        QCOMPARE(outcome.value->displayNames(0), QStringList(u"A"_s));
+        QCOMPARE(server.requestCount(), urls.size());
+        QCOMPARE(server.lastRequest().header("User-Agent"), QByteArray("Quenvo-macOS/0.1"));
     }
 
     void stopsWhenCancelled()
