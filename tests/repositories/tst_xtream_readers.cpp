@@ -1039,96 +1039,75 @@ void TestXtreamReaders::reads_data()
 
     const QString live = providerBase + u"/live/user/pass/"_s;
     const QString series = providerBase + u"/series/user/pass/"_s;
-    QTest::newRow("titles: 64-bit edges")
-        << u"movieItems"_s
-        << QByteArray(R"([{"stream_id":9223372036854775807,"name":-9223372036854775808,"rating":1e-7,)"
-                      R"("year":123456789,"added":1.7976931348623157e308},)"
-                      R"({"stream_id":18446744073709551615,"name":0.5,"added":"-0"}])")
-        << u"9223372036854775807 -9223372036854775808 year=1234 rating=1e-07 added=1.7976931348623157e+308\n"_s
-           u"18446744073709551615 0.5 year= rating= added=0"_s;
+    const auto movieItems = rowsOf(u"movieItems"_s);
+    const auto seriesDetail = rowsOf(u"seriesDetail"_s);
+    const auto liveStreams = rowsOf(u"liveStreams"_s);
+    movieItems("64-bit edges",
+        R"([{"stream_id":9223372036854775807,"name":-9223372036854775808,"rating":1e-7,)"
+        R"("year":123456789,"added":1.7976931348623157e308},)"
+        R"({"stream_id":18446744073709551615,"name":0.5,"added":"-0"}])",
+        u"9223372036854775807 -9223372036854775808 year=1234 rating=1e-07 added=1.7976931348623157e+308\n"_s
+        u"18446744073709551615 0.5 year= rating= added=0"_s);
     // A season key out of range reads as 0, and the episode's season falls back to it.
-    QTest::newRow("series detail: 64-bit edges")
-        << u"seriesDetail"_s
-        << QByteArray(
-               R"({"episodes":{"9223372036854775807":[{"id":"1","episode_num":"-9223372036854775808"}],)"
-               R"("9223372036854775808":[{"id":"2","season":"-9223372036854775809","episode_num":"+7"}]}})")
-        << u"duration=\nS0 E7 #2 Episodi 7 | Títol · T0 E7 | "_s + series + u"2.mp4\n"_s
+    seriesDetail("64-bit edges",
+        R"({"episodes":{"9223372036854775807":[{"id":"1","episode_num":"-9223372036854775808"}],)"
+        R"("9223372036854775808":[{"id":"2","season":"-9223372036854775809","episode_num":"+7"}]}})",
+        u"duration=\nS0 E7 #2 Episodi 7 | Títol · T0 E7 | "_s + series + u"2.mp4\n"_s
             + u"S9223372036854775807 E-9223372036854775808 #1 Episodi -9223372036854775808 | "_s
-            + u"Títol · T9223372036854775807 E-9223372036854775808 | "_s + series + u"1.mp4"_s;
+            + u"Títol · T9223372036854775807 E-9223372036854775808 | "_s + series + u"1.mp4"_s);
     // In fields that are not read.
-    QTest::newRow("account: 1e400 in an ignored field")
-        << u"account"_s
-        << QByteArray(R"({"user_info":{"auth":1,"exp_date":1e400},"server_info":{"port":"80"}})")
-        << u"m3u8"_s;
-    QTest::newRow("account: -1e400 and a 23-digit integer in ignored fields")
-        << u"account"_s
-        << QByteArray(R"({"user_info":{"auth":"1","max_connections":99999999999999999999999,)"
-                      R"("allowed_output_formats":["ts"]},"server_info":{"timestamp_now":-1e400}})")
-        << u"ts"_s;
-    QTest::newRow("live streams: 1e400 in num")
-        << u"liveStreams"_s << QByteArray(R"([{"num":1e400,"stream_id":1,"name":"A","category_id":"1"}])")
-        << u"A | U | "_s + live + u"1.ts"_s;
-    QTest::newRow("live streams: 99999999999999999999999 in added")
-        << u"liveStreams"_s
-        << QByteArray(
-               R"([{"stream_id":1,"name":"A","added":99999999999999999999999},{"stream_id":2,"name":"B"}])")
-        << u"A | Directe | "_s + live + u"1.ts\nB | Directe | "_s + live + u"2.ts"_s;
+    account("1e400 in an ignored field",
+        R"({"user_info":{"auth":1,"exp_date":1e400},"server_info":{"port":"80"}})", u"m3u8"_s);
+    account("-1e400 and a 23-digit integer in ignored fields",
+        R"({"user_info":{"auth":"1","max_connections":99999999999999999999999,)"
+        R"("allowed_output_formats":["ts"]},"server_info":{"timestamp_now":-1e400}})",
+        u"ts"_s);
+    liveStreams("1e400 in num", R"([{"num":1e400,"stream_id":1,"name":"A","category_id":"1"}])",
+        u"A | U | "_s + live + u"1.ts"_s);
+    liveStreams("99999999999999999999999 in added",
+        R"([{"stream_id":1,"name":"A","added":99999999999999999999999},{"stream_id":2,"name":"B"}])",
+        u"A | Directe | "_s + live + u"1.ts\nB | Directe | "_s + live + u"2.ts"_s);
     // Where text is read, the number as written.
-    QTest::newRow("live streams: stream_id beyond 64 bits is an id of digits")
-        << u"liveStreams"_s << QByteArray(R"([{"stream_id":99999999999999999999999,"name":"A"}])")
-        << u"A | Directe | "_s + live + u"99999999999999999999999.ts"_s;
-    QTest::newRow("live streams: stream_id 1e400 is no id")
-        << u"liveStreams"_s
-        << QByteArray(R"([{"stream_id":1e400,"name":"A"},{"stream_id":-1e400},{"stream_id":2,"name":"B"}])")
-        << u"B | Directe | "_s + live + u"2.ts"_s;
-    QTest::newRow("live streams: category_id beyond 64 bits")
-        << u"liveStreams"_s
-        << QByteArray(R"([{"stream_id":3,"name":"C","category_id":99999999999999999999999}])")
-        << u"C | Gran | "_s + live + u"3.ts"_s;
-    QTest::newRow("live streams: a name that is a number is no string")
-        << u"liveStreams"_s << QByteArray(R"([{"stream_id":4,"name":1e400}])")
-        << u"Canal 4 | Directe | "_s + live + u"4.ts"_s;
-    QTest::newRow("live categories: ids as written")
-        << u"liveCategories"_s
-        << QByteArray(
-               R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
-               R"({"category_id":-1e400,"category_name":"Exp"},{"category_id":2,"category_name":1e400}])")
-        << u"-1e400=Exp\n2=Directe\n99999999999999999999999=Gran"_s;
-    QTest::newRow("catalogue categories: an id beyond 64 bits, a name beyond a double")
-        << u"catalogCategories"_s
-        << QByteArray(
-               R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
-               R"({"category_id":1e400,"category_name":"Exp"},{"category_id":"2","category_name":-1e400}])")
-        << u"99999999999999999999999=Gran\n2=-1e400"_s;
-    QTest::newRow("titles: added beyond a double is unknown, rating as written")
-        << u"movieItems"_s
-        << QByteArray(
-               R"([{"stream_id":1,"name":"A","added":1e400,"rating":1E+400,"num":99999999999999999999999},)"
-               R"({"stream_id":99999999999999999999999,"name":"B","added":"1700000000","year":-1e400}])")
-        << u"1 A year= rating=1E+400 added=0\n99999999999999999999999 B year=-1e4 rating= added=1700000000"_s;
-    QTest::newRow("titles: 1e-400 is 0, only too large numbers are text")
-        << u"movieItems"_s << QByteArray(R"([{"stream_id":1,"name":"A","rating":1e-400,"added":1e400}])")
-        << u"1 A year= rating=0 added=0"_s;
-    QTest::newRow("series detail: episode fields beyond 64 bits")
-        << u"seriesDetail"_s
-        << QByteArray(
-               R"({"info":{"duration":1e400},"episodes":{"1":[{"id":"31","episode_num":99999999999999999999999,)"
-               R"("title":"U","added":1e400}]}})")
-        << u"duration=1e400\nS1 E0 #31 U | Títol · T1 E0 | "_s + providerBase + u"/series/user/pass/31.mp4"_s;
+    liveStreams("stream_id beyond 64 bits is an id of digits",
+        R"([{"stream_id":99999999999999999999999,"name":"A"}])",
+        u"A | Directe | "_s + live + u"99999999999999999999999.ts"_s);
+    liveStreams("stream_id 1e400 is no id",
+        R"([{"stream_id":1e400,"name":"A"},{"stream_id":-1e400},{"stream_id":2,"name":"B"}])",
+        u"B | Directe | "_s + live + u"2.ts"_s);
+    liveStreams("category_id beyond 64 bits",
+        R"([{"stream_id":3,"name":"C","category_id":99999999999999999999999}])",
+        u"C | Gran | "_s + live + u"3.ts"_s);
+    liveStreams("a name that is a number is no string", R"([{"stream_id":4,"name":1e400}])",
+        u"Canal 4 | Directe | "_s + live + u"4.ts"_s);
+    liveCategories("ids as written",
+        R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
+        R"({"category_id":-1e400,"category_name":"Exp"},{"category_id":2,"category_name":1e400}])",
+        u"-1e400=Exp\n2=Directe\n99999999999999999999999=Gran"_s);
+    catalogCategories("an id beyond 64 bits, a name beyond a double",
+        R"([{"category_id":99999999999999999999999,"category_name":"Gran"},)"
+        R"({"category_id":1e400,"category_name":"Exp"},{"category_id":"2","category_name":-1e400}])",
+        u"99999999999999999999999=Gran\n2=-1e400"_s);
+    movieItems("added beyond a double is unknown, rating as written",
+        R"([{"stream_id":1,"name":"A","added":1e400,"rating":1E+400,"num":99999999999999999999999},)"
+        R"({"stream_id":99999999999999999999999,"name":"B","added":"1700000000","year":-1e400}])",
+        u"1 A year= rating=1E+400 added=0\n99999999999999999999999 B year=-1e4 rating= added=1700000000"_s);
+    movieItems("1e-400 is 0, only too large numbers are text",
+        R"([{"stream_id":1,"name":"A","rating":1e-400,"added":1e400}])", u"1 A year= rating=0 added=0"_s);
+    seriesDetail("episode fields beyond 64 bits",
+        R"({"info":{"duration":1e400},"episodes":{"1":[{"id":"31","episode_num":99999999999999999999999,)"
+        R"("title":"U","added":1e400}]}})",
+        u"duration=1e400\nS1 E0 #31 U | Títol · T1 E0 | "_s + series + u"31.mp4"_s);
     // Still invalid JSON: a malformed number, or a body that already holds the escape of U+0000 (the
     // numbers are then left out: their keys read as null).
-    QTest::newRow("a malformed number beside one out of range")
-        << u"movieItems"_s << QByteArray(R"([{"stream_id":1,"added":1e400,"rating":1.}])") << jsonError;
-    QTest::newRow("a body with the escape of U+0000")
-        << u"catalogCategories"_s
-        << QByteArray(R"([{"category_id":"1","category_name":"a\u0000b","x":1e400},)"
-                      R"({"category_id":99999999999999999999999,"category_name":"Gran"}])")
-        << u"1=a\u0000b"_s;
-    QTest::newRow("numbers inside strings are not touched")
-        << u"catalogCategories"_s
-        << QByteArray(
-               R"([{"category_id":"1","category_name":"1e400 \"99999999999999999999999\" -5e999 \\","x":1e400}])")
-        << u"1=1e400 \"99999999999999999999999\" -5e999 \\"_s;
+    movieItems("a malformed number beside one out of range", R"([{"stream_id":1,"added":1e400,"rating":1.}])",
+        jsonError);
+    catalogCategories("a body with the escape of U+0000",
+        R"([{"category_id":"1","category_name":"a\u0000b","x":1e400},)"
+        R"({"category_id":99999999999999999999999,"category_name":"Gran"}])",
+        u"1=a\u0000b"_s);
+    catalogCategories("numbers inside strings are not touched",
+        R"([{"category_id":"1","category_name":"1e400 \"99999999999999999999999\" -5e999 \\","x":1e400}])",
+        u"1=1e400 \"99999999999999999999999\" -5e999 \\"_s);
 }
 
 void TestXtreamReaders::reads()
