@@ -433,9 +433,8 @@ private Q_SLOTS:
         QCOMPARE(request.method, QByteArray("GET"));
         QCOMPARE(request.target, QByteArray("/lists/tv.m3u?type=m3u_plus&output=ts"));
         QCOMPARE(request.headerValues("User-Agent"), QList<QByteArray> {"Quenvo-macOS/0.1"});
-        QCOMPARE(request.hasHeader("Authorization"), !authorization.isNull());
-        QCOMPARE(request.header("Authorization"), authorization);
-        QCOMPARE(request.headerValues("Authorization").size(), authorization.isNull() ? 0 : 1);
+        QCOMPARE(request.headerValues("Authorization"),
+            authorization.isNull() ? QList<QByteArray>() : QList<QByteArray> {authorization});
     }
 
     // Relative entries resolve against the address the playlist finally came from.
