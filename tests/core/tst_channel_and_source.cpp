@@ -43,7 +43,6 @@ private Q_SLOTS:
         const QString expected =
             QString::fromLatin1(QCryptographicHash::hash("http://example.com/live/1.ts", QCryptographicHash::Sha256).toHex());
         QCOMPARE(channel.id(), expected);
-        QCOMPARE(channel.id().size(), 64);
         QCOMPARE(channel.url(), url);
 
         // Same address, other names: same identity, different records.
@@ -86,7 +85,6 @@ private Q_SLOTS:
     {
         const Channel channel(u"x"_s, QString(), QUrl(u"https://h.example/x.m3u8"_s), false);
         const QString key = channel.favoriteID(sourceID);
-        QCOMPARE(key.size(), 101);
         QCOMPARE(key, u"6A1F0C2E-9B1D-4C3E-8F00-0123456789E2:"_s + channel.id());
     }
 
