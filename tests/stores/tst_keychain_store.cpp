@@ -126,10 +126,6 @@ private Q_SLOTS:
     void aRegistryFromItsFirstStart()
     {
         const QString service = freshService();
-        const auto read = StoreTest::run(KeychainStore(service).read());
-        QCOMPARE(read.failure, QString());
-        QVERIFY(read.value->isEmpty());
-
         StoreTest::Preferences preferences;
         ConnectionRegistry registry(KeychainStore(service), preferences.settings());
         QSignalSpy canSave(&registry, &ConnectionRegistry::canSaveChanged);
