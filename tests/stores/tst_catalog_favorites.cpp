@@ -119,14 +119,29 @@ private Q_SLOTS:
         QCOMPARE(favorites.contains(source, title(id, kind)), expected);
     }
 
-    void removingAConnectionKeepsTheOthers()
+    // Posters are kept in memory for the favourites in the list only, and never saved; removing a
+    // connection drops its favourites with their posters and keeps the others.
+    void postersAndARemovedConnection()
     {
         StoreTest::Preferences preferences;
         CatalogFavorites favorites(preferences.settings());
-        favorites.toggle(sourceA, title(u"1"_s, CatalogKind::movies, QUrl(u"http://127.0.0.1/a1.jpg"_s)));
+        favorites.toggle(sourceA, title(u"1"_s));
         favorites.toggle(sourceB, title(u"1"_s, CatalogKind::movies, QUrl(u"http://127.0.0.1/b1.jpg"_s)));
         favorites.toggle(sourceA, title(u"2"_s, CatalogKind::series, QUrl(u"http://127.0.0.1/a2.jpg"_s)));
-        QCOMPARE(favorites.artwork().size(), 3);
+        const CatalogFavorite kept = favorites.records().first();
+        const CatalogFavorite gone(sourceA, title(u"3"_s));
+        const QByteArray stored = storedBytes(preferences.settings());
+
+        QSignalSpy artwork(&favorites, &CatalogFavorites::artworkChanged);
+        favorites.cachePoster(QUrl(u"http://127.0.0.1/gone.jpg"_s), gone);
+        QCOMPARE(favorites.artwork().size(), 2);
+        QCOMPARE(artwork.count(), 0);
+        favorites.cachePoster(QUrl(u"http://127.0.0.1/kept.jpg"_s), kept);
+        QCOMPARE(favorites.poster(kept.id()), QUrl(u"http://127.0.0.1/kept.jpg"_s));
+        favorites.cachePoster(std::nullopt, kept);
+        QVERIFY(!favorites.poster(kept.id()));
+        QCOMPARE(artwork.count(), 2);
+        QCOMPARE(storedBytes(preferences.settings()), stored);
 
         QSignalSpy changed(&favorites, &CatalogFavorites::recordsChanged);
         favorites.remove(sourceA);
@@ -137,28 +152,6 @@ private Q_SLOTS:
                 {u"0B0E1C2D-0000-4000-8000-00000000000B:movies:1"_s, QUrl(u"http://127.0.0.1/b1.jpg"_s)}}));
         QCOMPARE(CatalogFavorites::decode(storedBytes(preferences.settings())), favorites.records());
         QCOMPARE(changed.count(), 1);
-    }
-
-    void postersAreCachedOnlyForFavoritesInTheList()
-    {
-        StoreTest::Preferences preferences;
-        CatalogFavorites favorites(preferences.settings());
-        favorites.toggle(sourceA, title(u"1"_s));
-        const CatalogFavorite kept = favorites.records().first();
-        const CatalogFavorite gone(sourceA, title(u"2"_s));
-        const QByteArray stored = storedBytes(preferences.settings());
-
-        QSignalSpy artwork(&favorites, &CatalogFavorites::artworkChanged);
-        favorites.cachePoster(QUrl(u"http://127.0.0.1/gone.jpg"_s), gone);
-        QVERIFY(favorites.artwork().isEmpty());
-        QCOMPARE(artwork.count(), 0);
-
-        favorites.cachePoster(QUrl(u"http://127.0.0.1/kept.jpg"_s), kept);
-        QCOMPARE(favorites.poster(kept.id()), QUrl(u"http://127.0.0.1/kept.jpg"_s));
-        favorites.cachePoster(std::nullopt, kept);
-        QVERIFY(!favorites.poster(kept.id()));
-        QCOMPARE(artwork.count(), 2);
-        QCOMPARE(storedBytes(preferences.settings()), stored); // posters are never saved
     }
 };
 

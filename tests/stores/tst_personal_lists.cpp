@@ -108,24 +108,14 @@ private Q_SLOTS:
         QCOMPARE(storedBytes(lists, preferences.settings()), PersonalLists::encode(lists.lists()));
         QCOMPARE(preferences.settings().value(PersonalLists::firstFormatKey()).toByteArray(), v1);
 
-        // From then on the current format is read, and the first one is left alone.
+        // From then on the current format is read, even with the first one still there, and the first
+        // one is left alone.
         lists.rename(listID, u"Vist"_s);
         lists.waitForSave(); // as the store's destruction at quit does
         preferences.restart();
         PersonalLists again(preferences.settings());
         QCOMPARE(again.lists().first().name(), u"Vist"_s);
         QCOMPARE(preferences.settings().value(PersonalLists::firstFormatKey()).toByteArray(), v1);
-    }
-
-    void currentFormatWinsOverTheFirst()
-    {
-        StoreTest::Preferences preferences;
-        preferences.settings().setValue(PersonalLists::firstFormatKey(), firstFormat());
-        preferences.settings().setValue(PersonalLists::storageKey(),
-            PersonalLists::encode({PersonalList(QUuid::createUuid(), u"Actual"_s)}));
-        PersonalLists lists(preferences.settings());
-        QCOMPARE(lists.lists().size(), 1);
-        QCOMPARE(lists.lists().first().name(), u"Actual"_s);
     }
 
     void nameRule_data()
