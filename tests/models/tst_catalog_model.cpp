@@ -300,7 +300,6 @@ private Q_SLOTS:
     {
         QFETCH(bool, fails);
         LoopbackServer server;
-        QVERIFY(server.start());
         server.setFallback([fails](const LoopbackServer::Request &request) {
             const QUrlQuery query(request.query);
             const QString category = query.queryItemValue(u"category_id"_s);
@@ -405,7 +404,6 @@ private Q_SLOTS:
     {
         QFETCH(bool, silentServer);
         LoopbackServer server;
-        QVERIFY(server.start());
         server.setFallback([](const LoopbackServer::Request &) { return LoopbackServer::Response::silence(); });
         StoreTest::Preferences preferences;
         WatchHistory history(preferences.settings());
@@ -638,7 +636,6 @@ private Q_SLOTS:
         QFETCH(QString, message);
 
         LoopbackServer server;
-        QVERIFY(server.start());
         auto failing = std::make_shared<std::atomic<bool>>(true);
         const QByteArray categories = R"([{"category_id":"5","category_name":"Comèdia"}])";
         const QByteArray streams = R"([{"stream_id":77,"name":"Una","category_id":"5","added":"100"}])";

@@ -111,7 +111,6 @@ private Q_SLOTS:
     void initTestCase()
     {
         MediaPlayer::setExtraOptionsForTesting({u"--aout=dummy"_s});
-        QVERIFY(m_server.start());
         QByteArray playlist = "#EXTM3U\n";
         for (const auto &[name, path] : {std::pair{"Canal 10", "/c10.ts"}, std::pair{"Canal 2", "/c2.ts"},
                                          std::pair{"Esports", "/esports.ts"}, std::pair{"Café TV", "/cafe.ts"}})

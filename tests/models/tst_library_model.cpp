@@ -125,7 +125,6 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY(m_server.start());
         m_news = m_server.url(u"/news.m3u"_s);
         m_sport = m_server.url(u"/sport.m3u"_s);
         m_server.route(u"/news.m3u"_s,

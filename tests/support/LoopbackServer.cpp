@@ -555,11 +555,6 @@ LoopbackServer::~LoopbackServer()
     m_thread->wait();
 }
 
-bool LoopbackServer::start() const
-{
-    return m_port != 0;
-}
-
 quint16 LoopbackServer::port() const
 {
     return m_port;

@@ -116,8 +116,6 @@ public:
     LoopbackServer(const LoopbackServer &) = delete;
     LoopbackServer &operator=(const LoopbackServer &) = delete;
 
-    // Whether the server listens: always true once constructed.
-    bool start() const;
     quint16 port() const;
     // http://127.0.0.1:<port><pathAndQuery>
     QUrl url(const QString &pathAndQuery = QStringLiteral("/")) const;
