@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Listed.h"
 #include "ProviderGuide.h"
 #include "guide/XmltvParser.h"
 #include "guide/XmltvTime.h"
@@ -40,10 +41,7 @@ inline XmltvParser::Options keepAll()
 
 inline QStringList titles(const QList<GuideProgramme> &programmes)
 {
-    QStringList result;
-    for (const GuideProgramme &programme : programmes)
-        result.append(programme.title);
-    return result;
+    return listed(programmes, &GuideProgramme::title);
 }
 
 inline QByteArray document(const QByteArray &body)

@@ -1,6 +1,7 @@
 // ChannelListModel and ChannelCategoriesModel: the filtered channel list (category, favourites of the
 // active connection, search ignoring case and accents) and the sorted categories, checked by
 // QAbstractItemModelTester through every change.
+#include "Listed.h"
 #include "models/ChannelCategoriesModel.h"
 #include "models/ChannelListModel.h"
 
@@ -39,10 +40,7 @@ QList<Channel> sampleChannels()
 
 QStringList visibleNames(const ChannelListModel &model)
 {
-    QStringList names;
-    for (int row = 0; row < model.rowCount(); ++row)
-        names.append(model.data(model.index(row), ChannelListModel::NameRole).toString());
-    return names;
+    return listed(model, ChannelListModel::NameRole);
 }
 
 const QUuid activeSource = QUuid(u"6F1C2E3A-0B4D-4E5F-8A9B-0C1D2E3F4A5B"_s);
