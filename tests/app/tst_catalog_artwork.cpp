@@ -1,3 +1,4 @@
+#include "LoopbackServer.h"
 #include "ProviderServer.h"
 #include "artwork/ArtworkLoader.h"
 #include "artwork/ArtworkResponse.h"
@@ -11,7 +12,6 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QTcpServer>
 #include <QTest>
 
 #include <memory>
@@ -289,12 +289,8 @@ private Q_SLOTS:
     {
         QFETCH(QString, address);
         QVERIFY(startServer());
-        quint16 closedPort = 0;
-        {
-            QTcpServer taken;
-            QVERIFY(taken.listen(QHostAddress::LocalHost));
-            closedPort = taken.serverPort();
-        }
+        const quint16 closedPort = LoopbackServer::closedPort();
+        QVERIFY(closedPort != 0);
         const QString url = address.contains(u"%2"_s) ? address.arg(closedPort)
                                                       : address.contains(u"%1"_s) ? address.arg(m_server->baseURL().toString())
                                                                                   : address;

@@ -14,7 +14,6 @@
 #include <QNetworkReply>
 #include <QSignalSpy>
 #include <QRegularExpression>
-#include <QTcpServer>
 #include <QTest>
 #include <QTimer>
 
@@ -173,17 +172,6 @@ private:
     qint64 m_lastTick = 0;
     qint64 m_longestGap = 0;
 };
-
-// A port on 127.0.0.1 with nothing listening on it.
-quint16 closedPort()
-{
-    QTcpServer probe;
-    if (!probe.listen(QHostAddress::LocalHost, 0))
-        return 0;
-    const quint16 port = probe.serverPort();
-    probe.close();
-    return port;
-}
 
 QByteArray withOrigins(QByteArray location, const LoopbackServer &a, const LoopbackServer *b = nullptr)
 {
@@ -543,7 +531,7 @@ private Q_SLOTS:
         server.route(u"/list.m3u"_s, response);
         QUrl url = server.url(u"/list.m3u"_s);
         if (nothingListening) {
-            const quint16 port = closedPort();
+            const quint16 port = LoopbackServer::closedPort();
             QVERIFY(port != 0);
             url.setPort(port);
         }

@@ -555,6 +555,14 @@ LoopbackServer::~LoopbackServer()
     m_thread->wait();
 }
 
+quint16 LoopbackServer::closedPort()
+{
+    QTcpServer probe;
+    if (!probe.listen(QHostAddress::LocalHost, 0))
+        return 0;
+    return probe.serverPort(); // closed again as the probe goes
+}
+
 quint16 LoopbackServer::port() const
 {
     return m_port;

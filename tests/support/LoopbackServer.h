@@ -117,6 +117,9 @@ public:
     LoopbackServer &operator=(const LoopbackServer &) = delete;
 
     quint16 port() const;
+    // A port on 127.0.0.1 with nothing listening on it (0 if none could be had): a connection there
+    // is refused.
+    static quint16 closedPort();
     // http://127.0.0.1:<port><pathAndQuery>
     QUrl url(const QString &pathAndQuery = QStringLiteral("/")) const;
 
