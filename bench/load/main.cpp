@@ -68,7 +68,8 @@ constexpr double overheadTarget = 1.3;
 QByteArray download(const QUrl &url)
 {
     const HTTPClient::Fetch fetch = HTTPClient::defaultFetch();
-    return BenchRun::valueOf(fetch(HTTPClient::providerRequest(url), CancellationToken()), u"downloading "_s + url.path())
+    return BenchRun::valueOf(
+        fetch(HTTPClient::providerRequest(url), CancellationToken()), u"downloading "_s + url.path())
         .data;
 }
 
@@ -222,7 +223,8 @@ PublishTimes publishOnce(const PlaylistSource &source, const ChannelListing &lis
     auto prepare = [channels = listing.channels, id = source.id] {
         return ChannelListModel::prepare(channels, {}, id);
     };
-    ChannelListModel::Prepared prepared = BenchRun::valueOf(inBackground(std::move(prepare)), u"preparing the list"_s);
+    ChannelListModel::Prepared prepared
+        = BenchRun::valueOf(inBackground(std::move(prepare)), u"preparing the list"_s);
     QElapsedTimer main;
     main.start();
     guide.reset(source, source.address.toUtf8(), prepared.channels, extras);
@@ -248,7 +250,7 @@ void measureParts(Case &row, int runs)
             QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
             QString decoded = decoder.decode(body);
             if (decoder.hasError())
-                throw BenchFailure{u"the playlist is not UTF-8"_s};
+                throw BenchFailure {u"the playlist is not UTF-8"_s};
             return decoded;
         });
         listing = timed(runs, row.parse, [&] { return M3UParser::parseListing(text, url.toEncoded()); });
@@ -322,9 +324,12 @@ void measureWhole(Case &row, LibraryModel &model, const QString &guideCache, int
         model.load(row.source, false, false);
         const bool finished = spinUntil([&] { return published.has_value(); }, 120'000);
         if (!finished || model.activeID() != row.source.id)
-            throw BenchFailure{row.label + u": the load did not succeed: "_s + model.notice().value_or(QString())};
+            throw BenchFailure {
+                row.label + u": the load did not succeed: "_s + model.notice().value_or(QString())};
         if (rowsAtPublish != row.channels)
-            throw BenchFailure{u"%1: %2 rows when the load ended, %3 expected"_s.arg(row.label).arg(rowsAtPublish).arg(row.channels)};
+            throw BenchFailure {u"%1: %2 rows when the load ended, %3 expected"_s.arg(row.label)
+                                    .arg(rowsAtPublish)
+                                    .arg(row.channels)};
         // The guide the list names is read and matched after the rows are shown: still the load.
         const double settleFrom = watch.elapsedMilliseconds();
         bool folded = false;
@@ -427,7 +432,8 @@ int benchmark(int runs, int m3uChannels, int xtreamChannels)
     xtreamOptions.seed = 2;
     ProviderServer xtreamProvider(xtreamOptions);
     if (!m3uProvider.start() || !xtreamProvider.start())
-        throw BenchFailure{u"a provider did not start: "_s + m3uProvider.errorString() + xtreamProvider.errorString()};
+        throw BenchFailure {
+            u"a provider did not start: "_s + m3uProvider.errorString() + xtreamProvider.errorString()};
 
     QList<Case> cases;
     cases.append(Case(u"M3U playlist"_s,

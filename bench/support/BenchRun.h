@@ -39,7 +39,7 @@ template<typename T> T valueOf(QCoro::Task<T> task, const QString &what)
     QString failure;
     std::optional<T> value = QCoro::waitFor(settled(std::move(task), failure));
     if (!value)
-        throw BenchFailure{what + QStringLiteral(": ") + failure};
+        throw BenchFailure {what + QStringLiteral(": ") + failure};
     return std::move(*value);
 }
 

@@ -110,8 +110,8 @@ QUrl apiURL(const PlaylistSource &source, const QString &action)
 
 QByteArray fetchBody(const QUrl &url)
 {
-    HTTPPayload payload =
-        BenchRun::valueOf(HTTPClient::fetch(HTTPClient::providerRequest(url)), HTTPClient::redactedForLog(url));
+    HTTPPayload payload = BenchRun::valueOf(
+        HTTPClient::fetch(HTTPClient::providerRequest(url)), HTTPClient::redactedForLog(url));
     return std::move(payload.data);
 }
 
@@ -119,7 +119,7 @@ QByteArray readFile(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        throw BenchFailure{u"cannot read "_s + path + u": "_s + file.errorString()};
+        throw BenchFailure {u"cannot read "_s + path + u": "_s + file.errorString()};
     return file.readAll();
 }
 
@@ -127,7 +127,7 @@ void writeFile(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size() || !file.flush())
-        throw BenchFailure{u"cannot write "_s + path + u": "_s + file.errorString()};
+        throw BenchFailure {u"cannot write "_s + path + u": "_s + file.errorString()};
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -152,7 +152,8 @@ QList<Channel> loadLive(const PlaylistSource &source)
 
 QList<CatalogItem> loadMovies(const PlaylistSource &source, const QString &categoryID)
 {
-    return BenchRun::valueOf(CatalogRepository().items(source, CatalogKind::movies, categoryID), u"CatalogRepository::items"_s);
+    return BenchRun::valueOf(
+        CatalogRepository().items(source, CatalogKind::movies, categoryID), u"CatalogRepository::items"_s);
 }
 
 struct Times
@@ -174,7 +175,7 @@ template<typename Work> auto timed(int runs, Times &times, Work work)
         times.wall.add(timer.nsecsElapsed());
         times.cpu.add(CpuClock::processNanoseconds() - cpuStart);
         if (records.size() != result.size())
-            throw BenchFailure{u"the work is not repeatable"_s};
+            throw BenchFailure {u"the work is not repeatable"_s};
     }
     return result;
 }
@@ -263,7 +264,7 @@ void measureMemoryOf(const Settings &settings)
         else
             printMemoryOf([&] { return loadMovies(source, settings.category); });
     } else {
-        throw BenchFailure{u"--memory-of takes live, movies, load or items"_s};
+        throw BenchFailure {u"--memory-of takes live, movies, load or items"_s};
     }
 }
 
@@ -288,10 +289,11 @@ QHash<QString, QString> runForLine(const QString &program, const QStringList &ar
     if (!process.waitForFinished(15 * 60 * 1000)) {
         process.kill();
         process.waitForFinished();
-        throw BenchFailure{what + u" did not finish: "_s + process.errorString()};
+        throw BenchFailure {what + u" did not finish: "_s + process.errorString()};
     }
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        throw BenchFailure{what + u" failed: "_s + QString::fromUtf8(process.readAllStandardError()).trimmed()};
+        throw BenchFailure {
+            what + u" failed: "_s + QString::fromUtf8(process.readAllStandardError()).trimmed()};
     return fieldsOf(process.readAllStandardOutput());
 }
 
@@ -512,7 +514,6 @@ void printRow(QTextStream &out, const Row &row, bool withNode)
     out << line.join(u' ') << '\n';
 }
 
-
 // ---------------------------------------------------------------------------------------------------
 
 // A million rows, each a category of its own, the last one also a live stream: the readers go through
@@ -552,14 +553,15 @@ int benchmark(Settings settings)
     options.generateMedia = false;
     ProviderServer server(options);
     if (!server.start())
-        throw BenchFailure{u"the provider did not start: "_s + server.errorString()};
+        throw BenchFailure {u"the provider did not start: "_s + server.errorString()};
     const ProviderCatalog &catalog = server.catalog();
 
     // Every movie in the category that items() is asked for.
     const QString movieCategory = catalog.vodCategoryID(0);
     for (int index = 0; index < catalog.movieCount(); ++index) {
         if (catalog.movieCategory(index) != 0)
-            throw BenchFailure{u"the provider put movie %1 outside category %2"_s.arg(index).arg(movieCategory)};
+            throw BenchFailure {
+                u"the provider put movie %1 outside category %2"_s.arg(index).arg(movieCategory)};
     }
 
     settings.server = server.baseURL().toString();
@@ -569,7 +571,7 @@ int benchmark(Settings settings)
     const QByteArray account = fetchBody(apiURL(source, QString()));
     settings.extension = XtreamReaders::accountStreamExtension(account);
     if (!QDir().mkpath(settings.dataFolder))
-        throw BenchFailure{u"cannot create "_s + settings.dataFolder};
+        throw BenchFailure {u"cannot create "_s + settings.dataFolder};
     const QDir data(settings.dataFolder);
     Answer providerLive{u"live, provider"_s, Answer::Kind::live, data.filePath(u"xtream-live-streams.json"_s),
                         data.filePath(u"xtream-live-categories.json"_s), QString(), catalog.liveChannelCount()};
@@ -658,10 +660,12 @@ int benchmark(Settings settings)
         << catalog.liveCategoryCount() << " categories, " << catalog.movieCount() << " movies in category "
         << movieCategory << ". Load average " << BenchRun::loadAverage() << ".\n"
         << fixturesNote << "Median of " << settings.runs
-        << " timed runs after a first one; MB = 10^6 bytes of the answers; cpu ms = median process CPU time;\n"
+        << " timed runs after a first one; MB = 10^6 bytes of the answers; cpu ms = median process CPU "
+           "time;\n"
         << "peak = resident growth during the work in a fresh process (" << load.memory.method
         << "), in MB and times the answer size;\n"
-        << "node: JSON.parse and the same mapping (bench/node/xtream.js) from text already decoded; decode = UTF-8 "
+        << "node: JSON.parse and the same mapping (bench/node/xtream.js) from text already decoded; decode = "
+           "UTF-8 "
            "to string, not counted;\n"
         << "speed = node's median time / ours (wall; cpu).\n";
     if (node.isEmpty())

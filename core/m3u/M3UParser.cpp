@@ -75,8 +75,7 @@ inline unsigned equalUnits(__m128i block, char16_t unit)
 #endif
 
 // The first unit at or after `from` that is one of `wanted`, or -1.
-template<typename... Units>
-qsizetype indexOfAny(QStringView text, qsizetype from, Units... wanted)
+template<typename... Units> qsizetype indexOfAny(QStringView text, qsizetype from, Units... wanted)
 {
     const char16_t *units = text.utf16();
     const qsizetype size = text.size();

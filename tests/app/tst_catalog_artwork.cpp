@@ -91,7 +91,8 @@ private:
     static bool hasArtwork(QQuickItem *poster) { return poster->property("hasArtwork").toBool(); }
     int requestsFor(const QUrl &url) const
     {
-        return m_server->imageRequestsByAddress().value(url.toString(QUrl::RemoveScheme | QUrl::RemoveAuthority));
+        return m_server->imageRequestsByAddress().value(
+            url.toString(QUrl::RemoveScheme | QUrl::RemoveAuthority));
     }
 
     bool startServer(int imageDelayMs = 0)
@@ -107,7 +108,8 @@ private:
     // "/images/<name>", with "?n=<variant>" to make another address of the same picture.
     QUrl picture(const QString &name, int variant = -1) const
     {
-        return m_server->url(u"/images/"_s + name + (variant >= 0 ? u"?n="_s + QString::number(variant) : QString()));
+        return m_server->url(
+            u"/images/"_s + name + (variant >= 0 ? u"?n="_s + QString::number(variant) : QString()));
     }
 
     QQuickItem *show(const QUrl &url, QPointF position = {})
@@ -263,7 +265,8 @@ private Q_SLOTS:
         QQuickItem *poster = show(url);
         QTRY_VERIFY(hasArtwork(poster));
         QObject *image = imageOf(poster);
-        QCOMPARE(QSize(image->property("implicitWidth").toInt(), image->property("implicitHeight").toInt()), size);
+        QCOMPARE(
+            QSize(image->property("implicitWidth").toInt(), image->property("implicitHeight").toInt()), size);
 
         const QImage cached = m_loader->cached(url);
         QCOMPARE(cached.size(), size);
@@ -291,9 +294,11 @@ private Q_SLOTS:
         QVERIFY(startServer());
         const quint16 closedPort = LoopbackServer::closedPort();
         QVERIFY(closedPort != 0);
-        const QString url = address.contains(u"%2"_s) ? address.arg(closedPort)
-                                                      : address.contains(u"%1"_s) ? address.arg(m_server->baseURL().toString())
-                                                                                  : address;
+        QString url = address;
+        if (address.contains(u"%2"_s))
+            url = address.arg(closedPort);
+        else if (address.contains(u"%1"_s))
+            url = address.arg(m_server->baseURL().toString());
         QQuickItem *poster = show(QUrl(url));
         QTRY_COMPARE(imageOf(poster)->property("status").toInt(), imageError);
         QVERIFY(!hasArtwork(poster));
@@ -340,8 +345,8 @@ private Q_SLOTS:
     void postersOnScreen()
     {
         QVERIFY(startServer());
-        const QList<QUrl> urls = {picture(u"poster.jpg"_s), picture(u"turned.jpg"_s), picture(u"broken.jpg"_s),
-            picture(u"wide.png"_s)};
+        const QList<QUrl> urls = {picture(u"poster.jpg"_s), picture(u"turned.jpg"_s),
+            picture(u"broken.jpg"_s), picture(u"wide.png"_s)};
         QList<QQuickItem *> posters;
         for (const QUrl &url : urls)
             posters.append(show(url, QPointF(20 + 150 * posters.size(), 20)));

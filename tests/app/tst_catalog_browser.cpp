@@ -79,7 +79,10 @@ private:
         return true;
     }
     // The same with the demo account, once the first category's titles are listed.
-    bool openDemo(const QString &section) { return openOn(m_demo.provider.account(), section) && waitForTitles(); }
+    bool openDemo(const QString &section)
+    {
+        return openOn(m_demo.provider.account(), section) && waitForTitles();
+    }
 
     // Waits for the selected category's titles to be listed.
     bool waitForTitles()
@@ -297,8 +300,8 @@ private Q_SLOTS:
             QTRY_VERIFY(m_ui.isShown(u"noCatalog"_s));
             QCOMPARE(emptyStateTitle(u"noCatalog"_s), u"Connecta un servidor Xtream"_s);
             QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"noCatalog"_s)),
-                u"Les pel·lícules, les sèries i els episodis es carreguen amb una connexió Xtream Codes. Les llistes "
-                "M3U es mostren a TV en directe."_s);
+                u"Les pel·lícules, les sèries i els episodis es carreguen amb una connexió Xtream Codes. "
+                "Les llistes M3U es mostren a TV en directe."_s);
             QVERIFY(!m_ui.isShown(u"catalogContent"_s));
             QVERIFY(!m_ui.isShown(u"liveView"_s));
             QVERIFY(m_ui.saveScreenshot(u"catalog-m3u-"_s + section));
@@ -368,7 +371,7 @@ private Q_SLOTS:
         QTRY_COMPARE(cardNames(), newestFirst);
 
         m_ui.type(u"titleSearchField"_s, newestFirst.constFirst());
-        QTRY_COMPARE(cardNames(), QStringList{newestFirst.constFirst()});
+        QTRY_COMPARE(cardNames(), QStringList {newestFirst.constFirst()});
         QCOMPARE(m_ui.text(u"titleCount"_s), u"1 títol en aquesta categoria"_s);
         m_ui.type(u"titleSearchField"_s, u"zzzz"_s);
         QTRY_VERIFY(m_ui.isShown(u"noTitles"_s));
@@ -419,7 +422,8 @@ private Q_SLOTS:
         QCOMPARE(playMovieText(), u"Reprodueix la pel·lícula"_s);
         QVERIFY(!m_ui.isShown(u"movieProgress"_s));
 
-        const struct {
+        const struct
+        {
             double seconds;
             double duration;
             QString button;
@@ -571,11 +575,13 @@ private Q_SLOTS:
         QTRY_VERIFY(m_model->showsCatalogPlayer());
         QCOMPARE(catalog()->selectedSeason(), std::optional<qint64>(last));
         const qint64 lastEpisode = provider().episodeID(series, last, provider().episodeCount(series, last));
-        QCOMPARE(m_model->currentChannel()->id(), catalog()->episode(QString::number(lastEpisode))->channel.id());
+        QCOMPARE(
+            m_model->currentChannel()->id(), catalog()->episode(QString::number(lastEpisode))->channel.id());
         QTRY_VERIFY(m_ui.isShown(u"catalogPlayer"_s));
         m_ui.click(u"backToCatalog"_s);
         QTRY_VERIFY(m_ui.isShown(u"detailPage"_s));
-        QCOMPARE(m_ui.item(u"seasonPicker"_s)->property("currentText").toString(), u"Temporada "_s + QString::number(last));
+        QCOMPARE(m_ui.item(u"seasonPicker"_s)->property("currentText").toString(),
+            u"Temporada "_s + QString::number(last));
     }
 };
 

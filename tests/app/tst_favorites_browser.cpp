@@ -114,8 +114,10 @@ private Q_SLOTS:
         QCOMPARE(segmentTexts(), (QStringList{u"TV en directe · 3"_s, u"Pel·lícules · 0"_s, u"Sèries · 0"_s}));
         QCOMPARE(m_ui.text(u"headerTitle"_s), u"Els teus favorits"_s);
         QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"favoriteSectionPicker"_s)), u"Tipus de favorits"_s);
-        QCOMPARE(m_ui.item(u"favoritesSearch"_s)->property("placeholderText").toString(), u"Cerca als favorits"_s);
-        QCOMPARE(m_ui.text(u"favoritesCaption"_s), u"Els favorits de la llista seleccionada, ordenats de la A a la Z."_s);
+        QCOMPARE(
+            m_ui.item(u"favoritesSearch"_s)->property("placeholderText").toString(), u"Cerca als favorits"_s);
+        QCOMPARE(m_ui.text(u"favoritesCaption"_s),
+            u"Els favorits de la llista seleccionada, ordenats de la A a la Z."_s);
         QTRY_COMPARE(m_ui.texts(u"favoriteChannelName"_s), names);
         QVERIFY(!m_ui.isShown(u"favoritesEmptyState"_s));
         const QList<QQuickItem *> plays = m_ui.findAll(u"favoriteChannelPlay"_s);
@@ -169,7 +171,8 @@ private Q_SLOTS:
         showFavorites();
         m_ui.click(u"segment_movies"_s);
         QCOMPARE(m_model->favoriteSection(), LibraryModel::Section::movies);
-        QCOMPARE(segmentTexts(), (QStringList{u"TV en directe · 2"_s, u"Pel·lícules · 3"_s, u"Sèries · 1"_s}));
+        QCOMPARE(
+            segmentTexts(), (QStringList {u"TV en directe · 2"_s, u"Pel·lícules · 3"_s, u"Sèries · 1"_s}));
         const QStringList movies {u"Cançó de bressol"_s, u"La nit d’estiu"_s, u"Viatge a Zürich"_s};
         QTRY_COMPARE(m_ui.texts(u"cardName"_s), movies);
         const QList<QQuickItem *> buttons = m_ui.findAll(u"favoriteTitleButton"_s);
@@ -184,15 +187,16 @@ private Q_SLOTS:
         QVERIFY(m_ui.saveScreenshot(u"favorites-movies"_s));
 
         m_ui.click(u"segment_series"_s);
-        QTRY_COMPARE(m_ui.texts(u"cardName"_s), QStringList{catalog.seriesName(1)});
+        QTRY_COMPARE(m_ui.texts(u"cardName"_s), QStringList {catalog.seriesName(1)});
         QVERIFY(m_ui.saveScreenshot(u"favorites-series"_s));
         // The button under a tile takes it away, and the empty state takes its place.
         m_ui.click(m_ui.findAll(u"favoriteTitleButton"_s).at(0));
         QTRY_VERIFY(m_ui.isShown(u"favoritesEmptyState"_s));
         QCOMPARE(m_ui.text(u"segment_series"_s), u"Sèries · 0"_s);
-        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"favoritesEmptyState"_s)), u"Encara no tens favorits aquí"_s);
+        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"favoritesEmptyState"_s)),
+            u"Encara no tens favorits aquí"_s);
         QCOMPARE(m_ui.text(u"emptyStateDescription"_s, m_ui.item(u"favoritesEmptyState"_s)),
-                 u"Prem l’estrella d’un canal, una pel·lícula o una sèrie per trobar-lo aquí."_s);
+            u"Prem l’estrella d’un canal, una pel·lícula o una sèrie per trobar-lo aquí."_s);
         QVERIFY(m_ui.saveScreenshot(u"favorites-empty"_s));
 
         // A movie opens in the catalogue's movie section.

@@ -258,7 +258,9 @@ private Q_SLOTS:
             "    Row {\n"
             "        x: 12; y: 270; spacing: 12\n"
             "        MintButton { objectName: 'enabledButton'; text: 'Afegeix llista'; iconName: 'plus' }\n"
-            "        MintButton { objectName: 'pressedButton'; text: 'Premut'; iconName: 'plus'; down: true }\n"
+            "        MintButton {\n"
+            "            objectName: 'pressedButton'; text: 'Premut'; iconName: 'plus'; down: true\n"
+            "        }\n"
             "        MintButton {\n"
             "            objectName: 'disabledButton'; text: 'Connecta la primera llista'; iconName: 'plus'\n"
             "            enabled: false\n"
@@ -267,7 +269,9 @@ private Q_SLOTS:
             "    }\n"
             "    Rectangle {\n"
             "        x: 12; y: 318; width: 60; height: 60; color: 'black'\n"
-            "        Icon { objectName: 'redStar'; x: 10; y: 10; name: 'star.fill'; color: '#ff0000'; size: 40 }\n"
+            "        Icon {\n"
+            "            objectName: 'redStar'; x: 10; y: 10; name: 'star.fill'; color: '#ff0000'; size: 40\n"
+            "        }\n"
             "    }\n"
             "}\n",
             {{u"names"_s, names}});
@@ -278,14 +282,16 @@ private Q_SLOTS:
         // The shared colours: the window background, a panel (beside the first cell's icon), the mint.
         const auto channel = [](double value) { return qRound(value * 255); };
         const auto near = [](QRgb seen, QRgb expected) {
-            return std::abs(qRed(seen) - qRed(expected)) <= 1 && std::abs(qGreen(seen) - qGreen(expected)) <= 1
+            return std::abs(qRed(seen) - qRed(expected)) <= 1
+                && std::abs(qGreen(seen) - qGreen(expected)) <= 1
                 && std::abs(qBlue(seen) - qBlue(expected)) <= 1;
         };
         const QRgb background = grabbed.pixel(2, 2);
         QVERIFY2(near(background, qRgb(channel(0.035), channel(0.055), channel(0.085))),
             qPrintable(QColor(background).name()));
         const QRgb panel = grabbed.pixel(14, 34);
-        QVERIFY2(near(panel, qRgb(channel(0.065), channel(0.09), channel(0.13))), qPrintable(QColor(panel).name()));
+        QVERIFY2(near(panel, qRgb(channel(0.065), channel(0.09), channel(0.13))),
+            qPrintable(QColor(panel).name()));
         const QColor mint = window->property("mint").value<QColor>();
         QCOMPARE(mint.alpha(), 255);
         QVERIFY2(mint.green() > 180 && mint.blue() > 180 && mint.red() < mint.green() - 60,

@@ -12,10 +12,10 @@
 #include "models/LibraryModel.h"
 #include "models/ProgrammeGuide.h"
 
+#include <QDateTime>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRegularExpression>
-#include <QDateTime>
 #include <QTest>
 
 #include <memory>
@@ -99,7 +99,8 @@ private Q_SLOTS:
         QVERIFY2(version.startsWith(u"0.1.0 · "_s), qPrintable(version));
         const QString refresh = u"Actualitza la llista · "_s + PlatformTextSingleton::shortcut(u"R"_s);
 #else
-        QVERIFY2(QRegularExpression(u"^0\\.1\\.0 · Linux \\S+$"_s).match(version).hasMatch(), qPrintable(version));
+        QVERIFY2(
+            QRegularExpression(u"^0\\.1\\.0 · Linux \\S+$"_s).match(version).hasMatch(), qPrintable(version));
         const QString refresh = u"Actualitza la llista · Ctrl+R"_s;
 #endif
         QCOMPARE(m_ui.item(u"refreshButton"_s)->property("toolTipText").toString(), refresh);
@@ -148,7 +149,8 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_ui.object(u"sourceEditor"_s)->property("visible").toBool());
 
         // A failed load keeps the editor open.
-        fillEditor(u"m3u"_s, u"No hi és"_s, provider().url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
+        fillEditor(
+            u"m3u"_s, u"No hi és"_s, provider().url(u"/no-such-list.m3u"_s).toString(), QString(), QString());
         m_ui.click(m_ui.item(u"saveSwitch"_s));
         m_ui.click(m_ui.item(u"connectButton"_s));
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->notice().value_or(QString()).isEmpty(), 20000);
@@ -175,7 +177,8 @@ private Q_SLOTS:
         QVERIFY(!m_model->editingSource().has_value());
         QTRY_VERIFY(!m_ui.isOpen(u"sourceEditor"_s));
         // The abandoned check's answer is dropped: nothing appears.
-        QVERIFY(!QTest::qWaitFor([&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
+        QVERIFY(!QTest::qWaitFor(
+            [&] { return !m_model->allSources().isEmpty() || m_model->channelCount() > 0; }, 3000));
         QVERIFY(m_ui.isShown(u"welcomeView"_s));
 
         // Connected and saved: stored in the keychain, where the next start finds it and opens it.
@@ -185,7 +188,8 @@ private Q_SLOTS:
         QCOMPARE(m_model->sources().size(), 1);
         QVERIFY(m_model->temporarySources().isEmpty());
         QCOMPARE(m_ui.text(u"connectionCaption"_s), u"M3U"_s);
-        QCOMPARE(m_ui.text(u"storageNote"_s), u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
+        QCOMPARE(m_ui.text(u"storageNote"_s),
+            u"Connexions protegides amb el "_s + PlatformTextSingleton::keychain() + u"."_s);
 
         QVERIFY(m_window.restart(u"test.quenvo.mainwindow"_s));
         QCOMPARE(m_model->sources().size(), 1);
@@ -194,7 +198,6 @@ private Q_SLOTS:
         m_model->remove(m_model->sources().constFirst());
         QTRY_VERIFY(m_model->sources().isEmpty());
     }
-
 
     // A session connection: its channels and guide, searched, filtered by category, a channel
     // starred; then edited from its menu and removed.
@@ -223,12 +226,12 @@ private Q_SLOTS:
         QCOMPARE(m_ui.text(u"storageTitle"_s), u"Sessió temporal"_s);
         QCOMPARE(m_ui.text(u"storageNote"_s), u"Aquesta connexió es manté només en memòria."_s);
         const ProviderCatalog &catalog = provider().catalog();
-        QTRY_COMPARE(m_ui.text(u"channelCount"_s), QString::number(catalog.liveChannelCount()) + u" CANALS"_s);
+        QTRY_COMPARE(
+            m_ui.text(u"channelCount"_s), QString::number(catalog.liveChannelCount()) + u" CANALS"_s);
 
         // The list's guide arrives: the top row shows what is on now; the logos come with it.
         QTRY_VERIFY_WITH_TIMEOUT(!m_model->guide()->loading(), 20000);
-        const QString onNow
-            = ProviderGuide(catalog).programmeAt(0, QDateTime::currentSecsSinceEpoch()).title;
+        const QString onNow = ProviderGuide(catalog).programmeAt(0, QDateTime::currentSecsSinceEpoch()).title;
         const auto topRowLine = [this] {
             QQuickItem *top = nullptr;
             for (QQuickItem *line : m_ui.findAll(u"channelNowTitle"_s)) {
@@ -318,7 +321,8 @@ private Q_SLOTS:
         // The connection's menu opens the editor on it, and its removal asks first.
         QTRY_VERIFY(m_ui.isShown(u"connectionOptions"_s) && m_ui.item(u"connectionList"_s)->height() >= 40);
         const std::optional<QUuid> active = m_model->activeID();
-        QCOMPARE(WindowDriver::accessibleName(m_ui.item(u"connectionOptions"_s)), u"Opcions de Proves locals"_s);
+        QCOMPARE(
+            WindowDriver::accessibleName(m_ui.item(u"connectionOptions"_s)), u"Opcions de Proves locals"_s);
         const auto choose = [this](const QString &command, const QString &opens) {
             m_ui.click(m_ui.item(u"connectionOptions"_s));
             QTRY_VERIFY(m_ui.isOpen(u"connectionMenu"_s));
@@ -506,7 +510,6 @@ private Q_SLOTS:
         QCOMPARE(found, names);
         QCOMPARE(playlists.ignored, ignored);
     }
-
 };
 
 QTEST_MAIN(tst_MainWindow)

@@ -106,7 +106,8 @@ private Q_SLOTS:
         QCOMPARE(browser()->kindName(), u"live"_s);
         QVERIFY(m_ui.text(u"headerSubtitle"_s).startsWith(u"Llista personal · Desada al teu "_s));
         QVERIFY(m_ui.isShown(u"listEmptyState"_s));
-        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"listEmptyState"_s)), u"Afegeix canals a la teva llista"_s);
+        QCOMPARE(m_ui.text(u"emptyStateTitle"_s, m_ui.item(u"listEmptyState"_s)),
+            u"Afegeix canals a la teva llista"_s);
         QVERIFY(m_ui.saveScreenshot(u"list-empty"_s));
 
         m_ui.click(u"listOptions"_s);
@@ -215,7 +216,7 @@ private Q_SLOTS:
         }
         QCOMPARE(browser()->kindName(), u"live"_s);
         QCOMPARE(browser()->kindLabels(),
-            (QStringList{u"TV en directe · 4"_s, u"Pel·lícules · 2"_s, u"Sèries · 0"_s}));
+            (QStringList {u"TV en directe · 4"_s, u"Pel·lícules · 2"_s, u"Sèries · 0"_s}));
         QTRY_COMPARE(m_ui.findAll(u"listChannelCard"_s).size(), 4);
 
         // A search that matches nothing.
@@ -227,7 +228,7 @@ private Q_SLOTS:
         // Narrowed to one channel, "Selecciona els resultats" takes only that one.
         const QString kept = m_model->channels().at(2).name();
         m_ui.type(u"listSearch"_s, kept);
-        QTRY_COMPARE(m_ui.texts(u"cardName"_s), QStringList{kept});
+        QTRY_COMPARE(m_ui.texts(u"cardName"_s), QStringList {kept});
         m_ui.click(u"selectionModeButton"_s);
         QCOMPARE(m_ui.text(u"selectionModeButton"_s), u"Acaba la selecció"_s);
         m_ui.click(u"selectListResults"_s);

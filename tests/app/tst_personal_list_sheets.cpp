@@ -238,8 +238,8 @@ private Q_SLOTS:
             content.entries.append(PersonalEntry(elsewhere, PersonalContentKind::live, QString::number(i),
                 u"Canal "_s + QString::number(i), QString(), QString(), QString(), QString()));
         for (int i = 0; i < 3; ++i)
-            content.categories.append(PersonalCategory(elsewhere, PersonalContentKind::movies, QString::number(i),
-                u"Grup "_s + QString::number(i)));
+            content.categories.append(PersonalCategory(
+                elsewhere, PersonalContentKind::movies, QString::number(i), u"Grup "_s + QString::number(i)));
         call(u"addToPersonalListSheet"_s, "show", content.toVariant());
         QCOMPARE(textIn(u"addToPersonalListSheet"_s, u"addHeadline"_s), u"3 agrupacions seleccionades"_s);
         QVERIFY(textIn(u"addToPersonalListSheet"_s, u"folderNote"_s).startsWith(u"Cada agrupació"_s));

@@ -218,7 +218,7 @@ private Q_SLOTS:
         // The delegates hang from the list's visual tree, not its object tree.
         const auto titles = [schedule] {
             QStringList found;
-            QList<QQuickItem *> pending{schedule};
+            QList<QQuickItem *> pending {schedule};
             while (!pending.isEmpty()) {
                 QQuickItem *item = pending.takeFirst();
                 if (item->objectName() == u"programmeTitle"_s)
@@ -506,7 +506,8 @@ private Q_SLOTS:
         QVERIFY(playAndWaitForPicture());
         QTemporaryDir scratch;
         QFile file(scratch.filePath(u"captions.srt"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("1\n00:00:00,000 --> 00:10:00,000\nBon dia\n") > 0);
+        QVERIFY(
+            file.open(QIODevice::WriteOnly) && file.write("1\n00:00:00,000 --> 00:10:00,000\nBon dia\n") > 0);
         file.close();
         const QUrl address = QUrl::fromLocalFile(file.fileName());
 

@@ -291,10 +291,10 @@ private Q_SLOTS:
         const QByteArray id = R"("6A1F0C2E-9B1D-4C3E-8F00-0123456789E2")";
         const QByteArray valid = R"({"id":"6A1F0C2E-9B1D-4C3E-8F00-0123456789E2","name":"n","address":"a",)"
                                  R"("username":"u","password":"p","kind":"m3u"})";
-        const auto changed = [&](const char *row, const QByteArray &before, const QByteArray &after,
-                                 bool accepted = false) {
-            QTest::newRow(row) << QByteArray(valid).replace(before, after) << accepted;
-        };
+        const auto changed
+            = [&](const char *row, const QByteArray &before, const QByteArray &after, bool accepted = false) {
+                  QTest::newRow(row) << QByteArray(valid).replace(before, after) << accepted;
+              };
         changed("missing name", R"("name":"n",)", "");
         changed("missing password", R"("password":"p",)", "");
         changed("number as name", R"("name":"n")", R"("name":5)");

@@ -155,12 +155,12 @@ private Q_SLOTS:
             << u"A|Sense categoria|http://h/1"_s;
         // An HLS manifest is one channel: the list's own address, as it was asked for.
         const QString manifest = u"Emissió HLS|Directe|http://provider.example/lists/tv.m3u?token=1"_s;
-        QTest::newRow("HLS media playlist") << u"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n"_s
-                                            << manifest;
-        QTest::newRow("HLS master playlist") << u"#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nlow.m3u8\n"_s
-                                             << manifest;
-        QTest::newRow("HLS tag after channels") << u"#EXTM3U\n#EXTINF:-1,A\nhttp://h/1\n  #EXT-X-ENDLIST"_s
-                                                << manifest;
+        QTest::newRow("HLS media playlist")
+            << u"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\nseg1.ts\n"_s << manifest;
+        QTest::newRow("HLS master playlist")
+            << u"#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nlow.m3u8\n"_s << manifest;
+        QTest::newRow("HLS tag after channels")
+            << u"#EXTM3U\n#EXTINF:-1,A\nhttp://h/1\n  #EXT-X-ENDLIST"_s << manifest;
         QTest::newRow("HLS tag and nothing usable") << u"#EXTM3U\n#EXT-X-VERSION:3"_s << manifest;
     }
     void parse()

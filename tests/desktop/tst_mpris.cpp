@@ -131,16 +131,19 @@ private Q_SLOTS:
         QCOMPARE(m_model->currentChannel(), std::optional<Channel>());
         QCOMPARE(player(u"PlaybackStatus"_s), QVariant(u"Stopped"_s));
 
-        QVERIFY(BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 0.25));
+        QVERIFY(BusTest::setProperty(
+            m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 0.25));
         QCOMPARE(m_model->volume(), 25.0);
         QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.25));
         m_model->setVolume(60);
         QTRY_COMPARE(m_changes->last(u"Volume"_s), QVariant(0.6));
         QCOMPARE(player(u"Volume"_s), QVariant(0.6));
         // Out of range: held to the model's 0–100.
-        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 1.5);
+        BusTest::setProperty(
+            m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, 1.5);
         QCOMPARE(m_model->volume(), 100.0);
-        BusTest::setProperty(m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, -1.0);
+        BusTest::setProperty(
+            m_remote, Mpris::serviceName, Mpris::objectPath, playerInterface, u"Volume"_s, -1.0);
         QCOMPARE(m_model->volume(), 0.0);
     }
 

@@ -95,8 +95,8 @@ private Q_SLOTS:
         QVERIFY(catalan.contains(u"Carrega"_s)); // the dialog's own label stays
 
         // The standard buttons of every other dialog.
-        const QList<std::pair<const char *, QString>> buttons {{"OK", u"D’acord"_s}, {"Cancel", u"Cancel·la"_s},
-            {"Open", u"Obre"_s}, {"Close", u"Tanca"_s}, {"&Yes", u"&Sí"_s}};
+        const QList<std::pair<const char *, QString>> buttons {{"OK", u"D’acord"_s},
+            {"Cancel", u"Cancel·la"_s}, {"Open", u"Obre"_s}, {"Close", u"Tanca"_s}, {"&Yes", u"&Sí"_s}};
         for (const auto &[source, translated] : buttons)
             QCOMPARE(QCoreApplication::translate("QPlatformTheme", source), translated);
     }

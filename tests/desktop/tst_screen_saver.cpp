@@ -18,7 +18,12 @@ using namespace Qt::StringLiterals;
 
 // How the picture stops: playback stopping, stopping (and starting and stopping again) before the
 // desktop has answered, or the program ending while it plays. The inhibition is given back each time.
-enum class Ending { stopped, stoppedBeforeTheAnswer, programEnds };
+enum class Ending
+{
+    stopped,
+    stoppedBeforeTheAnswer,
+    programEnds
+};
 Q_DECLARE_METATYPE(Ending)
 
 // org.freedesktop.ScreenSaver as desktops offer it: Inhibit gives a cookie, UnInhibit takes it back.
@@ -154,17 +159,22 @@ private Q_SLOTS:
         QTest::addColumn<int>("holder");
         QTest::addColumn<QStringList>("expected");
         const QString request = u"/org/freedesktop/portal/desktop/request/1_1/quenvo1"_s;
-        const QStringList heldAndReleased {u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s, u"UnInhibit 41"_s};
+        const QStringList heldAndReleased {
+            u"Inhibit Quenvo · S’està reproduint un vídeo → 41"_s, u"UnInhibit 41"_s};
         const int screenSaver = int(ScreenSaverInhibitor::Holder::screenSaver);
-        QTest::newRow("screen saver service") << true << true << Ending::stopped << screenSaver << heldAndReleased;
-        QTest::newRow("portal only") << false << true << Ending::stopped << int(ScreenSaverInhibitor::Holder::portal)
-                                     << QStringList{u"Inhibit '' 12 S’està reproduint un vídeo → "_s + request,
-                                                    u"Close "_s + request};
-        QTest::newRow("neither") << false << false << Ending::stopped << int(ScreenSaverInhibitor::Holder::none)
-                                 << QStringList();
+        QTest::newRow("screen saver service")
+            << true << true << Ending::stopped << screenSaver << heldAndReleased;
+        QTest::newRow("portal only") << false << true << Ending::stopped
+                                     << int(ScreenSaverInhibitor::Holder::portal)
+                                     << QStringList {
+                                            u"Inhibit '' 12 S’està reproduint un vídeo → "_s + request,
+                                            u"Close "_s + request};
+        QTest::newRow("neither") << false << false << Ending::stopped
+                                 << int(ScreenSaverInhibitor::Holder::none) << QStringList();
         QTest::newRow("stopped before the answer")
             << true << false << Ending::stoppedBeforeTheAnswer << screenSaver << heldAndReleased;
-        QTest::newRow("program ends") << true << false << Ending::programEnds << screenSaver << heldAndReleased;
+        QTest::newRow("program ends")
+            << true << false << Ending::programEnds << screenSaver << heldAndReleased;
     }
 
     void theDesktopServiceFirstThenThePortal()

@@ -375,9 +375,8 @@ private Q_SLOTS:
 
         LoopbackServer server;
         // /dir/start leads to /dir/hop1, and so on; the last redirect points to `location`.
-        const auto hop = [](int number) {
-            return number == 0 ? u"/dir/start"_s : u"/dir/hop%1"_s.arg(number);
-        };
+        const auto hop
+            = [](int number) { return number == 0 ? u"/dir/start"_s : u"/dir/hop%1"_s.arg(number); };
         for (int number = 0; number + 1 < redirects; ++number)
             server.redirect(hop(number), status, hop(number + 1).toUtf8());
         server.redirect(hop(redirects - 1), status, withOrigins(location, server));

@@ -36,7 +36,6 @@ Q_DECLARE_METATYPE(LoopbackServer::Response)
 
 namespace {
 
-
 // Lets an answer that has arrived at the transport travel through the repository's background parsing
 // and back to the model.
 void drain()
@@ -498,8 +497,8 @@ private Q_SLOTS:
         QCOMPARE(fixture.model.selectedCategory(), last);
         QCOMPARE(fixture.model.categorySearch(), last.name); // selecting keeps the category search
         QTRY_VERIFY(!fixture.model.loading());
-        QCOMPARE(
-            listed(fixture.model.items(), &CatalogItem::id), expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
+        QCOMPARE(listed(fixture.model.items(), &CatalogItem::id),
+            expectedIDs(CatalogKind::movies, catalog().vodCategoryCount() - 1));
         fixture.model.selectCategoryAt(99);
         fixture.model.showItemAt(-1);
         QCOMPARE(fixture.model.selectedCategory(), last);
@@ -625,7 +624,8 @@ private Q_SLOTS:
         QTest::newRow("categories: refused account")
             << Response::ok(R"({"user_info":{"auth":0}})", "application/json") << false << Texts::invalidCatalogue;
         QTest::newRow("categories: HTTP 403") << Response::withStatus(403) << false << Texts::denied;
-        QTest::newRow("categories: not JSON") << Response::ok("<html>", "text/html") << false << Texts::generalFailure;
+        QTest::newRow("categories: not JSON")
+            << Response::ok("<html>", "text/html") << false << Texts::generalFailure;
         QTest::newRow("titles: HTTP 404") << Response::withStatus(404) << true << Texts::httpError(404);
     }
 
@@ -649,7 +649,8 @@ private Q_SLOTS:
                 return LoopbackServer::Response::ok(categories, "application/json");
             if (action == u"get_vod_streams"_s)
                 return LoopbackServer::Response::ok(streams, "application/json");
-            return LoopbackServer::Response::ok(R"({"user_info":{"auth":1}})", "application/json"); // no detail
+            // No detail action is served.
+            return LoopbackServer::Response::ok(R"({"user_info":{"auth":1}})", "application/json");
         });
 
         Fixture fixture {xtream(server)};
@@ -696,7 +697,8 @@ private Q_SLOTS:
         QVERIFY(series >= 0);
 
         Fixture fixture {m_source};
-        CatalogItem title = item(QString::number(catalog().seriesID(series)), catalog().seriesName(series), 0);
+        CatalogItem title
+            = item(QString::number(catalog().seriesID(series)), catalog().seriesName(series), 0);
         title.kind = CatalogKind::series;
         fixture.model.show(title);
         QTRY_VERIFY(!fixture.model.loadingDetail());

@@ -198,9 +198,9 @@ void ChannelListModelTest::favoritesBelongToTheirConnection()
     QCOMPARE(visibleNames(f.model), QStringList{u"Música"_s});
     QSignalSpy counts(&f.model, &ChannelListModel::countChanged);
     f.model.setFavorites({channels[4].favoriteID(otherSource), channels[1].favoriteID(otherSource)});
-    QCOMPARE(visibleNames(f.model), (QStringList{u"CAFETERIA 24"_s, u"Notícies 3/24"_s}));
+    QCOMPARE(visibleNames(f.model), (QStringList {u"CAFETERIA 24"_s, u"Notícies 3/24"_s}));
     f.model.setFavorites({channels[4].favoriteID(otherSource)});
-    QCOMPARE(visibleNames(f.model), QStringList{u"Notícies 3/24"_s});
+    QCOMPARE(visibleNames(f.model), QStringList {u"Notícies 3/24"_s});
     QCOMPARE(counts.size(), 2);
 
     // Keys that are not channel keys are ignored.

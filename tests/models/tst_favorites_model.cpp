@@ -59,7 +59,10 @@ private:
     PlaylistSource m_other = m3uSource(u"Una altra"_s, {});
 
     FavoritesModel &favorites() const { return *m_model->favoritesBrowser(); }
-    QStringList channelNames() const { return listed(*favorites().channels(), FavoriteChannelListModel::NameRole); }
+    QStringList channelNames() const
+    {
+        return listed(*favorites().channels(), FavoriteChannelListModel::NameRole);
+    }
     QStringList titleNames() const { return listed(*favorites().titles(), FavoriteTitleListModel::NameRole); }
 
     QTemporaryDir m_guideCache;
@@ -179,7 +182,7 @@ private Q_SLOTS:
         QCOMPARE(favorites().liveCount(), 1);
         QCOMPARE(favorites().movieCount(), 1);
         QCOMPARE(favorites().seriesCount(), 0);
-        QCOMPARE(channelNames(), QStringList{u"Esports"_s});
+        QCOMPARE(channelNames(), QStringList {u"Esports"_s});
 
         // Its only channel removed: gone from the list, the count and the stored keys. A star set from
         // the channel list shows up at once.
@@ -188,9 +191,10 @@ private Q_SLOTS:
         QCOMPARE(favorites().channels()->count(), 0);
         QCOMPARE(favorites().liveCount(), 0);
         QVERIFY(!m_model->favorites().contains(esports));
-        QVERIFY(!m_preferences->settings().value(LibraryModel::favoritesKey()).toStringList().contains(esports));
+        QVERIFY(
+            !m_preferences->settings().value(LibraryModel::favoritesKey()).toStringList().contains(esports));
         m_model->toggleFavorite(m_model->channels().at(0));
-        QCOMPARE(channelNames(), QStringList{u"Canal 10"_s});
+        QCOMPARE(channelNames(), QStringList {u"Canal 10"_s});
     }
 
     void postersAreLookedUpOncePerTitle()

@@ -107,7 +107,10 @@ private:
         }
     };
 
-    static QStringList shownNames(LibraryModel &model) { return listed(*model.filteredChannels(), ChannelListModel::NameRole); }
+    static QStringList shownNames(LibraryModel &model)
+    {
+        return listed(*model.filteredChannels(), ChannelListModel::NameRole);
+    }
 
     // Loads and waits for the outcome.
     static bool loaded(LibraryModel &model, const PlaylistSource &source, bool save = false, bool temporary = false)
@@ -133,8 +136,9 @@ private Q_SLOTS:
                                                               {u"Cinema"_s, u"cafe"_s, u"/live/3.ts"_s},
                                                               {u"Música"_s, u"a9"_s, u"/live/4.ts"_s}},
                                                              m_server.url())));
-        m_sportList = playlist({{u"Esport 1"_s, u"Esports"_s, u"/live/1.ts"_s}, {u"Esport 2"_s, u"Esports"_s, u"/live/5.ts"_s}},
-                               m_server.url());
+        m_sportList = playlist(
+            {{u"Esport 1"_s, u"Esports"_s, u"/live/1.ts"_s}, {u"Esport 2"_s, u"Esports"_s, u"/live/5.ts"_s}},
+            m_server.url());
         m_server.route(u"/sport.m3u"_s, LoopbackServer::Response::ok(m_sportList));
         m_server.route(u"/missing.m3u"_s, LoopbackServer::Response::withStatus(404));
     }
@@ -157,7 +161,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!model.isLoading());
         QCOMPARE(model.sources(), (QList<PlaylistSource>{news, sport}));
         QCOMPARE(model.canSave(), true);
-        QCOMPARE(shownNames(model), (QStringList{u"Esport 1"_s, u"Esport 2"_s}));
+        QCOMPARE(shownNames(model), (QStringList {u"Esport 1"_s, u"Esport 2"_s}));
         QVERIFY(model.isFavorite(model.channels().at(1)));
         QVERIFY(!model.isFavorite(model.channels().at(0)));
         QCOMPARE(model.notice(), std::nullopt);
@@ -267,7 +271,7 @@ private Q_SLOTS:
         QCOMPARE(model.notice(), std::optional<QString>(Texts::httpError(404)));
         QCOMPARE(model.activeID(), std::optional<QUuid>(news.id));
         QCOMPARE(model.search(), u"caf"_s);
-        QCOMPARE(shownNames(model), QStringList{u"Café TV"_s});
+        QCOMPARE(shownNames(model), QStringList {u"Café TV"_s});
         QCOMPARE(model.sources(), QList<PlaylistSource>{news});
         QCOMPARE(run.saved(), QList<PlaylistSource>{news});
 
@@ -287,7 +291,7 @@ private Q_SLOTS:
         model.load(m3uSource(u"Lenta"_s, m_server.url(u"/slow-gone.m3u"_s)), true, false);
         run.end();
         QTest::qWait(500);
-        QCOMPARE(run.saved(), QList<PlaylistSource>{news});
+        QCOMPARE(run.saved(), QList<PlaylistSource> {news});
     }
 
     void removingTheActiveConnectionLoadsTheFirstRemaining()
@@ -326,7 +330,7 @@ private Q_SLOTS:
         QCOMPARE(run.saved(), QList<PlaylistSource>{news});
         QCOMPARE(model.favorites(), QSet<QString>{cafe.favoriteID(news.id)});
         QCOMPARE(run.preferences.settings().value(u"favorites"_s).toStringList(),
-                 QStringList{cafe.favoriteID(news.id)});
+            QStringList {cafe.favoriteID(news.id)});
         QVERIFY(!model.catalogFavorites()->contains(sport.id, title));
         QVERIFY(model.catalogFavorites()->contains(news.id, title));
         QCOMPARE(run.preferences.settings().value(u"activeSource"_s).toString(), JsonFields::canonicalUuid(news.id));
@@ -367,7 +371,7 @@ private Q_SLOTS:
         model.selectSection(LibraryModel::Section::live);
         QCOMPARE(model.currentChannel(), std::optional<Channel>(cafe));
         model.showFavorites();
-        QCOMPARE(shownNames(model), QStringList{u"Café TV"_s});
+        QCOMPARE(shownNames(model), QStringList {u"Café TV"_s});
         model.setSearch(u"x"_s);
         model.setCategory(u"a10"_s);
 
@@ -387,7 +391,7 @@ private Q_SLOTS:
         model.toggleFavorite(cafe);
         QCOMPARE(model.favorites(), QSet<QString>{cafe.favoriteID(first.id)});
         QCOMPARE(run.preferences.settings().value(u"favorites"_s).toStringList(),
-                 QStringList{cafe.favoriteID(first.id)});
+            QStringList {cafe.favoriteID(first.id)});
 
         // Another section stops the channel.
         model.play(cafe, false);
@@ -527,17 +531,17 @@ private Q_SLOTS:
         const QUuid id = model.editingSource()->id;
 
         // Refused: the message, nothing loads, the editor stays open.
-        QCOMPARE(model.connectEditedSource(u"xtream"_s, u"Servidor"_s, u"http://127.0.0.1:8080/player_api.php"_s,
-                                           u"u"_s, u"u"_s, false),
-                 u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s);
+        QCOMPARE(model.connectEditedSource(u"xtream"_s, u"Servidor"_s,
+                     u"http://127.0.0.1:8080/player_api.php"_s, u"u"_s, u"u"_s, false),
+            u"Introdueix l’adreça base del servidor, sense player_api.php, get.php ni paràmetres."_s);
         QVERIFY(!model.isLoading());
         QVERIFY(model.editingSource().has_value());
 
         // Accepted with blanks around, not to be saved: kept for the session under the trimmed name; the
         // editor closes.
-        QCOMPARE(model.connectEditedSource(u"m3u"_s, u"  Notícies \n"_s, u" "_s + m_news.toString() + u"\n"_s, QString(),
-                                           QString(), false),
-                 QString());
+        QCOMPARE(model.connectEditedSource(u"m3u"_s, u"  Notícies \n"_s, u" "_s + m_news.toString() + u"\n"_s,
+                     QString(), QString(), false),
+            QString());
         QTRY_VERIFY_WITH_TIMEOUT(!model.isLoading(), 10000);
         QCOMPARE(model.editingSource(), std::nullopt);
         QCOMPARE(model.temporarySources().size(), 1);

@@ -144,7 +144,7 @@ private Q_SLOTS:
         QCOMPARE(model.playbackError(), std::nullopt);
         QVERIFY(tickUntil([&] { return model.playbackError().has_value(); }, 20s));
         QCOMPARE(model.playbackError(),
-                 std::optional<QString>(u"L’emissió s’ha acabat. Pots tornar a obrir el canal."_s));
+            std::optional<QString>(u"L’emissió s’ha acabat. Pots tornar a obrir el canal."_s));
 
         // A stream that never starts: 35 seconds of waiting, on the model's clock.
         model.play(liveChannel(ProviderCatalog::LiveKind::stalled), false);

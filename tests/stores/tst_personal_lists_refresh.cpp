@@ -296,7 +296,6 @@ private Q_SLOTS:
         QCOMPARE(lists.categoryEntries().keys(), QStringList({sports.id()}));
         QCOMPARE(provider.requests(u"/b/player_api.php"_s, u"get_series_categories"_s), 0);
     }
-
 };
 
 QTEST_GUILESS_MAIN(TestPersonalListsRefresh)
